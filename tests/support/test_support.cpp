@@ -1,0 +1,21 @@
+// Shared test helpers.
+#include "support/test_support.h"
+
+#include <cstdlib>
+
+namespace tarko::test {
+
+std::filesystem::path data_dir() {
+    if (const char* d = std::getenv("TARKO_TEST_DATA")) return d;
+    return std::filesystem::path(__FILE__).parent_path().parent_path() / "data";
+}
+
+std::filesystem::path scratch_dir(const std::string& name) {
+    auto dir = std::filesystem::temp_directory_path() / "tarko-tests" / name;
+    std::error_code ec;
+    std::filesystem::remove_all(dir, ec);
+    std::filesystem::create_directories(dir);
+    return dir;
+}
+
+}  // namespace tarko::test
