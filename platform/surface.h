@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/frame.h"
 #include "platform/object_ref.h"
 #include "platform/pixel_format.h"
 #include "platform/records.h"

@@ -8,18 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "platform/frame.h"
 #include "platform/records.h"
 #include "runtime/numeric.h"
 
 namespace tarko::platform {
 
-// A 32-bit XRGB frame as a window shows it.
-struct Frame {
-    int width = 0;
-    int height = 0;
-    std::vector<std::uint32_t> pixels;  // 0x00RRGGBB, rows top to bottom
-    std::uint32_t at(int x, int y) const { return pixels[static_cast<std::size_t>(y) * width + x]; }
-};
 
 class Window {
 public:
