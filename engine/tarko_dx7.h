@@ -110,6 +110,8 @@ private:
     void start_input(tarko::Long Hand);
     void start_device(tarko::Long Hand, bool extended, const std::string& D3D_GUID);
     void open_windowed_surfaces(tarko::Long Hand, const std::string& Ddraw_GUID);
+    void move_listener_to_camera();   // engine_sound.cpp
+    void release_sound_buffers();     // engine_sound.cpp
     void open_fullscreen_surfaces(tarko::Long Hand, const std::string& Ddraw_GUID, tarko::Integer width,
                                   tarko::Integer height, tarko::Byte bpp);
 
