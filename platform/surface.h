@@ -63,6 +63,11 @@ public:
     tarko::Long getLockedPixel(tarko::Long x, tarko::Long y);
     void setLockedPixel(tarko::Long x, tarko::Long y, tarko::Long value);
     void unlock(const RECT& rect);
+    // A window-system device context over the pixels (platform/gdi): drawing
+    // into it converts colours to the surface format with alpha bits 0.
+    // releaseDC ends it; an unknown handle raises DDERR_INVALIDPARAMS.
+    tarko::Long getDC();
+    void releaseDC(tarko::Long hdc);
     bool isLost() const { return lost_; }
     void restore() { lost_ = false; }
 
