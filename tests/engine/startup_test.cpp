@@ -1,0 +1,195 @@
+// Device start-up: call order on the platform, console lines, fallbacks and
+// the failures a host can provoke.
+#include <algorithm>
+#include <cmath>
+
+#include "engine_test_support.h"
+#include "platform/constants.h"
+#include "platform/profile.h"
+#include "platform/status.h"
+
+using namespace tarko;
+using tarko::test::EngineFixture;
+
+namespace {
+// Index of each prefix in the trace, each searched after the previous one; -1 when missing.
+std::vector<int> positions(const std::vector<std::string>& prefixes) {
+    std::vector<int> out;
+    int from = 0;
+    for (const auto& p : prefixes) {
+        const int at = platform::trace().find(p, from);
+        out.push_back(at);
+        if (at >= 0) from = at + 1;
+    }
+    return out;
+}
+
+std::vector<std::string> last_console(const std::vector<std::string>& trace) {
+    // The lines drawn by the last redraw: the drawText calls after the last fill.
+    std::vector<std::string> lines;
+    for (const auto& e : trace) {
+        if (e.rfind("DirectDrawSurface7.bltColorFill", 0) == 0) lines.clear();
+        if (e.rfind("DirectDrawSurface7.drawText", 0) == 0) lines.push_back(e);
+    }
+    return lines;
+}
+}  // namespace
+
+class Startup : public EngineFixture {};
+
+TEST_F(Startup, WindowedOpensInTheOrderOfTheDrawInputAndDeviceObjects) {
+    tarko_DX7 engine;
+    EXPECT_EQ(engine.wType, NOt_init);
+    EXPECT_FLOAT_EQ(engine.PIFactor, 0.017453292f);
+    const bool result = engine.Initialize_Windowed(open_window(300, 200));
+    EXPECT_FALSE(result);  // no path sets it
+    EXPECT_EQ(engine.wType, Windowed);
+    ASSERT_TRUE(engine.D3D_DEV);
+    EXPECT_EQ(engine.MEMORY, 2048);  // no hardware device: the software one
+    EXPECT_EQ(engine.lWidth, 300);
+    EXPECT_EQ(engine.lheight, 200);
+    EXPECT_TRUE(engine.Check_Mouse_cam);
+    EXPECT_TRUE(engine.Dinput_isINIT);
+
+    const auto h = std::to_string(hwnd);
+    const auto at = positions({
+        "DirectX7.directDrawCreate \"\"",
+        "DirectDraw7.setCooperativeLevel " + h + ", 8",
+        "DirectDraw7.createSurface 1, 512",
+        "DirectX7.getWindowRect " + h,
+        "DirectDraw7.createSurface 7, 8256, 300, 200",
+        "DirectDraw7.createClipper 0",
+        "DirectDrawClipper.setHWnd " + h,
+        "DirectDrawSurface7.setClipper",
+        "DirectX7.directInputCreate",
+        "DirectInput.createDevice \"GUID_SysKeyboard\"",
+        "DirectInputDevice.setCommonDataFormat 1",
+        "DirectInputDevice.setCooperativeLevel " + h + ", 10",
+        "DirectInputDevice.acquire \"GUID_SysKeyboard\"",
+        "DirectInput.createDevice \"GUID_SysMouse\"",
+        "DirectInputDevice.setCooperativeLevel 0, 10",  // the mouse gets handle 0
+        "DirectDrawSurface7.getSurfaceDesc",
+        "DirectDraw7.getDirect3D",
+        "DirectDraw7.getDisplayMode",
+        "Direct3D7.getEnumZBufferFormats \"IID_IDirect3DHALDevice\"",
+        "DirectDraw7.createSurface 4103, " + std::to_string(0x20000 + 0x4000) + ", 300, 200",
+        "DirectDrawSurface7.addAttachedSurface",
+        "Direct3D7.createDevice \"IID_IDirect3DHALDevice\"",
+        "Direct3D7.createDevice \"IID_IDirect3DRGBDevice\"",
+        "Direct3DDevice7.setViewport 0, 0, 300, 200, 0, 1",
+        "Direct3DDevice7.setMaterial 1, 1, 1, 0, 0",
+        "Direct3DDevice7.setRenderState 139, -1",
+        "Direct3DDevice7.setTransform 3",
+        "Direct3DDevice7.setTextureStageState 0, 2, 2",
+        "Direct3DDevice7.setTextureStageState 0, 3, 0",
+        "Direct3DDevice7.setTextureStageState 0, 1, 4",
+        "Direct3DDevice7.setTextureStageState 0, 4, 2",
+        "Direct3DDevice7.setTextureStageState 0, 5, 2",
+        "Direct3DDevice7.setTextureStageState 0, 17, 2",
+        "Direct3DDevice7.setTextureStageState 0, 16, 2",
+        "Direct3DDevice7.setRenderState 26, -1",
+        "Direct3DDevice7.getCaps",
+    });
+    for (std::size_t i = 0; i < at.size(); ++i) EXPECT_GE(at[i], 0) << "step " << i << " missing or out of order";
+}
+
+TEST_F(Startup, ConsoleHoldsTheStartupLinesInOrder) {
+    tarko_DX7 engine;
+    engine.Initialize_Windowed(open_window(300, 200));
+    const auto lines = last_console(trace.entries());
+    const std::vector<std::string> expected = {
+        "Direct Draw en mode fenetré est activé....",
+        "Direct input est activé....",
+        "Zbuffer trouvé et activé....",
+        "Zbuffer attaché ....",
+        "Direct3D activé....",
+        "Viewport DE  300 x  200 Activé.....",  // Str puts a blank before each number
+        "matériel de rendu créé et activé....",
+        "Matrix de projection activé....",
+        "Mélange Alpha autorisé.......True",
+    };
+    ASSERT_EQ(lines.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        const auto y = 15 * static_cast<int>(i + 1) + 10;
+        EXPECT_EQ(lines[i], "DirectDrawSurface7.drawText 10, " + std::to_string(y) + ", \"" + expected[i] + "\", False");
+    }
+}
+
+TEST_F(Startup, ProjectionUsesTheEnginesOwnFieldOfViewAndFarPlane) {
+    tarko_DX7 engine;
+    engine.Initialize_Windowed(open_window(64, 64));
+    D3DMATRIX p;
+    engine.D3D_DEV->getTransform(dx::D3DTRANSFORMSTATE_PROJECTION, p);
+    // fov = 3.1456978454 / 4: cot(fov / 2) = 1/tan(0.39321223) = 2.41170...
+    EXPECT_NEAR(p.rc11, 1.0 / std::tan(3.1456978454 / 8.0), 1e-5);
+    EXPECT_NEAR(p.rc33, 10000.0 / 9999.0, 1e-6);
+    EXPECT_NEAR(p.rc43, -10000.0 / 9999.0, 1e-6);
+    EXPECT_EQ(p.rc34, 1.0f);
+}
+
+TEST_F(Startup, FullscreenDefaultsTo640x480At16BitsAndReturnsTrue) {
+    tarko_DX7 engine;
+    EXPECT_TRUE(engine.Initialize_fullscreen(open_window(320, 240)));
+    EXPECT_EQ(engine.wType, FullScreeen);
+    EXPECT_EQ(engine.BAK->width(), 640);
+    EXPECT_EQ(engine.BAK->height(), 480);
+    EXPECT_EQ(engine.BAK->format().bits(), 16);
+    EXPECT_EQ(window->display_depth(), 16);
+    EXPECT_GE(trace.entries().size(), 1u);
+    EXPECT_GE(platform::trace().find("DirectDraw7.setCooperativeLevel " + std::to_string(hwnd) + ", 19"), 0);
+    EXPECT_GE(platform::trace().find("DirectDraw7.setDisplayMode 640, 480, 16, 0, 0"), 0);
+    EXPECT_GE(platform::trace().find("DirectDraw7.createSurface 33, 8728"), 0);
+    EXPECT_GE(platform::trace().find("DirectDrawSurface7.getAttachedSurface 8196"), 0);
+}
+
+TEST_F(Startup, ExtendedWithTheSoftwareDeviceKeepsDepthInSystemMemory) {
+    tarko_DX7 engine;
+    engine.Initialize_EngineEX(open_window(200, 100), "", "IID_IDirect3DRGBDevice");
+    EXPECT_EQ(engine.MEMORY, 2048);
+    EXPECT_EQ(engine.ZBuffer->caps(), 0x20000 + 0x800);
+    EXPECT_EQ(platform::trace().find("Direct3D7.createDevice \"IID_IDirect3DHALDevice\""), -1);
+    D3DMATRIX p;
+    engine.D3D_DEV->getTransform(dx::D3DTRANSFORMSTATE_PROJECTION, p);
+    EXPECT_NEAR(p.rc33, 30000.0 / 29999.0, 1e-6);  // far plane 30000 on this path
+}
+
+TEST_F(Startup, EightBitDisplayShowsTheMessageOnceAndBuildsNoDevice) {
+    tarko_DX7 engine;
+    engine.Initialize_Windowed(open_window(300, 200, 8));
+    ASSERT_EQ(services.messages().size(), 1u);
+    EXPECT_EQ(services.messages()[0].text,
+              "This application does not support screen display modes lower than 16-bit.");
+    EXPECT_EQ(engine.wType, Windowed);
+    EXPECT_FALSE(engine.ZBuffer);
+    EXPECT_FALSE(engine.D3D_DEV);
+    EXPECT_TRUE(engine.d3d);
+}
+
+TEST_F(Startup, PureDepthFormatIsChosenEvenWhenListedLast) {
+    auto machine = platform::default_profile();
+    for (auto& d : machine.devices) {
+        DDPIXELFORMAT with_stencil = platform::PixelFormat::z(32).dd();
+        with_stencil.lFlags |= dx::DDPF_STENCILBUFFER;
+        d.z_formats = {with_stencil, platform::PixelFormat::z(24).dd()};
+    }
+    platform::ScopedProfile scoped(machine);
+    tarko_DX7 engine;
+    engine.Initialize_Windowed(open_window(32, 32));
+    EXPECT_EQ(engine.ZBuffer->format().bits(), 24);
+}
+
+TEST_F(Startup, BadHandlesAndSizesRaiseTheDrawStatus) {
+    {
+        tarko_DX7 engine;
+        EXPECT_EQ(error_of([&] { engine.Initialize_Windowed(424242); }), platform::DDERR_INVALIDPARAMS);
+    }
+    {
+        tarko_DX7 engine;
+        EXPECT_EQ(error_of([&] { engine.Initialize_Windowed(open_window(0, 0)); }), platform::DDERR_INVALIDPARAMS);
+    }
+    {
+        tarko_DX7 engine;
+        EXPECT_EQ(error_of([&] { engine.WriteLOG("early", 0); }), err::ObjectNotSet);
+        EXPECT_EQ(error_of([&] { engine.Clear_3D(); }), 0);  // resume-next: never raises
+    }
+}
