@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds everything with warnings as errors, and runs
+# every test: the address+undefined sanitizer build of the tests, the fuzz
+# targets over their corpora, an out-of-tree host through find_package, the
+# demo headless and under Xvfb, and finally the full test suite.
+set -euo pipefail
+ROOT=$(cd "$(dirname "$0")/.." && pwd)
+JOBS=${JOBS:-$(nproc)}
+"$ROOT/scripts/setup.sh"
+
+echo "== sanitizer build (address, undefined)"
+cmake -S "$ROOT" -B "$ROOT/build-asan" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DTARKO_SANITIZE=ON \
+  -DTARKO_BUILD_EXAMPLES=OFF >/dev/null
+cmake --build "$ROOT/build-asan" -j "$JOBS"
+ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
+  ctest --test-dir "$ROOT/build-asan" -j "$JOBS" --output-on-failure
+
+if [[ -x "$ROOT/scripts/fuzz.sh" ]]; then
+  echo "== fuzz targets over their corpora"
+  "$ROOT/scripts/fuzz.sh"
+fi
+
+echo "== release build"
+cmake -S "$ROOT" -B "$ROOT/build" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
+cmake --build "$ROOT/build" -j "$JOBS"
+
+echo "== out-of-tree host through find_package(Tarko)"
+rm -rf "$ROOT/build/stage" "$ROOT/build/consumer"
+cmake --install "$ROOT/build" --prefix "$ROOT/build/stage" >/dev/null
+cmake -S "$ROOT/tests/consumer" -B "$ROOT/build/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$ROOT/build/stage" >/dev/null
+cmake --build "$ROOT/build/consumer"
+"$ROOT/build/consumer/consumer"
+
+echo "== demo, headless"
+rm -rf "$ROOT/build/demo-headless"
+env -u DISPLAY -u WAYLAND_DISPLAY "$ROOT/build/examples/demo/tarko_demo" --headless --frames 60 \
+  --out "$ROOT/build/demo-headless"
+test -s "$ROOT/build/demo-headless/console.png"
+
+if command -v xvfb-run >/dev/null; then
+  echo "== demo in a window under Xvfb"
+  rm -rf "$ROOT/build/demo-xvfb"
+  xvfb-run -a -s "-screen 0 1024x768x24" "$ROOT/build/examples/demo/tarko_demo" --frames 60 \
+    --out "$ROOT/build/demo-xvfb"
+  test -s "$ROOT/build/demo-xvfb/console.png"
+fi
+
+echo "== tests"
+ctest --test-dir "$ROOT/build" -j "$JOBS" --output-on-failure
