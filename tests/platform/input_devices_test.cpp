@@ -1,0 +1,76 @@
+// Keyboard and mouse devices over the injected input state.
+#include <gtest/gtest.h>
+
+#include "platform/input.h"
+#include "platform/status.h"
+#include "runtime/errors.h"
+
+using namespace tarko;
+
+class InputDevices : public ::testing::Test {
+protected:
+    void SetUp() override { platform::reset_input_state(); }
+    DirectInput input;
+};
+
+TEST_F(InputDevices, MouseMovesAreRelativeSinceThePreviousRead) {
+    auto mouse = input.createDevice("GUID_SysMouse");
+    mouse->setCommonDataFormat(DIFORMAT_MOUSE);
+    mouse->acquire();
+    platform::input_state().move_mouse(5, -3, 120);
+    platform::input_state().move_mouse(2, 0);
+    platform::input_state().buttons[3] = 0x80;
+    DIMOUSESTATE s;
+    mouse->getDeviceStateMouse(s);
+    EXPECT_EQ(s.lX, 7);
+    EXPECT_EQ(s.lY, -3);
+    EXPECT_EQ(s.lZ, 120);
+    EXPECT_EQ(s.buttons[3], 0x80);
+    mouse->getDeviceStateMouse(s);  // a second read in a row sees no move
+    EXPECT_EQ(s.lX, 0);
+    EXPECT_EQ(s.lY, 0);
+}
+
+TEST_F(InputDevices, KeyboardReadsScanCodesAndUnacquiredReadsRaise) {
+    auto keyboard = input.createDevice("GUID_SysKeyboard");
+    std::array<std::uint8_t, 256> keys{};
+    try {
+        keyboard->getDeviceStateKeyboard(keys);
+        FAIL();
+    } catch (const RuntimeError& e) {
+        EXPECT_EQ(e.number(), platform::DIERR_NOTACQUIRED);
+    }
+    keyboard->acquire();
+    platform::input_state().press_key(200, true);  // up arrow
+    keyboard->getDeviceStateKeyboard(keys);
+    EXPECT_EQ(keys[200], 0x80);
+    EXPECT_EQ(keys[203], 0);
+    EXPECT_THROW(input.createDevice("GUID_Joystick"), RuntimeError);
+}
+
+TEST_F(InputDevices, AsyncKeyStateLatchesPressesUntilAsked) {
+    platform::input_state().press_key(57, true);  // space, virtual key 32
+    platform::input_state().press_key(57, false);
+    EXPECT_NE(platform::GetAsyncKeyState(32), 0);  // pressed since last asked
+    EXPECT_EQ(platform::GetAsyncKeyState(32), 0);
+    platform::input_state().press_key(30, true);  // 'A' held
+    EXPECT_NE(platform::GetAsyncKeyState('A'), 0);
+    EXPECT_NE(platform::GetAsyncKeyState('A'), 0);
+    EXPECT_EQ(platform::GetAsyncKeyState(-5), 0);
+}
+
+TEST_F(InputDevices, CursorIsVirtualWithoutADisplay) {
+    platform::SetCursorPos(320, 240);
+    Long x = 0, y = 0;
+    platform::GetCursorPos(x, y);
+    EXPECT_EQ(x, 320);
+    EXPECT_EQ(y, 240);
+    EXPECT_EQ(platform::input_state().set_cursor_calls, 1);
+}
+
+TEST(ScanCodes, SdlKeysMapToTheKeyConstants) {
+    EXPECT_EQ(platform::scan_code_from_sdl(41), 1);     // SDL escape -> 1
+    EXPECT_EQ(platform::scan_code_from_sdl(82), 200);   // SDL up -> 200
+    EXPECT_EQ(platform::scan_code_from_sdl(4), 30);     // SDL A -> 30
+    EXPECT_EQ(platform::virtual_key_from_scan_code(28), 13);
+}

@@ -1,0 +1,197 @@
+// Pixel formats, surfaces and their blits, text and locked access.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+
+#include "platform/constants.h"
+#include "platform/ddraw.h"
+#include "platform/pixel_format.h"
+#include "platform/status.h"
+#include "platform/surface.h"
+#include "platform/window.h"
+#include "runtime/errors.h"
+
+using namespace tarko;
+using platform::PixelFormat;
+
+namespace {
+Ref<DirectDrawSurface7> make_surface(int w, int h, const PixelFormat& f) {
+    DDSURFACEDESC2 d;
+    d.lFlags = dx::DDSD_CAPS | dx::DDSD_WIDTH | dx::DDSD_HEIGHT | dx::DDSD_PIXELFORMAT;
+    d.ddsCaps.lCaps = dx::DDSCAPS_OFFSCREENPLAIN;
+    d.lWidth = w;
+    d.lHeight = h;
+    return Ref<DirectDrawSurface7>(std::make_shared<DirectDrawSurface7>(nullptr, d, f));
+}
+Long status_of(const std::function<void()>& f) {
+    try {
+        f();
+    } catch (const RuntimeError& e) {
+        return e.number();
+    }
+    return 0;
+}
+}  // namespace
+
+TEST(PixelFormats, SixteenBitsDropLowBitsAndWidenByReplication) {
+    const auto f = PixelFormat::r5g6b5();
+    EXPECT_EQ(f.from_argb(0xFFFFFFFFu), 0xFFFFu);
+    EXPECT_EQ(f.to_argb(0xFFFF), 0xFFFFFFFFu);  // 31 -> 255, 63 -> 255
+    EXPECT_EQ(f.to_argb(0x0000), 0xFF000000u);
+    // 0xF7 = 11110111: red keeps 11110 (30), widened to 11110111 = 0xF7 again.
+    EXPECT_EQ(f.from_argb(0x00F70000u), 30u << 11);
+    EXPECT_EQ(f.to_argb(30u << 11), 0xFFF70000u);
+    // Near-white 0xFEFEFE stays below the white key in 565? 0xFE >> 3 = 31: it is white.
+    EXPECT_EQ(f.from_argb(0x00FEFEFEu), 0xFFFFu);
+    EXPECT_EQ(f.from_argb(0x00F0F0F0u), (30u << 11) | (60u << 5) | 30u);
+}
+
+TEST(PixelFormats, AlphaFormatsKeepAlphaAndDrawingLeavesItZero) {
+    const auto f = PixelFormat::a1r5g5b5();
+    EXPECT_EQ(f.from_argb(0x80FFFFFFu), 0xFFFFu);
+    EXPECT_EQ(f.from_argb(0x7FFFFFFFu), 0x7FFFu);
+    EXPECT_EQ(f.from_rgb_no_alpha(0xFFFFFFFFu), 0x7FFFu);
+    EXPECT_EQ(PixelFormat::a4r4g4b4().to_argb(0xF000u), 0xFF000000u);
+    EXPECT_EQ(PixelFormat::x8r8g8b8().to_argb(0x00123456u), 0xFF123456u);  // no alpha: opaque
+}
+
+TEST(Surfaces, RowsArePaddedToFourBytes) {
+    EXPECT_EQ(make_surface(3, 2, PixelFormat::r5g6b5())->pitch(), 8);
+    EXPECT_EQ(make_surface(3, 2, PixelFormat::x8r8g8b8())->pitch(), 12);
+}
+
+TEST(Surfaces, StretchBlitConvertsFormatsAndZeroRectMeansWhole) {
+    auto src = make_surface(2, 2, PixelFormat::x8r8g8b8());
+    src->set_raw(0, 0, 0xFF0000);
+    src->set_raw(1, 0, 0x00FF00);
+    src->set_raw(0, 1, 0x0000FF);
+    src->set_raw(1, 1, 0xFFFFFF);
+    auto dst = make_surface(4, 4, PixelFormat::r5g6b5());
+    EXPECT_EQ(dst->blt(RECT{}, src, RECT{}, dx::DDBLT_WAIT), 0);
+    EXPECT_EQ(dst->raw_at(0, 0), 0xF800u);
+    EXPECT_EQ(dst->raw_at(3, 0), 0x07E0u);
+    EXPECT_EQ(dst->raw_at(1, 3), 0x001Fu);
+    EXPECT_EQ(dst->raw_at(3, 3), 0xFFFFu);
+    // A source rectangle outside the source returns a status, never reads out of bounds.
+    EXPECT_EQ(dst->blt(RECT{}, src, RECT{0, 0, 3, 3}, 0), platform::DDERR_INVALIDRECT);
+    EXPECT_EQ(dst->blt(RECT{}, Ref<DirectDrawSurface7>(), RECT{}, 0), platform::DDERR_INVALIDPARAMS);
+}
+
+TEST(Surfaces, ColorFillIsClippedAndLockedReadsOutsideGiveZero) {
+    auto s = make_surface(4, 3, PixelFormat::r5g6b5());
+    EXPECT_EQ(s->bltColorFill(RECT{2, 1, 10, 10}, 0x1234), 0);
+    DDSURFACEDESC2 d;
+    EXPECT_EQ(status_of([&] { s->getLockedPixel(0, 0); }), platform::DDERR_NOTLOCKED);
+    s->lock(RECT{0, 0, 4, 3}, d, dx::DDLOCK_WAIT, 0);
+    EXPECT_EQ(d.lPitch, 8);
+    EXPECT_EQ(s->getLockedPixel(3, 2), 0x1234);
+    EXPECT_EQ(s->getLockedPixel(1, 2), 0);
+    EXPECT_EQ(s->getLockedPixel(-1, 0), 0);
+    EXPECT_EQ(s->getLockedPixel(4, 0), 0);
+    s->setLockedPixel(100, 100, 7);  // dropped
+    const auto before = s->generation();
+    s->unlock(RECT{});
+    EXPECT_GT(s->generation(), before);
+}
+
+TEST(Surfaces, TextIsDrawnInTheForeColourAndClippedAtEveryEdge) {
+    auto s = make_surface(40, 20, PixelFormat::x8r8g8b8());
+    s->setForeColor(255);  // window-system red: low byte
+    s->drawText(-4, -6, "é", false);
+    s->drawText(36, 15, "ÉÉÉÉ", false);
+    int red = 0;
+    for (int y = 0; y < 20; ++y)
+        for (int x = 0; x < 40; ++x) {
+            const auto p = s->raw_at(x, y) & 0xFFFFFFu;
+            EXPECT_TRUE(p == 0 || p == 0xFF0000u);
+            red += p == 0xFF0000u;
+        }
+    EXPECT_GT(red, 0);
+    s->drawText(1000, 1000, "off the surface", false);
+}
+
+class DrawObject : public ::testing::Test {
+protected:
+    void SetUp() override {
+        window = std::make_shared<platform::HeadlessWindow>(100, 80, 32, 10, 20);
+        hwnd = platform::windows().add(window);
+    }
+    void TearDown() override { platform::windows().remove(hwnd); }
+    std::shared_ptr<platform::HeadlessWindow> window;
+    Long hwnd = 0;
+};
+
+TEST_F(DrawObject, WindowedPrimaryBlitLandsInTheClippersWindowAtScreenPosition) {
+    DirectDraw7 dd("");
+    dd.setCooperativeLevel(hwnd, dx::DDSCL_NORMAL);
+    DDSURFACEDESC2 p;
+    p.lFlags = dx::DDSD_CAPS;
+    p.ddsCaps.lCaps = dx::DDSCAPS_PRIMARYSURFACE;
+    auto primary = dd.createSurface(p);
+    auto clipper = dd.createClipper(0);
+    clipper->setHWnd(hwnd);
+    primary->setClipper(clipper);
+    auto back = make_surface(10, 10, PixelFormat::x8r8g8b8());
+    back->bltColorFill(RECT{}, 0x00ABCDEF);
+    // Screen (20, 30) is client (10, 10) of a window whose client starts at (10, 20).
+    EXPECT_EQ(primary->blt(RECT{20, 30, 30, 40}, back, RECT{}, dx::DDBLT_WAIT), 0);
+    EXPECT_EQ(window->frame().at(10, 10), 0xABCDEFu);
+    EXPECT_EQ(window->frame().at(19, 19), 0xABCDEFu);
+    EXPECT_EQ(window->frame().at(9, 9), 0u);
+    EXPECT_EQ(window->frame().at(20, 20), 0u);
+}
+
+TEST_F(DrawObject, FlipChainSwapsAndShowsTheBackBuffer) {
+    DirectDraw7 dd("");
+    dd.setCooperativeLevel(hwnd, 19);
+    dd.setDisplayMode(64, 48, 16, 0, 0);
+    DDSURFACEDESC2 p;
+    p.lFlags = dx::DDSD_CAPS | dx::DDSD_BACKBUFFERCOUNT;
+    p.ddsCaps.lCaps = 8728;
+    p.lBackBufferCount = 1;
+    auto primary = dd.createSurface(p);
+    DDSCAPS2 caps;
+    caps.lCaps = 8196;
+    auto back = primary->getAttachedSurface(caps);
+    EXPECT_EQ(back->width(), 64);
+    EXPECT_EQ(back->format().bits(), 16);
+    back->bltColorFill(RECT{}, 0xF800);
+    primary->flip(Ref<DirectDrawSurface7>(), dx::DDFLIP_WAIT);
+    EXPECT_EQ(primary->raw_at(5, 5), 0xF800u);
+    EXPECT_EQ(back->raw_at(5, 5), 0u);  // the old front
+    EXPECT_EQ(window->frame().at(5, 5), 0xFF0000u);
+    caps.lCaps = dx::DDSCAPS_ZBUFFER;
+    EXPECT_EQ(status_of([&] { primary->getAttachedSurface(caps); }), platform::DDERR_NOTFOUND);
+}
+
+TEST_F(DrawObject, BadArgumentsRaiseTheDrawStatus) {
+    DirectDraw7 dd("");
+    EXPECT_EQ(status_of([&] { dd.setCooperativeLevel(999999, 8); }), platform::DDERR_INVALIDPARAMS);
+    dd.setCooperativeLevel(hwnd, dx::DDSCL_NORMAL);
+    EXPECT_EQ(status_of([&] { dd.setDisplayMode(640, 480, 16, 0, 0); }), platform::DDERR_NOCOOPERATIVELEVELSET);
+    DDSURFACEDESC2 d;
+    d.lFlags = 7;
+    d.ddsCaps.lCaps = 64;
+    d.lWidth = 0;
+    d.lHeight = 10;
+    EXPECT_EQ(status_of([&] { dd.createSurface(d); }), platform::DDERR_INVALIDPARAMS);
+    d.lWidth = 100000;
+    EXPECT_EQ(status_of([&] { dd.createSurface(d); }), platform::DDERR_INVALIDPARAMS);
+    DDSURFACEDESC2 mode;
+    dd.getDisplayMode(mode);
+    EXPECT_EQ(mode.ddpfPixelFormat.lRGBBitCount, 32);
+}
+
+TEST(Png, FramesAreWrittenAndBadPathsReportFalse) {
+    platform::Frame f;
+    f.width = 3;
+    f.height = 2;
+    f.pixels.assign(6, 0x00FF0000u);
+    const auto path = std::filesystem::temp_directory_path() / "tarko_png_test.png";
+    ASSERT_TRUE(platform::write_png(f, path.string()));
+    EXPECT_GT(std::filesystem::file_size(path), 8u);
+    std::filesystem::remove(path);
+    EXPECT_FALSE(platform::write_png(f, "/nonexistent-dir/x.png"));
+    EXPECT_FALSE(platform::write_png(platform::Frame{}, path.string()));
+}
