@@ -82,5 +82,11 @@ public:
     }
 
     // ---- sound: BEGIN (directSoundCreate and the music objects)
+    // "" is the default output (platform/sound/dsound.h); with no audio backend
+    // at all it raises DSERR_NODRIVER. Without a device the backend is silent.
+    tarko::Ref<DirectSound> directSoundCreate(const std::string& guid);
+    // Music objects (platform/music/dmusic.h).
+    tarko::Ref<class DirectMusicLoader> directMusicLoaderCreate();
+    tarko::Ref<class DirectMusicPerformance> directMusicPerformanceCreate();
     // ---- sound: END
 };
