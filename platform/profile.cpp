@@ -36,6 +36,14 @@ static D3DDEVICEDESC7 software_caps(const std::string& guid) {
     return c;
 }
 
+// A compressed format, listed last as drivers did; the engine never picks it.
+static DDPIXELFORMAT dxt1() {
+    DDPIXELFORMAT pf;
+    pf.lFlags = dx::DDPF_FOURCC;
+    pf.lFourCC = 0x31545844;  // "DXT1"
+    return pf;
+}
+
 static DDPIXELFORMAT z_only(int bits) { return PixelFormat::z(bits).dd(); }
 
 MachineProfile default_profile() {
@@ -56,7 +64,7 @@ MachineProfile default_profile() {
     const std::vector<DDPIXELFORMAT> textures = {
         PixelFormat::r5g6b5().dd(),   PixelFormat::x1r5g5b5().dd(),     PixelFormat::a1r5g5b5().dd(),
         PixelFormat::a4r4g4b4().dd(), PixelFormat::x8r8g8b8().dd(),     PixelFormat::a8r8g8b8().dd(),
-        PixelFormat::bump_du_dv_8_8().dd(),
+        PixelFormat::bump_du_dv_8_8().dd(), dxt1(),
     };
     const std::vector<DDPIXELFORMAT> depths = {z_only(16), z_only(24), z_only(32)};
 

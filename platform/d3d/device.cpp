@@ -17,50 +17,6 @@ using tarko::Long;
 namespace platform = tarko::platform;
 namespace d3d = tarko::platform::d3d;
 
-namespace d3d_defaults {
-void identity(D3DMATRIX& m) { tarko::dxmath::identityMatrix(m); }
-}  // namespace d3d_defaults
-
-d3d::DeviceState::DeviceState() {
-    d3d_defaults::identity(world);
-    d3d_defaults::identity(view);
-    d3d_defaults::identity(projection);
-    render[dx::D3DRENDERSTATE_ZENABLE] = 1;
-    render[dx::D3DRENDERSTATE_FILLMODE] = dx::D3DFILL_SOLID;
-    render[dx::D3DRENDERSTATE_SHADEMODE] = dx::D3DSHADE_GOURAUD;
-    render[dx::D3DRENDERSTATE_ZWRITEENABLE] = 1;
-    render[dx::D3DRENDERSTATE_SRCBLEND] = dx::D3DBLEND_ONE;
-    render[dx::D3DRENDERSTATE_DESTBLEND] = dx::D3DBLEND_ZERO;
-    render[dx::D3DRENDERSTATE_CULLMODE] = dx::D3DCULL_CCW;
-    render[dx::D3DRENDERSTATE_ZFUNC] = dx::D3DCMP_LESSEQUAL;
-    render[dx::D3DRENDERSTATE_ALPHAFUNC] = dx::D3DCMP_ALWAYS;
-    render[dx::D3DRENDERSTATE_FOGEND] = 0x3F800000;  // 1.0f
-    render[dx::D3DRENDERSTATE_FOGDENSITY] = 0x3F800000;
-    render[dx::D3DRENDERSTATE_CLIPPING] = 1;
-    render[dx::D3DRENDERSTATE_LIGHTING] = 1;
-    render[dx::D3DRENDERSTATE_COLORVERTEX] = 1;
-    for (int s = 0; s < Direct3DDevice7::kMaxStages; ++s) {
-        auto& st = stage[static_cast<std::size_t>(s)];
-        st[dx::D3DTSS_COLOROP] = s == 0 ? dx::D3DTOP_MODULATE : dx::D3DTOP_DISABLE;
-        st[dx::D3DTSS_ALPHAOP] = s == 0 ? dx::D3DTOP_SELECTARG1 : dx::D3DTOP_DISABLE;
-        st[dx::D3DTSS_COLORARG1] = dx::D3DTA_TEXTURE;
-        st[dx::D3DTSS_COLORARG2] = dx::D3DTA_CURRENT;
-        st[dx::D3DTSS_ALPHAARG1] = dx::D3DTA_TEXTURE;
-        st[dx::D3DTSS_ALPHAARG2] = dx::D3DTA_CURRENT;
-        st[dx::D3DTSS_TEXCOORDINDEX] = s;
-        st[dx::D3DTSS_ADDRESS] = st[dx::D3DTSS_ADDRESSU] = st[dx::D3DTSS_ADDRESSV] = dx::D3DTADDRESS_WRAP;
-        st[dx::D3DTSS_MAGFILTER] = dx::D3DTFG_POINT;
-        st[dx::D3DTSS_MINFILTER] = dx::D3DTFN_POINT;
-    }
-}
-
-float d3d::DeviceState::render_single(Long state) const {
-    float f;
-    const Long bits = render[static_cast<std::size_t>(state)];
-    std::memcpy(&f, &bits, sizeof f);
-    return f;
-}
-
 Direct3DDevice7::Direct3DDevice7(std::string guid, const tarko::Ref<DirectDrawSurface7>& target)
     : guid_(std::move(guid)),
       target_(target),
@@ -214,7 +170,8 @@ static D3DMATRIX* transform_slot(d3d::DeviceState& s, Long type) {
 }
 
 void Direct3DDevice7::setTransform(Long type, const D3DMATRIX& m) {
-    platform::record("Direct3DDevice7", "setTransform", type);
+    platform::record("Direct3DDevice7", "setTransform", type, m.rc11, m.rc12, m.rc13, m.rc14, m.rc21, m.rc22, m.rc23,
+                     m.rc24, m.rc31, m.rc32, m.rc33, m.rc34, m.rc41, m.rc42, m.rc43, m.rc44);
     *transform_slot(*state_, type) = m;
 }
 
@@ -233,14 +190,18 @@ void Direct3DDevice7::getViewport(D3DVIEWPORT7& viewport) const { viewport = sta
 
 void Direct3DDevice7::setMaterial(const D3DMATERIAL7& material) {
     platform::record("Direct3DDevice7", "setMaterial", material.diffuse.r, material.diffuse.g, material.diffuse.b,
-                     material.diffuse.a, material.power);
+                     material.diffuse.a, material.ambient.r, material.ambient.g, material.ambient.b,
+                     material.ambient.a, material.specular.r, material.specular.g, material.specular.b,
+                     material.specular.a, material.emissive.r, material.emissive.g, material.emissive.b,
+                     material.emissive.a, material.power);
     state_->material = material;
 }
 
 void Direct3DDevice7::getMaterial(D3DMATERIAL7& material) const { material = state_->material; }
 
 void Direct3DDevice7::setLight(Long index, const D3DLIGHT7& light) {
-    platform::record("Direct3DDevice7", "setLight", index, light.dltType);
+    platform::record("Direct3DDevice7", "setLight", index, light.dltType, light.position.x, light.position.y,
+                     light.position.z, light.direction.x, light.direction.y, light.direction.z, light.range);
     if (index < 0) platform::fail(platform::DDERR_INVALIDPARAMS, "setLight");
     if (light.dltType < D3DLIGHT_POINT || light.dltType > D3DLIGHT_DIRECTIONAL)
         platform::fail(platform::DDERR_INVALIDPARAMS, "setLight type");

@@ -1,11 +1,77 @@
-// Clears; drawing lands with the software rasteriser.
+// Clears, primitive assembly, clipping, triangle set-up and tile binning.
 #include "platform/d3d/rasteriser.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstring>
 
 #include "platform/constants.h"
 
 namespace tarko::platform::d3d {
+
+namespace {
+
+// Screen coordinates stay within this many pixels of the viewport, so that
+// edge functions in 1/16 pixel fit their integer types.
+constexpr float kGuardPixels = 4096.0f;
+
+float clip_distance(const ClipVertex& v, std::uint32_t plane, const GuardBand& g) {
+    switch (plane) {
+    case kClipLeft: return v.x - g.left * v.w;
+    case kClipRight: return g.right * v.w - v.x;
+    case kClipTop: return v.y - g.top * v.w;
+    case kClipBottom: return g.bottom * v.w - v.y;
+    case kClipNear: return v.z - g.minz * v.w;
+    case kClipFar: return g.maxz * v.w - v.z;
+    default: return v.w - 1e-7f;
+    }
+}
+
+ClipVertex lerp_vertex(const ClipVertex& a, const ClipVertex& b, float t) {
+    ClipVertex r;
+    r.x = a.x + (b.x - a.x) * t;
+    r.y = a.y + (b.y - a.y) * t;
+    r.z = a.z + (b.z - a.z) * t;
+    r.w = a.w + (b.w - a.w) * t;
+    for (int i = 0; i < kAttrCount; ++i)
+        r.a[static_cast<std::size_t>(i)] = a.a[static_cast<std::size_t>(i)] + (b.a[static_cast<std::size_t>(i)] - a.a[static_cast<std::size_t>(i)]) * t;
+    r.rhw = 1.0f / r.w;
+    r.sx = r.x * r.rhw;
+    r.sy = r.y * r.rhw;
+    r.sz = r.z * r.rhw;
+    r.finite = std::isfinite(r.sx) && std::isfinite(r.sy) && std::isfinite(r.sz) && std::isfinite(r.rhw);
+    r.outcode = 0;
+    return r;
+}
+
+void colour_floats(std::uint32_t argb, float out[4]) {
+    out[0] = static_cast<float>((argb >> 16) & 255u) / 255.0f;
+    out[1] = static_cast<float>((argb >> 8) & 255u) / 255.0f;
+    out[2] = static_cast<float>(argb & 255u) / 255.0f;
+    out[3] = static_cast<float>(argb >> 24) / 255.0f;
+}
+
+bool is_modulate_texture(const StageSetup& s) {
+    auto plain = [](int a) { return a == dx::D3DTA_DIFFUSE || a == dx::D3DTA_CURRENT; };
+    const bool colour = s.colour_op == dx::D3DTOP_MODULATE &&
+                        ((s.colour_arg1 == dx::D3DTA_TEXTURE && plain(s.colour_arg2)) ||
+                         (s.colour_arg2 == dx::D3DTA_TEXTURE && plain(s.colour_arg1)));
+    const bool alpha = (s.alpha_op == dx::D3DTOP_SELECTARG1 && s.alpha_arg1 == dx::D3DTA_TEXTURE) ||
+                       (s.alpha_op == dx::D3DTOP_MODULATE &&
+                        ((s.alpha_arg1 == dx::D3DTA_TEXTURE && plain(s.alpha_arg2)) ||
+                         (s.alpha_arg2 == dx::D3DTA_TEXTURE && plain(s.alpha_arg1))));
+    return colour && alpha;
+}
+
+}  // namespace
+
+Rasteriser::Rasteriser(DirectDrawSurface7& target) : target_(target), pool_(std::make_unique<WorkerPool>(0)) {}
+Rasteriser::~Rasteriser() = default;
+
+void Rasteriser::set_threads(int threads) {
+    if (threads <= 0) threads = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    if (threads != pool_->size()) pool_ = std::make_unique<WorkerPool>(threads);
+}
 
 void Rasteriser::clear(const DeviceState& state, std::span<const D3DRECT> rects, Long flags, std::uint32_t colour,
                        float z) {
@@ -14,24 +80,399 @@ void Rasteriser::clear(const DeviceState& state, std::span<const D3DRECT> rects,
     const D3DRECT whole{vp.lX, vp.lY, vp.lX + vp.lWidth, vp.lY + vp.lHeight};
     const std::span<const D3DRECT> list = rects.empty() ? std::span<const D3DRECT>(&whole, 1) : rects;
     for (const D3DRECT& r : list) {
-        if (flags & dx::D3DCLEAR_TARGET) {
+        // Rectangles are cut to the viewport and the surfaces.
+        const int x0 = std::max({0, r.x1, vp.lX}), y0 = std::max({0, r.y1, vp.lY});
+        if ((flags & dx::D3DCLEAR_TARGET) && target_.byte_size()) {
             const std::uint32_t raw = target_.format().from_argb(colour);
-            for (int y = std::max(0, r.y1); y < std::min(target_.height(), r.y2); ++y)
-                for (int x = std::max(0, r.x1); x < std::min(target_.width(), r.x2); ++x) target_.set_raw(x, y, raw);
+            const int x1 = std::min({target_.width(), r.x2, vp.lX + vp.lWidth});
+            const int y1 = std::min({target_.height(), r.y2, vp.lY + vp.lHeight});
+            for (int y = y0; y < y1; ++y)
+                for (int x = x0; x < x1; ++x) target_.set_raw(x, y, raw);
             target_.touch();
         }
-        if ((flags & dx::D3DCLEAR_ZBUFFER) && zbuffer) {
+        if ((flags & dx::D3DCLEAR_ZBUFFER) && zbuffer && zbuffer->byte_size()) {
             const int bits = zbuffer->format().bits();
-            const double max = bits >= 32 ? 4294967295.0 : static_cast<double>((1ull << bits) - 1);
-            const auto raw = static_cast<std::uint32_t>(std::clamp(static_cast<double>(z), 0.0, 1.0) * max);
-            for (int y = std::max(0, r.y1); y < std::min(zbuffer->height(), r.y2); ++y)
-                for (int x = std::max(0, r.x1); x < std::min(zbuffer->width(), r.x2); ++x) zbuffer->set_raw(x, y, raw);
+            const float zc = std::isnan(z) ? 1.0f : std::clamp(z, 0.0f, 1.0f);
+            std::uint32_t raw;
+            if (bits <= 16) {
+                raw = static_cast<std::uint32_t>(std::nearbyint(zc * 65535.0f));
+            } else {
+                raw = static_cast<std::uint32_t>(std::nearbyint(zc * 16777215.0f));
+                if (bits >= 32) raw <<= 8;
+            }
+            const int x1 = std::min({zbuffer->width(), r.x2, vp.lX + vp.lWidth});
+            const int y1 = std::min({zbuffer->height(), r.y2, vp.lY + vp.lHeight});
+            for (int y = y0; y < y1; ++y)
+                for (int x = x0; x < x1; ++x) zbuffer->set_raw(x, y, raw);
             zbuffer->touch();
         }
     }
 }
 
-void Rasteriser::draw(const DeviceState&, Long, Long, std::span<const std::byte>, std::size_t,
-                      std::span<const Integer>) {}
+bool Rasteriser::build_context(const DeviceState& s, Long fvf, DrawContext& ctx) {
+    auto rs = [&s](int i) { return s.render[static_cast<std::size_t>(i)]; };
+    ctx = DrawContext{};
+    held_.clear();
+    if (!target_.byte_size() || target_.width() <= 0 || target_.height() <= 0) return false;
+
+    const PixelFormat& fmt = target_.format();
+    TargetKind target = TargetKind::Other;
+    if (fmt == PixelFormat::r5g6b5()) target = TargetKind::R5G6B5;
+    else if (fmt == PixelFormat::x8r8g8b8() || fmt == PixelFormat::a8r8g8b8()) target = TargetKind::X8R8G8B8;
+    ctx.colour = target_.pixels();
+    ctx.colour_pitch = target_.pitch();
+    ctx.colour_format = &target_.format();
+    ctx.colour_has_alpha = fmt.has_alpha();
+
+    const D3DVIEWPORT7& vp = s.viewport;
+    ctx.scissor.x0 = std::max(0, vp.lX);
+    ctx.scissor.y0 = std::max(0, vp.lY);
+    ctx.scissor.x1 = std::min(target_.width(), vp.lX + std::max(0, vp.lWidth));
+    ctx.scissor.y1 = std::min(target_.height(), vp.lY + std::max(0, vp.lHeight));
+
+    DepthKind depth = DepthKind::None;
+    const auto zbuffer = target_.zbuffer();
+    if (rs(dx::D3DRENDERSTATE_ZENABLE) != 0 && zbuffer && zbuffer->byte_size()) {
+        ctx.depth = zbuffer->pixels();
+        ctx.depth_pitch = zbuffer->pitch();
+        ctx.scissor.x1 = std::min(ctx.scissor.x1, zbuffer->width());
+        ctx.scissor.y1 = std::min(ctx.scissor.y1, zbuffer->height());
+        if (zbuffer->format().bits() <= 16) {
+            depth = DepthKind::Z16;
+            ctx.depth_scale = 65535.0f;
+        } else {
+            depth = DepthKind::Z32;
+            ctx.depth_scale = 16777215.0f;
+            ctx.depth_shift = zbuffer->format().bits() >= 32 ? 8 : 0;
+        }
+        ctx.z_test = true;
+        ctx.z_func = rs(dx::D3DRENDERSTATE_ZFUNC);
+        ctx.z_write = rs(dx::D3DRENDERSTATE_ZWRITEENABLE) != 0;
+    }
+    if (ctx.scissor.x0 >= ctx.scissor.x1 || ctx.scissor.y0 >= ctx.scissor.y1) return false;
+
+    ctx.colour_key = rs(dx::D3DRENDERSTATE_COLORKEYENABLE) != 0;
+    bool any_key = false;
+    for (int i = 0; i < Direct3DDevice7::kMaxStages; ++i) {
+        const auto& st = s.stage[static_cast<std::size_t>(i)];
+        const int op = st[dx::D3DTSS_COLOROP];
+        if (op <= dx::D3DTOP_DISABLE) break;
+        StageSetup& out = ctx.stages[static_cast<std::size_t>(i)];
+        out.colour_op = op;
+        out.colour_arg1 = st[dx::D3DTSS_COLORARG1];
+        out.colour_arg2 = st[dx::D3DTSS_COLORARG2];
+        out.alpha_op = st[dx::D3DTSS_ALPHAOP];
+        out.alpha_arg1 = st[dx::D3DTSS_ALPHAARG1];
+        out.alpha_arg2 = st[dx::D3DTSS_ALPHAARG2];
+        out.bilinear = st[dx::D3DTSS_MAGFILTER] >= dx::D3DTFG_LINEAR || st[dx::D3DTSS_MINFILTER] >= dx::D3DTFN_LINEAR;
+        for (int k = 0; k < 4; ++k) out.bump[k] = static_cast<float>(st[static_cast<std::size_t>(dx::D3DTSS_BUMPENVMAT00 + k)]);
+        const auto& surface = s.textures[static_cast<std::size_t>(i)];
+        if (surface) {
+            auto tex = textures_.get(surface.shared(), ctx.colour_key);
+            out.texture = tex.get();
+            if (tex) held_.push_back(std::move(tex));
+            if (i == 0 && surface->has_color_key()) any_key = true;
+        }
+        auto reads_texture = [](int arg) { return (arg & 0xF) == dx::D3DTA_TEXTURE; };
+        if (reads_texture(out.colour_arg1) || reads_texture(out.colour_arg2) || reads_texture(out.alpha_arg1) ||
+            reads_texture(out.alpha_arg2) || op == dx::D3DTOP_BUMPENVMAP)
+            ctx.textured = true;
+        ctx.stage_count = i + 1;
+    }
+    ctx.colour_key = ctx.colour_key && any_key;
+    CascadeKind cascade = CascadeKind::Generic;
+    if (ctx.stage_count == 0) cascade = CascadeKind::Diffuse;
+    else if (ctx.stage_count == 1 && is_modulate_texture(ctx.stages[0])) cascade = CascadeKind::ModulateTexture;
+
+    ctx.alpha_test = rs(dx::D3DRENDERSTATE_ALPHATESTENABLE) != 0;
+    ctx.alpha_func = rs(dx::D3DRENDERSTATE_ALPHAFUNC);
+    ctx.alpha_ref = std::clamp<Long>(rs(dx::D3DRENDERSTATE_ALPHAREF), 0, 255);
+    ctx.blend = rs(dx::D3DRENDERSTATE_ALPHABLENDENABLE) != 0;
+    ctx.src_blend = rs(dx::D3DRENDERSTATE_SRCBLEND);
+    ctx.dest_blend = rs(dx::D3DRENDERSTATE_DESTBLEND);
+    if (ctx.blend && ctx.src_blend == dx::D3DBLEND_ONE && ctx.dest_blend == dx::D3DBLEND_ZERO) ctx.blend = false;
+    const int fog_mode = rs(dx::D3DRENDERSTATE_FOGTABLEMODE) != 0 ? rs(dx::D3DRENDERSTATE_FOGTABLEMODE)
+                                                                : rs(dx::D3DRENDERSTATE_FOGVERTEXMODE);
+    ctx.fog = rs(dx::D3DRENDERSTATE_FOGENABLE) != 0 && fvf != dx::D3DFVF_TLVERTEX && fog_mode >= dx::D3DFOG_EXP &&
+              fog_mode <= dx::D3DFOG_LINEAR;
+    float fc[4];
+    colour_floats(static_cast<std::uint32_t>(rs(dx::D3DRENDERSTATE_FOGCOLOR)), fc);
+    std::copy(fc, fc + 3, ctx.fog_colour);
+    ctx.specular = rs(dx::D3DRENDERSTATE_SPECULARENABLE) != 0;
+    colour_floats(static_cast<std::uint32_t>(rs(dx::D3DRENDERSTATE_TEXTUREFACTOR)), ctx.tfactor);
+    ctx.raster = select_raster(target, depth, cascade);
+
+    flat_ = rs(dx::D3DRENDERSTATE_SHADEMODE) == dx::D3DSHADE_FLAT;
+    fill_ = rs(dx::D3DRENDERSTATE_FILLMODE);
+    if (fill_ != dx::D3DFILL_POINT && fill_ != dx::D3DFILL_WIREFRAME) fill_ = dx::D3DFILL_SOLID;
+
+    guard_.left = static_cast<float>(vp.lX) - kGuardPixels;
+    guard_.top = static_cast<float>(vp.lY) - kGuardPixels;
+    guard_.right = static_cast<float>(vp.lX + vp.lWidth) + kGuardPixels;
+    guard_.bottom = static_cast<float>(vp.lY + vp.lHeight) + kGuardPixels;
+    guard_.minz = vp.minz;
+    guard_.maxz = vp.maxz;
+    guard_.clip_z = fvf != dx::D3DFVF_TLVERTEX;
+    vp_right_ = ctx.scissor.x1 - 1;
+    vp_bottom_ = ctx.scissor.y1 - 1;
+
+    tiles_x_ = (target_.width() + kTileSize - 1) / kTileSize;
+    tiles_y_ = (target_.height() + kTileSize - 1) / kTileSize;
+    bins_.resize(static_cast<std::size_t>(tiles_x_) * static_cast<std::size_t>(tiles_y_));
+    return true;
+}
+
+void Rasteriser::draw(const DeviceState& state, Long primitive_type, Long fvf, std::span<const std::byte> vertices,
+                      std::size_t vertex_count, std::span<const Integer> indices) {
+    vertex_count = std::min(vertex_count, vertices.size() / 32);
+    if (vertex_count == 0) return;
+    if (!build_context(state, fvf, ctx_)) return;
+
+    const VertexStage stage(state, fvf, guard_, state.viewport);
+    verts_.resize(vertex_count);
+    constexpr std::size_t kChunk = 1024;
+    if (vertex_count >= 2 * kChunk && pool_->size() > 1) {
+        const int chunks = static_cast<int>((vertex_count + kChunk - 1) / kChunk);
+        pool_->run(chunks, [&](int c) {
+            const std::size_t first = static_cast<std::size_t>(c) * kChunk;
+            stage.run(vertices.data(), first, std::min(kChunk, vertex_count - first), verts_.data() + first);
+        });
+    } else {
+        stage.run(vertices.data(), 0, vertex_count, verts_.data());
+    }
+
+    const bool indexed = !indices.empty();
+    const std::size_t n = indexed ? indices.size() : vertex_count;
+    auto at = [&](std::size_t i) -> const ClipVertex* {
+        if (!indexed) return &verts_[i];
+        const int idx = indices[i];
+        if (idx < 0 || static_cast<std::size_t>(idx) >= vertex_count) return nullptr;  // rejected, never read
+        return &verts_[static_cast<std::size_t>(idx)];
+    };
+    const Long cull_mode = state.render[dx::D3DRENDERSTATE_CULLMODE];
+    const int cull = (cull_mode == dx::D3DCULL_CW || cull_mode == dx::D3DCULL_CCW) ? cull_mode : dx::D3DCULL_NONE;
+
+    tris_.clear();
+    switch (primitive_type) {
+    case dx::D3DPT_POINTLIST:
+        for (std::size_t i = 0; i < n; ++i)
+            if (const auto* v = at(i)) point(*v);
+        break;
+    case dx::D3DPT_LINELIST:
+        for (std::size_t i = 0; i + 1 < n; i += 2) {
+            const auto *a = at(i), *b = at(i + 1);
+            if (a && b) line(*a, *b);
+        }
+        break;
+    case dx::D3DPT_LINESTRIP:
+        for (std::size_t i = 0; i + 1 < n; ++i) {
+            const auto *a = at(i), *b = at(i + 1);
+            if (a && b) line(*a, *b);
+        }
+        break;
+    case dx::D3DPT_TRIANGLELIST:
+        for (std::size_t i = 0; i + 2 < n; i += 3) triangle(at(i), at(i + 1), at(i + 2), cull);
+        break;
+    case dx::D3DPT_TRIANGLESTRIP:
+        // Odd triangles swap their last two vertices to keep the winding; the
+        // first vertex stays the one flat shading takes.
+        for (std::size_t i = 0; i + 2 < n; ++i)
+            triangle(at(i), at(i + (i & 1 ? 2 : 1)), at(i + (i & 1 ? 1 : 2)), cull);
+        break;
+    case dx::D3DPT_TRIANGLEFAN:
+        for (std::size_t i = 1; i + 1 < n; ++i) triangle(at(i), at(i + 1), at(0), cull);
+        break;
+    default: break;
+    }
+    raster_bins();
+    target_.touch();
+    if (ctx_.z_write && ctx_.depth) target_.zbuffer()->touch();
+    held_.clear();
+}
+
+void Rasteriser::triangle(const ClipVertex* a, const ClipVertex* b, const ClipVertex* c, int cull) {
+    if (!a || !b || !c) return;
+    if (!a->finite || !b->finite || !c->finite) return;
+    if (a->outcode & b->outcode & c->outcode) return;
+    if (fill_ != dx::D3DFILL_SOLID) {
+        if ((a->outcode | b->outcode | c->outcode) == 0 && cull != dx::D3DCULL_NONE) {
+            const double area = (static_cast<double>(b->sx) - a->sx) * (static_cast<double>(c->sy) - a->sy) -
+                                (static_cast<double>(c->sx) - a->sx) * (static_cast<double>(b->sy) - a->sy);
+            if ((cull == dx::D3DCULL_CCW && area < 0) || (cull == dx::D3DCULL_CW && area > 0)) return;
+        }
+        if (fill_ == dx::D3DFILL_POINT) {
+            for (const ClipVertex* v : {a, b, c})
+                if (v->outcode == 0) point(*v);
+        } else {
+            line(*a, *b);
+            line(*b, *c);
+            line(*c, *a);
+        }
+        return;
+    }
+    if ((a->outcode | b->outcode | c->outcode) == 0) {
+        setup(*a, *b, *c, cull, *a);
+        return;
+    }
+    // Sutherland-Hodgman against each plane some vertex lies outside of.
+    ClipVertex buf[2][16];
+    int count = 3;
+    buf[0][0] = *a, buf[0][1] = *b, buf[0][2] = *c;
+    int cur = 0;
+    const std::uint32_t planes = a->outcode | b->outcode | c->outcode;
+    for (std::uint32_t plane : {kClipW, kClipNear, kClipFar, kClipLeft, kClipRight, kClipTop, kClipBottom}) {
+        if (!(planes & plane)) continue;
+        int out = 0;
+        for (int i = 0; i < count && out < 14; ++i) {
+            const ClipVertex& p = buf[cur][i];
+            const ClipVertex& q = buf[cur][(i + 1) % count];
+            const float dp = clip_distance(p, plane, guard_), dq = clip_distance(q, plane, guard_);
+            if (dp >= 0) buf[1 - cur][out++] = p;
+            if ((dp >= 0) != (dq >= 0)) buf[1 - cur][out++] = lerp_vertex(p, q, dp / (dp - dq));
+        }
+        cur = 1 - cur;
+        count = out;
+        if (count < 3) return;
+    }
+    for (int i = 1; i + 1 < count; ++i) {
+        if (!buf[cur][0].finite || !buf[cur][i].finite || !buf[cur][i + 1].finite) continue;
+        setup(buf[cur][0], buf[cur][i], buf[cur][i + 1], cull, *a);
+    }
+}
+
+void Rasteriser::setup(const ClipVertex& v0, const ClipVertex& v1, const ClipVertex& v2, int cull,
+                       const ClipVertex& provoking) {
+    const ClipVertex* v[3] = {&v0, &v1, &v2};
+    std::int64_t X[3], Y[3];
+    for (int i = 0; i < 3; ++i) {
+        // Clipping keeps vertices inside the guard band; anything beyond it
+        // (rounding at the band's edge) is dropped rather than overflowing.
+        const float sx = v[i]->sx, sy = v[i]->sy;
+        if (!(std::fabs(sx) < 65536.0f && std::fabs(sy) < 65536.0f)) return;
+        X[i] = std::lrint(sx * 16.0f);
+        Y[i] = std::lrint(sy * 16.0f);
+    }
+    std::int64_t area = (X[1] - X[0]) * (Y[2] - Y[0]) - (X[2] - X[0]) * (Y[1] - Y[0]);
+    if (area == 0) return;
+    // Positive area is clockwise on screen (y down): the front under CULL_CCW.
+    if ((cull == dx::D3DCULL_CCW && area < 0) || (cull == dx::D3DCULL_CW && area > 0)) return;
+    if (area < 0) {
+        std::swap(v[1], v[2]);
+        std::swap(X[1], X[2]);
+        std::swap(Y[1], Y[2]);
+        area = -area;
+    }
+
+    SetupTriangle t;
+    const Scissor& sc = ctx_.scissor;
+    const std::int64_t minX = std::min({X[0], X[1], X[2]}), maxX = std::max({X[0], X[1], X[2]});
+    const std::int64_t minY = std::min({Y[0], Y[1], Y[2]}), maxY = std::max({Y[0], Y[1], Y[2]});
+    t.minx = static_cast<int>(std::max<std::int64_t>((minX + 15) >> 4, sc.x0));
+    t.maxx = static_cast<int>(std::min<std::int64_t>(maxX >> 4, sc.x1 - 1));
+    t.miny = static_cast<int>(std::max<std::int64_t>((minY + 15) >> 4, sc.y0));
+    t.maxy = static_cast<int>(std::min<std::int64_t>(maxY >> 4, sc.y1 - 1));
+    if (t.minx > t.maxx || t.miny > t.maxy) return;
+
+    for (int k = 0; k < 3; ++k) {
+        const int a = k, b = (k + 1) % 3;
+        const std::int64_t dx = X[b] - X[a], dy = Y[b] - Y[a];
+        t.a[k] = static_cast<std::int32_t>(-dy);
+        t.b[k] = static_cast<std::int32_t>(dx);
+        t.c[k] = dy * X[a] - dx * Y[a];
+        // Top-left rule: pixels on a top or left edge belong to the triangle,
+        // pixels on the others do not. Exception: an edge lying exactly on the
+        // viewport's last column or row keeps its pixels, so that a screen quad
+        // from 0 to width-1 (as TL vertices give it) covers the whole screen.
+        const bool top_left = dy < 0 || (dy == 0 && dx > 0);
+        const bool last_column = dx == 0 && dy > 0 && X[a] == static_cast<std::int64_t>(vp_right_) * 16;
+        const bool last_row = dy == 0 && dx < 0 && Y[a] == static_cast<std::int64_t>(vp_bottom_) * 16;
+        if (!top_left && !last_column && !last_row) t.c[k] -= 1;
+    }
+
+    // Attribute planes from the snapped positions, in double for the set-up.
+    const double x0 = static_cast<double>(X[0]) / 16, y0 = static_cast<double>(Y[0]) / 16;
+    const double d1x = static_cast<double>(X[1] - X[0]) / 16, d1y = static_cast<double>(Y[1] - Y[0]) / 16;
+    const double d2x = static_cast<double>(X[2] - X[0]) / 16, d2y = static_cast<double>(Y[2] - Y[0]) / 16;
+    const double inv_area = 1.0 / (d1x * d2y - d2x * d1y);
+    t.ref_x = static_cast<float>(x0);
+    t.ref_y = static_cast<float>(y0);
+    auto plane = [&](double f0, double f1, double f2) {
+        const double df1 = f1 - f0, df2 = f2 - f0;
+        return Plane{static_cast<float>(f0), static_cast<float>((df1 * d2y - df2 * d1y) * inv_area),
+                     static_cast<float>((df2 * d1x - df1 * d2x) * inv_area)};
+    };
+    const double r0 = v[0]->rhw, r1 = v[1]->rhw, r2 = v[2]->rhw;
+    t.p[kPlaneRhw] = plane(r0, r1, r2);
+    t.p[kPlaneZ] = plane(v[0]->sz, v[1]->sz, v[2]->sz);
+    static constexpr std::pair<int, int> kMap[] = {{kPlaneU, kTexU},  {kPlaneV, kTexV},  {kPlaneR, kDiffR},
+                                                   {kPlaneG, kDiffG}, {kPlaneB, kDiffB}, {kPlaneA, kDiffA},
+                                                   {kPlaneSR, kSpecR}, {kPlaneSG, kSpecG}, {kPlaneSB, kSpecB},
+                                                   {kPlaneFog, kFog}};
+    for (auto [p, a] : kMap) {
+        const auto ai = static_cast<std::size_t>(a);
+        t.p[p] = plane(v[0]->a[ai] * r0, v[1]->a[ai] * r1, v[2]->a[ai] * r2);
+    }
+    t.is_flat = flat_;
+    if (flat_) {
+        const int src[7] = {kDiffR, kDiffG, kDiffB, kDiffA, kSpecR, kSpecG, kSpecB};
+        for (int i = 0; i < 7; ++i) t.flat[i] = provoking.a[static_cast<std::size_t>(src[i])];
+        t.flat[7] = 0;
+    }
+    tris_.push_back(t);
+}
+
+void Rasteriser::point(const ClipVertex& v) {
+    if (!v.finite || v.outcode) return;
+    // A pixel-sized square around the nearest pixel centre.
+    const float px = std::nearbyint(v.sx), py = std::nearbyint(v.sy);
+    ClipVertex q[4] = {v, v, v, v};
+    const float ox[4] = {-0.5f, 0.5f, 0.5f, -0.5f}, oy[4] = {-0.5f, -0.5f, 0.5f, 0.5f};
+    for (int i = 0; i < 4; ++i) q[i].sx = px + ox[i], q[i].sy = py + oy[i];
+    setup(q[0], q[1], q[2], dx::D3DCULL_NONE, v);
+    setup(q[0], q[2], q[3], dx::D3DCULL_NONE, v);
+}
+
+void Rasteriser::line(const ClipVertex& a, const ClipVertex& b) {
+    if (!a.finite || !b.finite || a.outcode || b.outcode) return;
+    // A one-pixel-wide quad along the major axis.
+    const bool x_major = std::fabs(b.sx - a.sx) >= std::fabs(b.sy - a.sy);
+    const float ox = x_major ? 0.0f : 0.5f, oy = x_major ? 0.5f : 0.0f;
+    ClipVertex q[4] = {a, b, b, a};
+    q[0].sx -= ox, q[0].sy -= oy;
+    q[1].sx -= ox, q[1].sy -= oy;
+    q[2].sx += ox, q[2].sy += oy;
+    q[3].sx += ox, q[3].sy += oy;
+    setup(q[0], q[1], q[2], dx::D3DCULL_NONE, a);
+    setup(q[0], q[2], q[3], dx::D3DCULL_NONE, a);
+}
+
+void Rasteriser::raster_bins() {
+    if (tris_.empty()) return;
+    for (int b : busy_bins_) bins_[static_cast<std::size_t>(b)].clear();
+    busy_bins_.clear();
+    const int shift = 6;  // kTileSize == 64
+    for (std::size_t i = 0; i < tris_.size(); ++i) {
+        const SetupTriangle& t = tris_[i];
+        for (int ty = t.miny >> shift; ty <= t.maxy >> shift; ++ty)
+            for (int tx = t.minx >> shift; tx <= t.maxx >> shift; ++tx) {
+                auto& bin = bins_[static_cast<std::size_t>(ty) * tiles_x_ + tx];
+                if (bin.empty()) busy_bins_.push_back(ty * tiles_x_ + tx);
+                bin.push_back(static_cast<std::uint32_t>(i));
+            }
+    }
+    const DrawContext& ctx = ctx_;
+    auto run_tile = [&](int job) {
+        const int tile = busy_bins_[static_cast<std::size_t>(job)];
+        const int tx0 = (tile % tiles_x_) * kTileSize, ty0 = (tile / tiles_x_) * kTileSize;
+        for (std::uint32_t idx : bins_[static_cast<std::size_t>(tile)])
+            ctx.raster(ctx, tris_[idx], tx0, ty0, tx0 + kTileSize, ty0 + kTileSize);
+    };
+    const int jobs = static_cast<int>(busy_bins_.size());
+    if (tris_.size() < 4 && jobs < 4) {
+        for (int j = 0; j < jobs; ++j) run_tile(j);
+    } else {
+        pool_->run(jobs, run_tile);
+    }
+}
 
 }  // namespace tarko::platform::d3d

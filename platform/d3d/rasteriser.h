@@ -1,26 +1,61 @@
 // The drawing half of the device: clears and draws into the render target and
-// its z-buffer from the device state.
+// its z-buffer from the device state. A draw runs the stages in order:
+// transform and light (vertex_stage.cpp), assemble and clip, set up, bin into
+// 64x64 tiles, then the tiles are shared among the worker threads, each tile
+// drawn by one thread with its triangles in submission order (pixel_stage.cpp),
+// so pictures do not depend on the thread count.
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <span>
+#include <vector>
 
 #include "platform/d3d/device_state.h"
+#include "platform/d3d/pipeline.h"
+#include "platform/d3d/texture_cache.h"
+#include "platform/d3d/worker_pool.h"
 #include "platform/surface.h"
 
 namespace tarko::platform::d3d {
 
 class Rasteriser {
 public:
-    explicit Rasteriser(DirectDrawSurface7& target) : target_(target) {}
+    explicit Rasteriser(DirectDrawSurface7& target);
+    ~Rasteriser();
+
     void clear(const DeviceState& state, std::span<const D3DRECT> rects, Long flags, std::uint32_t colour, float z);
+    // `vertices` holds vertex_count records; indices (if any) are checked
+    // against vertex_count.
     void draw(const DeviceState& state, Long primitive_type, Long vertex_type, std::span<const std::byte> vertices,
               std::size_t vertex_count, std::span<const Integer> indices);
-    void set_threads(int threads) { threads_ = threads; }
+    void set_threads(int threads);
+    int threads() const { return pool_->size(); }
+
+    static constexpr int kTileSize = 64;
 
 private:
+    bool build_context(const DeviceState& state, Long fvf, DrawContext& ctx);
+    void triangle(const ClipVertex* v0, const ClipVertex* v1, const ClipVertex* v2, int cull);
+    void setup(const ClipVertex& v0, const ClipVertex& v1, const ClipVertex& v2, int cull, const ClipVertex& provoking);
+    void point(const ClipVertex& v);
+    void line(const ClipVertex& a, const ClipVertex& b);
+    void raster_bins();
+
     DirectDrawSurface7& target_;
-    int threads_ = 0;
+    std::unique_ptr<WorkerPool> pool_;
+    TextureCache textures_;
+    std::vector<std::shared_ptr<const Texture>> held_;  // textures of the draw in progress
+    DrawContext ctx_;
+    GuardBand guard_{};
+    int vp_right_ = 0, vp_bottom_ = 0;  // last pixel column and row of the viewport
+    bool flat_ = false;
+    int fill_ = 3;
+    std::vector<ClipVertex> verts_;
+    std::vector<SetupTriangle> tris_;
+    std::vector<std::vector<std::uint32_t>> bins_;
+    std::vector<int> busy_bins_;
+    int tiles_x_ = 0, tiles_y_ = 0;
 };
 
 }  // namespace tarko::platform::d3d

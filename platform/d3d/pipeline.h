@@ -1,0 +1,157 @@
+// Internal records that flow between the device's stages: processed vertices,
+// set-up triangles and the per-draw pixel state.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "platform/d3d/device_state.h"
+#include "platform/d3d/simd.h"
+
+namespace tarko::platform::d3d {
+
+// Per-vertex values carried to the pixels.
+enum Attr : int { kDiffR, kDiffG, kDiffB, kDiffA, kSpecR, kSpecG, kSpecB, kFog, kTexU, kTexV, kAttrCount };
+
+// A vertex after transform and lighting. x, y, z, w are homogeneous screen
+// coordinates (the viewport already applied), so that clipping and the
+// projection to pixels are one step; sx, sy, sz, rhw the projected values.
+struct ClipVertex {
+    float x, y, z, w;
+    float sx, sy, sz, rhw;
+    std::array<float, kAttrCount> a;
+    std::uint32_t outcode;  // planes this vertex lies outside of
+    bool finite;
+};
+
+// Clip planes in homogeneous screen space.
+enum ClipPlane : std::uint32_t {
+    kClipLeft = 1, kClipRight = 2, kClipTop = 4, kClipBottom = 8, kClipNear = 16, kClipFar = 32, kClipW = 64,
+};
+
+// Screen rectangle pixels may be written in (viewport within the target).
+struct Scissor {
+    int x0 = 0, y0 = 0, x1 = 0, y1 = 0;  // x1, y1 exclusive
+};
+
+struct GuardBand {
+    float left, top, right, bottom;  // pixels
+    float minz, maxz;
+    bool clip_z;
+};
+
+// Vertex stage: transform, lighting, fog for one draw. TL vertices pass
+// through with their screen position.
+class VertexStage {
+public:
+    VertexStage(const DeviceState& state, Long fvf, const GuardBand& guard, const D3DVIEWPORT7& vp);
+    void run(const std::byte* vertices, std::size_t first, std::size_t count, ClipVertex* out) const;
+
+private:
+    struct Light {
+        int type;
+        float pos[3], dir[3];    // camera space; dir points from the light
+        float amb[3], diff[3], spec[3];
+        float range, falloff, att0, att1, att2, cos_half_theta, cos_half_phi;
+    };
+    void light_vertex(const float p[3], const float n[3], const float* vertex_diffuse, const float* vertex_specular,
+                      float out[kAttrCount]) const;
+
+    Long fvf_;
+    GuardBand guard_;
+    float wvp_[4][4];
+    float wv_[4][4];
+    float normal_m_[3][3];
+    float vp_x_, vp_y_, vp_hw_, vp_hh_, vp_minz_, vp_dz_;
+    bool lighting_, specular_, fog_, normalize_ = true;
+    int fog_mode_;
+    float fog_start_, fog_end_, fog_density_;
+    float global_ambient_[3];
+    D3DMATERIAL7 mat_;
+    std::vector<Light> lights_;
+};
+
+// One converted texture: ARGB texels, or du/dv pairs for a bump map.
+struct Texture {
+    int width = 0, height = 0;
+    bool bump = false;
+    std::vector<std::uint32_t> texels;  // width * height, row after row
+};
+
+// Texture stage settings as the pixel stage reads them.
+struct StageSetup {
+    int colour_op, colour_arg1, colour_arg2, alpha_op, alpha_arg1, alpha_arg2;
+    const Texture* texture;  // nullptr: TEXTURE reads opaque white
+    bool bilinear;
+    float bump[4];           // 00, 01, 10, 11
+};
+
+enum class CascadeKind : int { Diffuse, ModulateTexture, Generic };
+enum class TargetKind : int { R5G6B5, X8R8G8B8, Other };
+enum class DepthKind : int { None, Z16, Z32 };
+
+struct SetupTriangle;
+
+// Everything a pixel needs that does not change within a draw.
+struct DrawContext {
+    // target
+    std::uint8_t* colour = nullptr;
+    int colour_pitch = 0;
+    const tarko::platform::PixelFormat* colour_format = nullptr;
+    bool colour_has_alpha = false;
+    std::uint8_t* depth = nullptr;
+    int depth_pitch = 0;
+    int depth_shift = 0;           // z32 keeps 24 bits in the top of the word
+    float depth_scale = 65535.0f;
+    Scissor scissor;
+
+    int stage_count = 0;           // stages before the first DISABLE
+    std::array<StageSetup, 8> stages{};
+    bool textured = false;         // some stage reads a texture
+    bool z_test = false, z_write = false;
+    int z_func = 4;
+    bool alpha_test = false;
+    int alpha_func = 8;
+    int alpha_ref = 0;
+    bool blend = false;
+    int src_blend = 2, dest_blend = 1;
+    bool fog = false;
+    float fog_colour[3] = {0, 0, 0};
+    bool specular = false;
+    bool colour_key = false;       // discard texels that matched the key
+    float tfactor[4] = {1, 1, 1, 1};
+
+    using RasterFn = void (*)(const DrawContext&, const SetupTriangle&, int tile_x0, int tile_y0, int tile_x1,
+                              int tile_y1);
+    RasterFn raster = nullptr;
+};
+
+// Plane equation of an interpolated value: v(x, y) = c + dx (x - ref_x) +
+// dy (y - ref_y), pixel centres on whole coordinates.
+struct Plane {
+    float c, dx, dy;
+};
+
+enum PlaneIndex : int { kPlaneRhw, kPlaneZ, kPlaneU, kPlaneV, kPlaneR, kPlaneG, kPlaneB, kPlaneA, kPlaneSR, kPlaneSG,
+                        kPlaneSB, kPlaneFog, kPlaneCount };
+
+// A triangle ready for the pixel loops. Edge functions are in 1/16 pixel units
+// scaled so that a pixel is covered when all three are >= 0 at its centre
+// (the top-left rule is folded into c).
+struct SetupTriangle {
+    std::int32_t a[3], b[3];  // per 1/16 pixel step in x and in y
+    std::int64_t c[3];
+    int minx, miny, maxx, maxy;  // pixel bounds, inclusive, within the scissor
+    float ref_x, ref_y;          // planes are taken relative to this point
+    Plane p[kPlaneCount];
+    float flat[8];               // flat shading: diffuse rgba, specular rgb, unused
+    bool is_flat;
+};
+
+// Picks the pixel routine instantiated for this state combination.
+DrawContext::RasterFn select_raster(TargetKind target, DepthKind depth, CascadeKind cascade);
+
+}  // namespace tarko::platform::d3d

@@ -1,0 +1,49 @@
+// Texture conversion and caching.
+#include "platform/d3d/texture_cache.h"
+
+#include <algorithm>
+
+namespace tarko::platform::d3d {
+
+std::shared_ptr<const Texture> convert_texture(const DirectDrawSurface7& s, bool keyed) {
+    if (s.width() <= 0 || s.height() <= 0 || s.byte_size() == 0 || !s.format().valid()) return nullptr;
+    auto t = std::make_shared<Texture>();
+    t->width = s.width();
+    t->height = s.height();
+    t->bump = s.format().is_bump();
+    t->texels.resize(static_cast<std::size_t>(t->width) * static_cast<std::size_t>(t->height));
+    const bool use_key = keyed && s.has_color_key() && !t->bump;
+    const auto key_lo = use_key ? static_cast<std::uint32_t>(s.getColorKey(0).low) : 0u;
+    const auto key_hi = use_key ? static_cast<std::uint32_t>(s.getColorKey(0).high) : 0u;
+    const auto& fmt = s.format();
+    for (int y = 0; y < t->height; ++y)
+        for (int x = 0; x < t->width; ++x) {
+            const std::uint32_t raw = s.raw_at(x, y);
+            std::uint32_t out;
+            if (t->bump) {
+                out = raw & 0xFFFFu;  // du low byte, dv high byte, both signed
+            } else if (use_key && raw >= key_lo && raw <= std::max(key_lo, key_hi)) {
+                out = 0;
+            } else {
+                out = fmt.to_argb(raw);
+            }
+            t->texels[static_cast<std::size_t>(y) * t->width + x] = out;
+        }
+    return t;
+}
+
+std::shared_ptr<const Texture> TextureCache::get(const std::shared_ptr<DirectDrawSurface7>& surface, bool keyed) {
+    if (!surface) return nullptr;
+    auto it = entries_.find(surface.get());
+    if (it != entries_.end() && it->second.surface.lock() == surface &&
+        it->second.generation == surface->generation() && it->second.keyed == keyed)
+        return it->second.texture;
+    if (entries_.size() > 512)
+        std::erase_if(entries_, [](const auto& kv) { return kv.second.surface.expired(); });
+    Entry e{surface, surface->generation(), keyed, convert_texture(*surface, keyed)};
+    auto tex = e.texture;
+    entries_[surface.get()] = std::move(e);
+    return tex;
+}
+
+}  // namespace tarko::platform::d3d

@@ -1,0 +1,33 @@
+// Textures converted once to 32-bit texels and kept until their surface
+// changes (its generation moves) or goes away.
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+#include "platform/d3d/pipeline.h"
+#include "platform/surface.h"
+
+namespace tarko::platform::d3d {
+
+class TextureCache {
+public:
+    // The converted texture; `keyed` asks for colour-keyed texels as
+    // transparent black. Empty surfaces give nullptr (read as white).
+    std::shared_ptr<const Texture> get(const std::shared_ptr<DirectDrawSurface7>& surface, bool keyed);
+
+private:
+    struct Entry {
+        std::weak_ptr<DirectDrawSurface7> surface;
+        std::uint64_t generation = 0;
+        bool keyed = false;
+        std::shared_ptr<const Texture> texture;
+    };
+    std::unordered_map<const DirectDrawSurface7*, Entry> entries_;
+};
+
+// Conversion of one surface (for the cache and for tests).
+std::shared_ptr<const Texture> convert_texture(const DirectDrawSurface7& surface, bool keyed);
+
+}  // namespace tarko::platform::d3d

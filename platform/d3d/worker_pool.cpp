@@ -1,0 +1,69 @@
+// Worker pool: one wake-up per run, jobs taken from a shared counter.
+#include "platform/d3d/worker_pool.h"
+
+#include <algorithm>
+
+namespace tarko::platform::d3d {
+
+WorkerPool::WorkerPool(int threads) {
+    if (threads <= 0) threads = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    threads = std::min(threads, 64);
+    for (int i = 1; i < threads; ++i) workers_.emplace_back([this] { work_loop(); });
+}
+
+WorkerPool::~WorkerPool() {
+    {
+        std::lock_guard lock(mutex_);
+        stop_ = true;
+    }
+    wake_.notify_all();
+    for (auto& t : workers_) t.join();
+}
+
+void WorkerPool::take_jobs() {
+    for (;;) {
+        const int job = next_.fetch_add(1, std::memory_order_relaxed);
+        if (job >= jobs_) return;
+        (*fn_)(job);
+    }
+}
+
+void WorkerPool::work_loop() {
+    std::uint64_t seen = 0;
+    for (;;) {
+        {
+            std::unique_lock lock(mutex_);
+            wake_.wait(lock, [&] { return stop_ || round_ != seen; });
+            if (stop_) return;
+            seen = round_;
+        }
+        take_jobs();
+        {
+            std::lock_guard lock(mutex_);
+            if (--busy_ == 0) done_.notify_one();
+        }
+    }
+}
+
+void WorkerPool::run(int jobs, const std::function<void(int)>& fn) {
+    if (jobs <= 0) return;
+    if (workers_.empty() || jobs == 1) {
+        for (int j = 0; j < jobs; ++j) fn(j);
+        return;
+    }
+    {
+        std::lock_guard lock(mutex_);
+        fn_ = &fn;
+        jobs_ = jobs;
+        next_.store(0, std::memory_order_relaxed);
+        busy_ = static_cast<int>(workers_.size());
+        ++round_;
+    }
+    wake_.notify_all();
+    take_jobs();
+    std::unique_lock lock(mutex_);
+    done_.wait(lock, [&] { return busy_ == 0; });
+    fn_ = nullptr;
+}
+
+}  // namespace tarko::platform::d3d

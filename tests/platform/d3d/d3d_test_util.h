@@ -1,0 +1,100 @@
+// Small render targets, vertices and pixel reads for the device tests.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "platform/constants.h"
+#include "platform/d3d/device.h"
+#include "platform/pixel_format.h"
+#include "platform/profile.h"
+#include "platform/surface.h"
+
+namespace tarko::d3dtest {
+
+using platform::PixelFormat;
+
+inline Ref<DirectDrawSurface7> make_surface(int w, int h, const PixelFormat& f, std::int32_t caps) {
+    DDSURFACEDESC2 desc;
+    desc.lFlags = dx::DDSD_CAPS | dx::DDSD_WIDTH | dx::DDSD_HEIGHT | dx::DDSD_PIXELFORMAT;
+    desc.lWidth = w;
+    desc.lHeight = h;
+    desc.ddsCaps.lCaps = caps;
+    return Ref<DirectDrawSurface7>(std::make_shared<DirectDrawSurface7>(nullptr, desc, f));
+}
+
+struct Scene {
+    Ref<DirectDrawSurface7> target;
+    Ref<DirectDrawSurface7> z;
+    std::unique_ptr<Direct3DDevice7> dev;
+
+    // A device on a w x h target (32-bit unless told otherwise), z of `zbits`
+    // bits (0: none), cleared to black and z 1, culling off.
+    Scene(int w, int h, const PixelFormat& f = PixelFormat::x8r8g8b8(), int zbits = 16) {
+        target = make_surface(w, h, f, dx::DDSCAPS_OFFSCREENPLAIN | dx::DDSCAPS_3DDEVICE);
+        if (zbits) {
+            z = make_surface(w, h, PixelFormat::z(zbits), dx::DDSCAPS_ZBUFFER);
+            target->addAttachedSurface(z);
+        }
+        dev = std::make_unique<Direct3DDevice7>(platform::kRgbGuid, target);
+        dev->set_thread_count(1);
+        dev->clear(0, {}, dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, 0, 1.0f, 0);
+        dev->setRenderState(dx::D3DRENDERSTATE_CULLMODE, dx::D3DCULL_NONE);
+    }
+    std::uint32_t argb(int x, int y) const { return target->argb_at(x, y) & 0xFFFFFFu; }
+    int red(int x, int y) const { return static_cast<int>((argb(x, y) >> 16) & 255); }
+    int green(int x, int y) const { return static_cast<int>((argb(x, y) >> 8) & 255); }
+    int blue(int x, int y) const { return static_cast<int>(argb(x, y) & 255); }
+    std::vector<std::uint32_t> pixels() const {
+        std::vector<std::uint32_t> p;
+        for (int y = 0; y < target->height(); ++y)
+            for (int x = 0; x < target->width(); ++x) p.push_back(target->raw_at(x, y));
+        return p;
+    }
+    template <class V>
+    void draw(Long pt, Long fvf, std::vector<V> v) {
+        dev->drawPrimitive(pt, fvf, std::span<V>(v), static_cast<Long>(v.size()), 0);
+    }
+};
+
+inline D3DTLVERTEX tl(float x, float y, std::uint32_t colour, float z = 0.5f, float rhw = 1.0f, float u = 0,
+                      float v = 0, std::uint32_t specular = 0) {
+    D3DTLVERTEX t;
+    t.sx = x, t.sy = y, t.sz = z, t.rhw = rhw;
+    t.color = static_cast<std::int32_t>(colour);
+    t.specular = static_cast<std::int32_t>(specular);
+    t.tu = u, t.tv = v;
+    return t;
+}
+
+// Two triangles (a strip) covering the rectangle x0..x1, y0..y1.
+inline std::vector<D3DTLVERTEX> tl_quad(float x0, float y0, float x1, float y1, std::uint32_t colour, float z = 0.5f) {
+    return {tl(x0, y1, colour, z, 1, 0, 1), tl(x0, y0, colour, z, 1, 0, 0), tl(x1, y1, colour, z, 1, 1, 1),
+            tl(x1, y0, colour, z, 1, 1, 0)};
+}
+
+inline D3DVERTEX vtx(float x, float y, float z, float nx, float ny, float nz, float u = 0, float v = 0) {
+    D3DVERTEX r;
+    r.x = x, r.y = y, r.z = z, r.nx = nx, r.ny = ny, r.nz = nz, r.tu = u, r.tv = v;
+    return r;
+}
+
+inline D3DMATRIX identity() {
+    D3DMATRIX m;
+    m.rc11 = m.rc22 = m.rc33 = m.rc44 = 1;
+    return m;
+}
+
+// A texture of the given 32-bit ARGB texels.
+inline Ref<DirectDrawSurface7> make_texture(int w, int h, const std::vector<std::uint32_t>& argb,
+                                            const PixelFormat& f = PixelFormat::a8r8g8b8()) {
+    auto t = make_surface(w, h, f, dx::DDSCAPS_TEXTURE);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) t->set_raw(x, y, f.from_argb(argb[static_cast<std::size_t>(y * w + x)]));
+    t->touch();
+    return t;
+}
+
+}  // namespace tarko::d3dtest
