@@ -1,0 +1,20 @@
+// Fuzz target: the TGA reader and the drawing of its image into a DIB section.
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "images/dib_section.h"
+#include "images/tga.h"
+#include "runtime/errors.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    try {
+        const auto image = tarko::images::tga::read(std::span(data, size), {.max_pixels = 1 << 22});
+        cDIBSection dib;
+        if (image.width > 0 && image.height > 0 && dib.Create(image.width, image.height))
+            tarko::images::tga::draw(image, dib.hDC());
+    } catch (const tarko::RuntimeError&) {
+        // Truncated bodies and oversized pictures raise; that is the contract.
+    }
+    return 0;
+}

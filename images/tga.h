@@ -1,0 +1,55 @@
+// 24-bit TGA files (types 2 and 10) into an in-memory image, and its drawing
+// into a device context.
+//
+// Rules kept from the engine's reader:
+//  - only pixel depth 24 with image type 2 or 10 is read; any other header
+//    leaves the image record empty, with no message;
+//  - the pixel bytes start at byte 18 whatever the id length says, and the
+//    file's first row is the image's bottom row (the descriptor's origin bit
+//    is not consulted).
+// Decisions where the engine left it open:
+//  - type 10 is run-length decoded (packet byte: top bit set, a run of
+//    (low 7 bits + 1) copies of the next pixel; clear, that many + 1 literal
+//    pixels); packets may cross rows, and pixels past the image are ignored;
+//  - a file shorter than its 18-byte header reads as an empty record; a body
+//    that ends before the image does raises Input past end of file (62); a
+//    picture past the pixel limit raises Out of memory (7);
+//  - draw() pads each row to 4 bytes before handing it over, so every width
+//    draws as it should.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/gdi/gdi.h"
+#include "runtime/numeric.h"
+
+namespace tarko::images::tga {
+
+struct Limits {
+    std::int64_t max_pixels = std::int64_t{1} << 26;
+};
+
+inline constexpr std::size_t kHeaderSize = 18;
+
+// The reader's image record: pixels are 3 x width x height bytes (blue,
+// green, red), the image's top row first, no padding. The palette stays empty.
+struct TgaImage {
+    Long width = 0;
+    Long height = 0;
+    Byte bits = 0;
+    std::vector<Long> palette;
+    std::vector<std::uint8_t> pixels;
+};
+
+TgaImage read(std::span<const std::uint8_t> file, const Limits& limits = {});
+// A missing file raises 53.
+TgaImage read_file(const std::string& file_name, const Limits& limits = {});
+
+// StretchDIBits of the whole image to (0, 0) of `hdc` at its own size, as a
+// top-down 24-bit DIB. Nothing happens for an empty record.
+void draw(const TgaImage& image, platform::gdi::HDC hdc);
+
+}  // namespace tarko::images::tga

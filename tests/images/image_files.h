@@ -1,0 +1,141 @@
+// Makers of small image files for the tests and the fuzz seed corpus: each
+// writes exactly the bytes the format asks for, nothing clever.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tarko::test {
+
+using Bytes = std::vector<std::uint8_t>;
+
+inline void put16(Bytes& b, std::size_t at, int v) {
+    b[at] = static_cast<std::uint8_t>(v);
+    b[at + 1] = static_cast<std::uint8_t>(v >> 8);
+}
+inline void put32(Bytes& b, std::size_t at, std::uint32_t v) {
+    put16(b, at, static_cast<int>(v & 0xFFFF));
+    put16(b, at + 2, static_cast<int>(v >> 16));
+}
+
+// A PCX header: xmin = ymin = 0, so width and height give xmax and ymax.
+inline Bytes pcx_header(int bits, int planes, int width, int height, int bytes_per_line) {
+    Bytes b(128, 0);
+    b[0] = 10;
+    b[1] = 5;
+    b[2] = 1;
+    b[3] = static_cast<std::uint8_t>(bits);
+    put16(b, 8, width - 1);
+    put16(b, 10, height - 1);
+    b[65] = static_cast<std::uint8_t>(planes);
+    put16(b, 66, bytes_per_line);
+    return b;
+}
+
+// 8-bit PCX: header, the encoded body as given, marker 12 and a palette whose
+// entry i is (i, 255 - i, i / 2) unless one is given.
+inline Bytes pcx8(int width, int height, int bytes_per_line, const Bytes& body, int marker = 12) {
+    Bytes b = pcx_header(8, 1, width, height, bytes_per_line);
+    b.insert(b.end(), body.begin(), body.end());
+    b.push_back(static_cast<std::uint8_t>(marker));
+    for (int i = 0; i < 256; ++i) {
+        b.push_back(static_cast<std::uint8_t>(i));
+        b.push_back(static_cast<std::uint8_t>(255 - i));
+        b.push_back(static_cast<std::uint8_t>(i / 2));
+    }
+    return b;
+}
+
+inline Bytes pcx24(int width, int height, int bytes_per_line, const Bytes& body) {
+    Bytes b = pcx_header(8, 3, width, height, bytes_per_line);
+    b.insert(b.end(), body.begin(), body.end());
+    return b;
+}
+
+inline Bytes tga(int type, int width, int height, const Bytes& body, int depth = 24, int id_length = 0) {
+    Bytes b(18, 0);
+    b[0] = static_cast<std::uint8_t>(id_length);
+    b[2] = static_cast<std::uint8_t>(type);
+    put16(b, 12, width);
+    put16(b, 14, height);
+    b[16] = static_cast<std::uint8_t>(depth);
+    b.insert(b.end(), body.begin(), body.end());
+    return b;
+}
+
+// 24-bit bottom-up BMP of 0x00RRGGBB pixels given top row first.
+inline Bytes bmp24(int width, int height, const std::vector<std::uint32_t>& rgb) {
+    const int stride = (width * 3 + 3) & ~3;
+    Bytes b(54 + static_cast<std::size_t>(stride) * height, 0);
+    b[0] = 'B';
+    b[1] = 'M';
+    put32(b, 2, static_cast<std::uint32_t>(b.size()));
+    put32(b, 10, 54);
+    put32(b, 14, 40);
+    put32(b, 18, static_cast<std::uint32_t>(width));
+    put32(b, 22, static_cast<std::uint32_t>(height));
+    put16(b, 26, 1);
+    put16(b, 28, 24);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const std::uint32_t p = rgb[static_cast<std::size_t>(y) * width + x];
+            const std::size_t at = 54 + static_cast<std::size_t>(height - 1 - y) * stride + 3 * x;
+            b[at] = static_cast<std::uint8_t>(p);
+            b[at + 1] = static_cast<std::uint8_t>(p >> 8);
+            b[at + 2] = static_cast<std::uint8_t>(p >> 16);
+        }
+    return b;
+}
+
+// GIF89a with a 256-entry global palette (0x00RRGGBB) and the given indices.
+// The LZW stream uses 9-bit codes only: a clear code every 200 pixels keeps
+// the table from growing past them.
+inline Bytes gif(int width, int height, const std::vector<std::uint32_t>& palette,
+                 const std::vector<std::uint8_t>& indices, int transparent_index = -1) {
+    Bytes b = {'G', 'I', 'F', '8', '9', 'a', 0, 0, 0, 0, 0xF7, 0, 0};
+    put16(b, 6, width);
+    put16(b, 8, height);
+    for (int i = 0; i < 256; ++i) {
+        const std::uint32_t p = i < static_cast<int>(palette.size()) ? palette[i] : 0;
+        b.push_back(static_cast<std::uint8_t>(p >> 16));
+        b.push_back(static_cast<std::uint8_t>(p >> 8));
+        b.push_back(static_cast<std::uint8_t>(p));
+    }
+    if (transparent_index >= 0)
+        b.insert(b.end(), {0x21, 0xF9, 4, 1, 0, 0, static_cast<std::uint8_t>(transparent_index), 0});
+    Bytes d = {0x2C, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    put16(d, 5, width);
+    put16(d, 7, height);
+    b.insert(b.end(), d.begin(), d.end());
+    b.push_back(8);  // minimum code size
+    Bytes packed;
+    std::uint32_t acc = 0;
+    int nbits = 0;
+    auto emit = [&](int code) {
+        acc |= static_cast<std::uint32_t>(code) << nbits;
+        nbits += 9;
+        while (nbits >= 8) {
+            packed.push_back(static_cast<std::uint8_t>(acc));
+            acc >>= 8;
+            nbits -= 8;
+        }
+    };
+    for (std::size_t i = 0; i < indices.size(); ++i) {
+        if (i % 200 == 0) emit(256);
+        emit(indices[i]);
+    }
+    emit(257);
+    if (nbits > 0) packed.push_back(static_cast<std::uint8_t>(acc));
+    for (std::size_t i = 0; i < packed.size(); i += 255) {
+        const std::size_t n = std::min<std::size_t>(255, packed.size() - i);
+        b.push_back(static_cast<std::uint8_t>(n));
+        b.insert(b.end(), packed.begin() + static_cast<std::ptrdiff_t>(i), packed.begin() + static_cast<std::ptrdiff_t>(i + n));
+    }
+    b.push_back(0);
+    b.push_back(0x3B);
+    return b;
+}
+
+}  // namespace tarko::test

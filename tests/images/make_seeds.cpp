@@ -1,0 +1,64 @@
+// Writes the seed corpora of the image fuzz targets:
+//   make_image_seeds <fuzz/corpus folder>
+// fills <folder>/pcx, <folder>/tga and <folder>/picture with small files.
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <string>
+
+#include "images/image_files.h"
+#include "platform/image/jpeg_writer.h"
+
+namespace fs = std::filesystem;
+using tarko::test::Bytes;
+
+namespace {
+
+void save(const fs::path& folder, const std::string& name, const Bytes& bytes) {
+    fs::create_directories(folder);
+    std::ofstream(folder / name, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+std::vector<std::uint32_t> gradient(int w, int h) {
+    std::vector<std::uint32_t> rgb;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x)
+            rgb.push_back(static_cast<std::uint32_t>((x * 255 / w) << 16 | (y * 255 / h) << 8 | ((x + y) * 7 & 255)));
+    return rgb;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::cerr << "usage: make_image_seeds <fuzz/corpus folder>\n";
+        return 2;
+    }
+    const fs::path root = argv[1];
+
+    // PCX: a run crossing a row end, an odd-width 16-row image of runs, 24-bit, no marker.
+    save(root / "pcx", "run_cut.pcx", tarko::test::pcx8(5, 2, 6, {1, 2, 0xC0 | 10, 9, 7, 0xC0 | 6, 4}));
+    Bytes runs;
+    for (int y = 0; y < 16; ++y) runs.insert(runs.end(), {static_cast<std::uint8_t>(0xC0 | 7), static_cast<std::uint8_t>(y * 9), 5, 0xC1, 200});
+    save(root / "pcx", "odd_rows.pcx", tarko::test::pcx8(9, 16, 9, runs));
+    save(root / "pcx", "rgb24.pcx", tarko::test::pcx24(2, 2, 2, {0xC0, 0xFF, 10, 20, 30, 40, 50, 60, 0xC6, 7}));
+    save(root / "pcx", "no_marker.pcx", tarko::test::pcx8(2, 1, 2, {1, 2}, 11));
+
+    // TGA: run-length 3 x 2, raw with an id field, raw odd width.
+    save(root / "tga", "rle_3x2.tga", tarko::test::tga(10, 3, 2, {0x82, 1, 2, 3, 0x02, 4, 5, 6, 7, 8, 9, 10, 11, 12}));
+    save(root / "tga", "raw_id.tga", tarko::test::tga(2, 2, 2, Bytes(12, 0x40), 24, 3));
+    Bytes odd(5 * 3 * 3);
+    for (std::size_t i = 0; i < odd.size(); ++i) odd[i] = static_cast<std::uint8_t>(i * 5);
+    save(root / "tga", "raw_5x3.tga", tarko::test::tga(2, 5, 3, odd));
+    save(root / "tga", "rle_cross.tga", tarko::test::tga(10, 3, 2, {0x83, 9, 9, 9, 0x02, 1, 1, 1, 2, 2, 2, 3, 3, 3}));
+
+    // BMP, GIF, JPG.
+    save(root / "picture", "gradient.bmp", tarko::test::bmp24(5, 3, gradient(5, 3)));
+    std::vector<std::uint8_t> indices(64);
+    for (std::size_t i = 0; i < indices.size(); ++i) indices[i] = static_cast<std::uint8_t>(i % 3);
+    save(root / "picture", "three.gif", tarko::test::gif(8, 8, {0xFF0000, 0x00FF00, 0x0000FF}, indices, 2));
+    save(root / "picture", "gradient.jpg", tarko::platform::image::encode_jpeg(16, 16, gradient(16, 16), 75));
+    save(root / "picture", "small.jpg", tarko::platform::image::encode_jpeg(3, 5, gradient(3, 5), 50));
+    return 0;
+}

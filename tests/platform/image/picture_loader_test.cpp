@@ -1,0 +1,165 @@
+// The picture loader (BMP, GIF, JPG) and DirectDraw7::createSurfaceFromFile.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "images/image_files.h"
+#include "platform/constants.h"
+#include "platform/ddraw.h"
+#include "platform/gdi/gdi.h"
+#include "platform/image/jpeg_writer.h"
+#include "platform/image/picture_loader.h"
+#include "runtime/errors.h"
+#include "support/test_support.h"
+
+namespace gdi = tarko::platform::gdi;
+namespace image = tarko::platform::image;
+using tarko::test::Bytes;
+
+namespace {
+
+std::string write(const std::string& test, const std::string& name, const Bytes& bytes) {
+    const auto path = tarko::test::scratch_dir(test) / name;
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
+                                                static_cast<std::streamsize>(bytes.size()));
+    return path.string();
+}
+
+int error_of(const Bytes& bytes) {
+    try {
+        image::decode_picture(bytes);
+    } catch (const tarko::RuntimeError& e) {
+        return e.number();
+    }
+    return 0;
+}
+
+// 3 x 2: top row red, green, blue; bottom row white, black, grey
+const std::vector<std::uint32_t> kSix = {0xFF0000, 0x00FF00, 0x0000FF, 0xFFFFFF, 0x000000, 0x808080};
+
+}  // namespace
+
+TEST(PictureDecode, Bmp24KeepsEveryPixelAndTheRowOrder) {
+    const auto p = image::decode_picture(tarko::test::bmp24(3, 2, kSix));
+    ASSERT_EQ(p.width, 3);
+    ASSERT_EQ(p.height, 2);
+    EXPECT_EQ(p.rgb, kSix);
+}
+
+TEST(PictureDecode, GifGivesTheFirstFrameThroughItsPalette) {
+    const std::vector<std::uint32_t> palette = {0x102030, 0x405060, 0x708090};
+    const auto p = image::decode_picture(tarko::test::gif(3, 1, palette, {2, 0, 1}));
+    ASSERT_EQ(p.width, 3);
+    EXPECT_EQ(p.rgb, (std::vector<std::uint32_t>{0x708090, 0x102030, 0x405060}));
+}
+
+TEST(PictureDecode, GifTransparentPixelsComeOutBlack) {
+    const auto p = image::decode_picture(tarko::test::gif(2, 1, {0xFFFFFF, 0x00FF00}, {1, 0}, 1));
+    EXPECT_EQ(p.rgb, (std::vector<std::uint32_t>{0x000000, 0xFFFFFF}));
+}
+
+TEST(PictureDecode, JpegGivesItsSizeAndNearlyItsColours) {
+    const std::vector<std::uint32_t> flat(16 * 8, 0xC82814);
+    const auto p = image::decode_picture(image::encode_jpeg(16, 8, flat, 95));
+    ASSERT_EQ(p.width, 16);
+    ASSERT_EQ(p.height, 8);
+    for (const std::uint32_t px : p.rgb) {
+        EXPECT_NEAR(static_cast<int>(px >> 16 & 0xFF), 0xC8, 4);
+        EXPECT_NEAR(static_cast<int>(px >> 8 & 0xFF), 0x28, 4);
+        EXPECT_NEAR(static_cast<int>(px & 0xFF), 0x14, 4);
+    }
+}
+
+TEST(PictureDecode, DamagedFilesOfEveryKindAreInvalidPictures) {
+    constexpr int kInvalid = tarko::err::InvalidPicture;
+    const Bytes bmp = tarko::test::bmp24(3, 2, kSix);
+    const Bytes gif = tarko::test::gif(20, 20, {0xFF}, std::vector<std::uint8_t>(400, 0));
+    const Bytes jpg = image::encode_jpeg(16, 16, std::vector<std::uint32_t>(256, 0x336699));
+    ASSERT_FALSE(jpg.empty());
+    EXPECT_EQ(error_of({}), kInvalid);
+    EXPECT_EQ(error_of(Bytes(100, 0x55)), kInvalid);                       // garbage
+    EXPECT_EQ(error_of(Bytes(bmp.begin(), bmp.end() - 1)), kInvalid);      // last pixel byte missing
+    EXPECT_EQ(error_of(Bytes(bmp.begin(), bmp.begin() + 20)), kInvalid);   // header cut
+    EXPECT_EQ(error_of(Bytes(gif.begin(), gif.begin() + 800)), kInvalid);  // inside the image data
+    EXPECT_EQ(error_of(Bytes(jpg.begin(), jpg.end() - 40)), kInvalid);     // scan cut
+    EXPECT_EQ(error_of(Bytes(jpg.begin(), jpg.begin() + 2)), kInvalid);
+}
+
+TEST(PictureDecode, OversizedAndCompressedBmpsAreRefused) {
+    Bytes bmp = tarko::test::bmp24(3, 2, kSix);
+    Bytes wide = bmp;
+    tarko::test::put32(wide, 18, 100000);                 // past the 16384 side limit
+    EXPECT_EQ(error_of(wide), tarko::err::InvalidPicture);
+    Bytes zero = bmp;
+    tarko::test::put32(zero, 18, 0);
+    EXPECT_EQ(error_of(zero), tarko::err::InvalidPicture);
+    Bytes rle = bmp;
+    rle[28] = 8;
+    tarko::test::put32(rle, 30, 1);                       // BI_RLE8 is not decoded
+    EXPECT_EQ(error_of(rle), tarko::err::InvalidPicture);
+}
+
+TEST(LoadPicture, MakesAPictureOfThePixelSize) {
+    const auto file = write("LoadPicture", "six.bmp", tarko::test::bmp24(3, 2, kSix));
+    const auto picture = tarko::platform::LoadPicture(file);
+    EXPECT_EQ(picture->Type(), gdi::PICTYPE_BITMAP);
+    EXPECT_EQ(gdi::himetric_to_pixels(picture->Width()), 3);
+    EXPECT_EQ(gdi::himetric_to_pixels(picture->Height()), 2);
+    const gdi::HDC dc = gdi::CreateCompatibleDC(0);
+    const auto previous = gdi::SelectObject(dc, picture->Handle());
+    EXPECT_EQ(gdi::GetPixel(dc, 0, 0), 0x0000FF);   // red as a COLORREF
+    EXPECT_EQ(gdi::GetPixel(dc, 2, 1), 0x808080);
+    gdi::SelectObject(dc, previous);
+    gdi::DeleteDC(dc);
+}
+
+TEST(LoadPicture, MissingFileAndEmptyName) {
+    try {
+        tarko::platform::LoadPicture("/nonexistent/none.bmp");
+        FAIL();
+    } catch (const tarko::RuntimeError& e) {
+        EXPECT_EQ(e.number(), tarko::err::FileNotFound);
+    }
+    EXPECT_EQ(tarko::platform::LoadPicture("")->Handle(), 0);
+}
+
+TEST(CreateSurfaceFromFile, TakesThePictureSizeWhenTheDescriptionGivesNone) {
+    const auto file = write("SurfaceFromFile", "six.bmp", tarko::test::bmp24(3, 2, kSix));
+    DirectDraw7 dd("");
+    DDSURFACEDESC2 desc;
+    desc.lFlags = 0x101001;
+    desc.ddsCaps.lCaps = dx::DDSCAPS_TEXTURE;
+    desc.ddpfPixelFormat = tarko::platform::PixelFormat::x8r8g8b8().dd();
+    desc.lFlags |= dx::DDSD_PIXELFORMAT;
+    auto s = dd.createSurfaceFromFile(file, desc);
+    EXPECT_EQ(desc.lWidth, 3);
+    EXPECT_EQ(desc.lHeight, 2);
+    EXPECT_EQ(s->argb_at(0, 0) & 0xFFFFFFu, 0xFF0000u);
+    EXPECT_EQ(s->argb_at(2, 1) & 0xFFFFFFu, 0x808080u);
+
+    DDSURFACEDESC2 flagged = desc;
+    flagged.lFlags = 0x101007;
+    flagged.lWidth = 0;
+    flagged.lHeight = 0;
+    dd.createSurfaceFromFile(file, flagged);
+    EXPECT_EQ(flagged.lWidth, 3);
+    EXPECT_EQ(flagged.lHeight, 2);
+}
+
+TEST(CreateSurfaceFromFile, StretchesToAGivenSize) {
+    const auto file = write("SurfaceFromFileStretch", "six.bmp", tarko::test::bmp24(3, 2, kSix));
+    DirectDraw7 dd("");
+    DDSURFACEDESC2 desc;
+    desc.lFlags = 0x101007;
+    desc.ddsCaps.lCaps = dx::DDSCAPS_TEXTURE;
+    desc.ddpfPixelFormat = tarko::platform::PixelFormat::r5g6b5().dd();
+    desc.lWidth = 6;
+    desc.lHeight = 4;
+    auto s = dd.createSurfaceFromFile(file, desc);
+    ASSERT_EQ(s->width(), 6);
+    // column 5 samples source column (2 x 5 + 1) x 3 / 12 = 2 (blue); row 3 samples row 1
+    EXPECT_EQ(s->argb_at(5, 0) & 0xFFFFFFu, 0x0000FFu);
+    EXPECT_EQ(s->argb_at(0, 3) & 0xFFFFFFu, 0xFFFFFFu);
+    EXPECT_THROW(dd.createSurfaceFromFile(write("SurfaceFromFileBad", "bad.bmp", Bytes(60, 1)), desc),
+                 tarko::RuntimeError);
+}
