@@ -52,9 +52,12 @@ std::size_t first_event_at(const MidiSequence& seq, double tick) {
         seq.events.begin());
 }
 
+// Rounding slack when a boundary falls exactly on the clock's time.
+constexpr double kEpsilonMs = 1e-6;
+
 Long clock_long(double ticks) {
     // The music clock is a Long; it wraps like one after some 16 days at 120 bpm.
-    return static_cast<Long>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(std::floor(ticks))));
+    return static_cast<Long>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(std::floor(ticks + 1e-6))));
 }
 
 }  // namespace
@@ -132,7 +135,7 @@ struct PerformanceCore {
             }
             if (!st->started) {
                 const double need = (st->start_time - music_time) / rate;
-                if (need > remaining) {
+                if (need > remaining + kEpsilonMs) {
                     music_time += remaining * rate;
                     return;
                 }
@@ -157,14 +160,14 @@ struct PerformanceCore {
             }
             const double span = std::max(boundary - st->position, 0.0);
             const double need = span / rate;
-            if (need > remaining) {
+            if (need > remaining + kEpsilonMs) {
                 const double step = remaining * rate;
                 st->position += step;
                 music_time += step;
                 dispatch(*st, st->position);
                 return;
             }
-            remaining -= need;
+            remaining = std::max(remaining - need, 0.0);
             music_time += span;
             st->position = boundary;
             dispatch(*st, boundary);
@@ -176,6 +179,7 @@ struct PerformanceCore {
                 st->next_event = first_event_at(*st->seq, st->position);
                 if (st->repeats_left > 0) --st->repeats_left;
                 tempo = st->seq->tempo_at(st->loop_start);
+                dispatch(*st, st->position);
             } else {
                 finish(*st);
             }
