@@ -99,7 +99,96 @@ public:
     // ---- camera hook used by FLIPP (the camera group lands with the scene work)
     void Camera_update(bool jumping);
 
-    // ---- maths (Parts 1.1, 1.2): BEGIN
+    // ---- maths: BEGIN
+    // Vectors and matrices (engine_maths.cpp). Components are Singles worked out
+    // in double and rounded once. Row vectors, translation in row 4; A x B
+    // applies A first. Degree rotations use PIFactor (3.141592653 / 180); the
+    // radian ones none. Axis factors: X (2,2) = c, (2,3) = -s, (3,2) = s,
+    // (3,3) = c; Y (1,1) = c, (1,3) = s, (3,1) = -s; Z (1,2) = -s, (2,1) = s.
+    D3DVECTOR VAdd(const D3DVECTOR& A, const D3DVECTOR& B);
+    D3DVECTOR Vsub(const D3DVECTOR& A, const D3DVECTOR& B);
+    D3DVECTOR VSubtract(const D3DVECTOR& dV1, const D3DVECTOR& dV2);
+    void VectorSubtract(D3DVECTOR& Dest, const D3DVECTOR& A, const D3DVECTOR& B);
+    D3DVECTOR VCross(const D3DVECTOR& A, const D3DVECTOR& B);
+    D3DVECTOR VCrossProduct(const D3DVECTOR& dV1, const D3DVECTOR& dV2);
+    float VectorDotProduct(const D3DVECTOR& A, const D3DVECTOR& B);
+    float VDot(const D3DVECTOR& A, const D3DVECTOR& B);
+    float VDotProduct(const D3DVECTOR& dV1, const D3DVECTOR& dV2);
+    D3DVECTOR VScale(const D3DVECTOR& Src, float S);
+    void VectorScale(D3DVECTOR& Dest, const D3DVECTOR& Src, float S);
+    // Vin times A coerced to a number (Type mismatch, 13, when it holds none).
+    D3DVECTOR VecTIME(const D3DVECTOR& Vin, const tarko::Variant& A);
+    // Dest = S1 V1 + s2 V2.
+    void VectorAddAndScale(D3DVECTOR& Dest, float S1, const D3DVECTOR& V1, float s2, const D3DVECTOR& V2);
+    void VectorNegate(D3DVECTOR& v);
+    D3DVECTOR VNegate(const D3DVECTOR& v);
+    D3DVECTOR VertorABS(const D3DVECTOR& Vin);
+    D3DVECTOR Vmiddle(const D3DVECTOR& Va, const D3DVECTOR& Vb);
+    // The distance between the two points (not a normal).
+    float VectorNormal(const D3DVECTOR& Va, const D3DVECTOR& Vb);
+    void VectorCopy(D3DVECTOR& Dest, const D3DVECTOR& Src);
+    D3DVECTOR VCopy(const D3DVECTOR& Src);
+    D3DVECTOR VERtoc(const D3DVERTEX& VERT);
+    D3DVECTOR LVERtoc(const D3DLVERTEX& VERT);
+    // In place; (0, 0, 0) stays; never raises.
+    void VectorNormalize(D3DVECTOR& Dest);
+    // The unit vector returned; the argument is not changed.
+    D3DVECTOR VNormalize(const D3DVECTOR& Dest);
+    // (0, 0, 0) whatever is passed.
+    D3DVECTOR VectorMISSING(const D3DVECTOR& Va, const tarko::Variant& Norme = {});
+    D3DVECTOR VectorSETPOS(const D3DVECTOR& Vorigin);
+    // Dest += A, and the new Dest returned (Dest is the second operand).
+    D3DVECTOR VectorAdd(D3DVECTOR& Dest, const D3DVECTOR& A);
+    // Dest = Dest x A, and the new Dest returned.
+    D3DVECTOR VectorCrossProduct(D3DVECTOR& Dest, const D3DVECTOR& A);
+    // Each Double narrowed to Single (Overflow, 6, beyond its range).
+    D3DVECTOR tarko_MakeVector(double A, double B, double C);
+    // Each Variant coerced to Single.
+    D3DVECTOR Vector(const tarko::Variant& A, const tarko::Variant& B, const tarko::Variant& C);
+    D3DVERTEX Vertex(const D3DVECTOR& Vect, const D3DVECTOR& vNorm, float tu, float tv);
+    D3DVERTEX RVertex(const D3DVECTOR& Vect, const D3DVECTOR& vNorm, float tu, float tv);
+    // Normal (0, 0, 0).
+    D3DVERTEX vecVertex(const D3DVECTOR& v, const tarko::Variant& tu, const tarko::Variant& tv);
+    // color fills the colour and the specular field; reserved 0.
+    D3DLVERTEX vecLVertex(const D3DVECTOR& v, tarko::Long color, const tarko::Variant& tu, const tarko::Variant& tv);
+
+    void IdentityMatrix(D3DMATRIX& Dest);
+    void MIdentity(D3DMATRIX& dMatrix);
+    D3DMATRIX RetIdentityMatrix();
+    D3DMATRIX ID_Matrix();                       // property
+    void TranslateMatrix(D3DMATRIX& M, const D3DVECTOR& v);
+    D3DMATRIX RetTranslateMatrix(const D3DVECTOR& v);
+    void RotateXMatrix(D3DMATRIX& RET, float rads);
+    void RotateYMatrix(D3DMATRIX& RET, float rads);
+    void RotateZMatrix(D3DMATRIX& RET, float rads);
+    D3DMATRIX RetRotateXMatrix(float rads);
+    D3DMATRIX RetRotateYMatrix(float rads);
+    D3DMATRIX RetRotateZMatrix(float rads);
+    // dSource x translation / scale / (Rx x Ry x Rz in degrees); dSource is read.
+    D3DMATRIX MTranslate(const D3DMATRIX& dSource, float nValueX, float nValueY, float nValueZ);
+    D3DMATRIX MTrans_EX(const D3DMATRIX& dSource, const D3DVECTOR& VEC);
+    D3DMATRIX MScale(const D3DMATRIX& dSource, float nValueX, float nValueY, float nValueZ);
+    D3DMATRIX MRotate(const D3DMATRIX& dSource, float nValueX, float nValueY, float nValueZ);
+    // dM2 x dM1: applied to a point, dM2 first.
+    D3DMATRIX MMultiply(const D3DMATRIX& dM1, const D3DMATRIX& dM2);
+    // (scale x rotation) x translation.
+    D3DMATRIX M_Scale_Rotate_MOV(const D3DVECTOR& Vscal, const D3DVECTOR& Vrot, const D3DVECTOR& Vmov);
+
+    // Scalars. Rand reseeds the generator from Timer, then draws a Single: two
+    // calls in one clock tick can give the same number.
+    tarko::Variant Rand();
+    // Components 0..1 coerced to Single, packed as createColorRGBA does: (1, 1, 1, 1) is -1.
+    tarko::Long RGBA(const tarko::Variant& R, const tarko::Variant& G, const tarko::Variant& B,
+                     const tarko::Variant& A);
+    // Reseeds as Rand does, then draws r, g, b, a in this order.
+    tarko::Long random_RGBA();
+    // 0.017443758030437666, the camera's degree constant (not pi / 180). Property.
+    double RADIAN();
+
+private:
+    D3DMATRIX MathScratch;   // shared by MTranslate, MTrans_EX, MScale and MRotate
+
+public:
     // ---- maths: END
 
     // ---- textures (Parts 2.5, 2.6): BEGIN

@@ -1,0 +1,219 @@
+// Waypoint follower: set-up, node switching, steering, the speed rule.
+#include "agents/cTarko_AI.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+
+#include "runtime/errors.h"
+#include "runtime/services.h"
+
+namespace {
+
+using tarko::Variant;
+using tarko::agents::Follower;
+
+tarko::Long error_of(const std::function<void()>& f) {
+    try {
+        f();
+    } catch (const tarko::RuntimeError& e) {
+        return e.number();
+    }
+    return 0;
+}
+
+class Ai : public ::testing::Test {
+protected:
+    tarko::runtime::ScopedTestServices services;
+    cTarko_AI ai;
+    const Follower& s() const { return ai.state(); }
+};
+
+TEST_F(Ai, InitMakesTwoNodesTheSecondAtTheOrigin) {
+    ai.INIT_Ai({1, 2, 3}, {10, 20, 30});
+    const D3DVECTOR n0 = ai.GetNodePOS(Variant(tarko::Integer(0)));
+    EXPECT_EQ(n0.x, 10.0f);
+    EXPECT_EQ(n0.y, 30.0f);  // the node's Z comes back in y
+    EXPECT_EQ(n0.z, 0.0f);
+    const D3DVECTOR n1 = ai.GetNodePOS(1.0);
+    EXPECT_EQ(n1.x, 0.0f);
+    EXPECT_EQ(n1.y, 0.0f);
+    EXPECT_EQ(error_of([&] { ai.GetNodePOS(2.0); }), tarko::err::SubscriptOutOfRange);
+    ai.AI_Add_Target({7, 99, 8});
+    const D3DVECTOR n2 = ai.GetNodePOS("2");
+    EXPECT_EQ(n2.x, 7.0f);
+    EXPECT_EQ(n2.y, 8.0f);
+    EXPECT_EQ(s().PosX, 1.0f);
+    EXPECT_EQ(s().PosZ, 3.0f);
+    EXPECT_EQ(s().BackAngle, 2.094393253326416f);
+    EXPECT_EQ(s().Speed, 1.5f);
+}
+
+TEST_F(Ai, TurnRadiusIsRoundedHalfToEvenAndOverflowsPast32767) {
+    ai.INIT_Ai({}, {0, 0, -100}, 0.3f, 1.5f, 8, -4, 0.03f, 4.5f);
+    EXPECT_EQ(s().Turn_Radius, 4);
+    ai.INIT_Ai({}, {0, 0, -100}, 0.3f, 1.5f, 8, -4, 0.03f, 5.5f);
+    EXPECT_EQ(s().Turn_Radius, 6);
+    EXPECT_EQ(error_of([&] { ai.INIT_Ai({}, {}, 0.3f, 1.5f, 8, -4, 0.03f, 32768.0f); }), tarko::err::Overflow);
+    EXPECT_EQ(s().Turn_Radius, 6);  // the failed set-up changed nothing
+}
+
+TEST_F(Ai, StraightAheadTheHeadingJittersAndTheSpeedClimbsToTheLimit) {
+    ai.INIT_Ai({0, 0, 0}, {0, 0, -1000});
+    // Step 1: bearing 0, e = 0, so the heading falls by 0.05; speed 1.5 + 0.3.
+    ai.Update_AI();
+    EXPECT_FLOAT_EQ(s().Heading, -0.05f);
+    EXPECT_FLOAT_EQ(s().Speed, 1.8f);
+    EXPECT_NEAR(s().PosZ, -1.8 * std::cos(0.05), 1e-5);
+    for (int i = 0; i < 40; ++i) {
+        ai.Update_AI();
+        ASSERT_LE(std::fabs(s().Heading), 0.0501f) << "step " << i + 2;
+    }
+    EXPECT_EQ(s().Speed, 8.0f);  // held at Max_Speed
+}
+
+TEST_F(Ai, ReachesAWaypointInTheStepsTheSpeedsAddUpTo) {
+    // Speeds after step k: 1.5 + 0.3 k, so n steps cover 1.5 n + 0.15 n (n + 1)
+    // times cos(0.05) at worst: 20 steps 93 (92.9), 21 steps 100.8 (100.7).
+    // Node 0 is 100 ahead; it counts as reached when the rounded distance is
+    // below Turn_Radius + 1 = 6, checked at the start of a step: after 20 steps
+    // about 7 remain (not yet), after 21 under 1. So the switch is at step 22.
+    ai.INIT_Ai({0, 0, 0}, {0, 0, -100});
+    ai.AI_Add_Target({0, 0, -500});
+    int switched_at = 0;
+    for (int step = 1; step <= 40 && switched_at == 0; ++step) {
+        ai.Update_AI();
+        if (s().CurrentNode != 0) switched_at = step;
+    }
+    EXPECT_EQ(switched_at, 22);
+    EXPECT_EQ(s().CurrentNode, 1);  // the (0, 0) node made by INIT_Ai comes next
+}
+
+TEST_F(Ai, StandingOnNodeZeroMovesOnAtOnce) {
+    ai.INIT_Ai({3, 0, -98}, {0, 0, -100});  // sqrt(9 + 4) = 3.6, rounds to 4 < 6
+    ai.Update_AI();
+    EXPECT_EQ(s().CurrentNode, 1);
+}
+
+TEST_F(Ai, TheListIsAClosedLoop) {
+    ai.INIT_Ai({0, 0, 0}, {0, 0, 0});  // node 0 and node 1 both at the start
+    ai.Update_AI();
+    EXPECT_EQ(s().CurrentNode, 1);
+    tarko::agents::Follower f = s();
+    f.PosX = 0;
+    f.PosZ = 0;
+    f.step();  // within reach of node 1, the last: back to 0
+    EXPECT_EQ(f.CurrentNode, 0);
+}
+
+TEST_F(Ai, ANodeBehindMakesItBrakeAndBackOff) {
+    // Node 0 straight behind: bearing pi (-z is ahead), e = 3.14159 > BackAngle;
+    // the circle at speed 1.5 has a radius of about 30, its centre is to the
+    // side, and the node 100 behind is outside it: brake by 0.03.
+    ai.INIT_Ai({0, 0, 0}, {0.5f, 0, 100});
+    ai.Update_AI();
+    EXPECT_FLOAT_EQ(s().Speed, 1.47f);
+    // It keeps braking while e stays above BackAngle: the heading needs about
+    // 20 turns of 0.05 to bring e under 2.094.
+    for (int i = 0; i < 9; ++i) ai.Update_AI();
+    EXPECT_NEAR(s().Speed, 1.5 - 10 * 0.03, 1e-5);
+}
+
+TEST_F(Ai, ANodeInsideTheTurningCircleBrakes) {
+    // Fast (speed 8) with the node 20 to the right: the circle's radius is about
+    // S * 10 / (2 sin(0.25)) = 161, centred 161 to the right; the node is inside.
+    tarko::agents::Follower f = s();
+    f.Nodes.ReDim(0, 0);
+    f.Nodes(0) = {20, -1, 0};  // ahead right: bearing atn(20)
+    f.Speed = 8;
+    f.Max_Speed = 8;
+    f.Min_Speed = -4;
+    f.TurnRatio = 0.05f;
+    f.BrakeSpeed = 0.03f;
+    f.Acceleration = 0.3f;
+    f.BackAngle = 2.0944f;
+    f.Turn_Radius = 5;
+    f.steer();
+    EXPECT_NEAR(f.TurnCircleRadius, 8 * 10 / (2 * std::sin(0.25)), 0.05);
+    EXPECT_NEAR(f.TurnCentreX, f.TurnCircleRadius * std::sin(0.05 + 3.14159 / 2), 0.05);
+    EXPECT_FLOAT_EQ(f.Speed, 7.97f);
+}
+
+TEST_F(Ai, StandingStillHasNoCircle) {
+    tarko::agents::Follower f = s();
+    f.Nodes.ReDim(0, 0);
+    f.Nodes(0) = {0, 0, -50};
+    f.PosX = 3;
+    f.PosZ = 4;
+    f.TurnRatio = 0.05f;
+    f.Max_Speed = 8;
+    f.Acceleration = 0.3f;
+    f.BackAngle = 2;
+    f.Speed = 0;
+    f.steer();
+    EXPECT_EQ(f.TurnCircleRadius, 0.0f);
+    EXPECT_EQ(f.TurnCentreX, 3.0f);
+    EXPECT_FLOAT_EQ(f.Speed, 0.3f);  // never inside a circle of radius 0
+}
+
+TEST_F(Ai, LargeTurnRatioOscillatesAroundTheBearing) {
+    ai.INIT_Ai({0, 0, 0}, {0, 0, -10000}, 0.3f, 1.5f, 8, -4, 0.03f, 5, 1.0f);
+    ai.Update_AI();
+    EXPECT_FLOAT_EQ(s().Heading, -1.0f);
+    ai.Update_AI();
+    EXPECT_NEAR(s().Heading, 0.0f, 1e-6);
+    ai.Update_AI();
+    EXPECT_FLOAT_EQ(s().Heading, 1.0f);  // the bearing is still a hair above 0: e > 0 again
+}
+
+TEST_F(Ai, LocationIsOffsetToTheSide) {
+    ai.INIT_Ai({10, 5, 20}, {10, 0, -100});
+    const D3DVECTOR at = ai.Get_location();  // heading 0: (10 + 5, 0, 20)
+    EXPECT_EQ(at.x, 15.0f);
+    EXPECT_EQ(at.y, 0.0f);
+    EXPECT_EQ(at.z, 20.0f);
+}
+
+TEST_F(Ai, AngleInDegreesUsesItsOwnPiAndFourDecimals) {
+    EXPECT_EQ(ai.GetAngle_DEG(), 0.0f);
+    using tarko::agents::heading_degrees;
+    // float(3.14159) / (3.14159 / 180) = 180.0000069, rounded to 4 decimals.
+    EXPECT_EQ(heading_degrees(3.14159f), 180.0f);
+    EXPECT_EQ(heading_degrees(-0.05f), -2.8648f);  // -2.864795...
+    EXPECT_EQ(heading_degrees(1.0f), 57.2958f);    // 57.295828...
+    // A quarter-turn ratio: e = 0 on the first step, heading -1.570795.
+    ai.INIT_Ai({}, {0, 0, -100}, 0.3f, 1.5f, 8, -4, 0.03f, 5, 3.14159f / 2);
+    ai.Update_AI();
+    EXPECT_EQ(ai.GetAngle_DEG(), -90.0f);
+}
+
+TEST_F(Ai, HostileInputEndsWithAnErrorOrAValueNeverAHang) {
+    EXPECT_EQ(error_of([&] { ai.Update_AI(); }), tarko::err::SubscriptOutOfRange);  // before INIT_Ai
+    EXPECT_EQ(tarko::agents::wrap_angle(1e30f), tarko::agents::wrap_angle(1e30f));
+    EXPECT_LE(std::fabs(tarko::agents::wrap_angle(1e30f)), 3.1416f);
+    EXPECT_TRUE(std::isinf(tarko::agents::wrap_angle(INFINITY)));
+    EXPECT_NEAR(tarko::agents::wrap_angle(7.0f), 7.0f - 6.28318f, 1e-6);
+    // A waypoint 40000 away overflows the rounded distance.
+    ai.INIT_Ai({0, 0, 0}, {0, 0, -40000});
+    EXPECT_EQ(error_of([&] { ai.Update_AI(); }), tarko::err::Overflow);
+}
+
+TEST(Bearing, QuadrantsAndTheZeroCase) {
+    using tarko::agents::bearing;
+    EXPECT_FLOAT_EQ(bearing(0, 0, 0, -10), 0.0f);                              // ahead
+    EXPECT_FLOAT_EQ(bearing(0, 0, 10, -10), static_cast<float>(std::atan(1.0)));  // ahead right
+    EXPECT_FLOAT_EQ(bearing(0, 0, 0, 10), 3.14159f);                           // behind
+    EXPECT_EQ(bearing(0, 0, 10, 0), 0.0f);                                     // dz = 0, whatever dx
+}
+
+TEST(Update, StoresTheTickCount) {
+    tarko::runtime::ScopedTestServices services;
+    services.clock().now = 123456;
+    cTarko_AI ai;
+    ai.INIT_Ai({}, {0, 0, -100});
+    ai.Update_AI();
+    EXPECT_EQ(ai.state().LastTicks, 123456);
+}
+
+}  // namespace

@@ -1,0 +1,130 @@
+// ztimer: whole seconds from Timer, the "last two characters" rule, the
+// digit-table text and the date setter (through a recording setter only).
+#include "engine/ztimer.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "platform/base/system_time.h"
+#include "runtime/errors.h"
+#include "runtime/services.h"
+
+namespace {
+
+class Stopwatch : public ::testing::Test {
+protected:
+    tarko::runtime::ScopedTestServices services;
+    ztimer watch;
+    // Timer reads midnight_offset_s + now / 1000.
+    void at(double seconds) {
+        services.clock().now = 0;
+        services.clock().midnight_offset_s = seconds;
+    }
+};
+
+TEST_F(Stopwatch, DurationIsZeroBeforeAnything) {
+    EXPECT_EQ(watch.Timer_Duration(), 0);
+    EXPECT_EQ(watch.DURATION(), "0:00");
+}
+
+TEST_F(Stopwatch, StopAddsASecondWhenTheTextEndsAbove80) {
+    at(10.85);  // "10.85": rounds to 11, and 85 > 80 gives 12
+    watch.Stop_Timer();
+    EXPECT_EQ(watch.Timer_Duration(), 12);
+    at(10.8);  // "10.8": the last two characters ".8" read 0.8
+    watch.Stop_Timer();
+    EXPECT_EQ(watch.Timer_Duration(), 11);
+    at(45296);  // "45296": 96 > 80, so a whole second is added too
+    watch.Stop_Timer();
+    EXPECT_EQ(watch.Timer_Duration(), 45297);
+    at(45280);  // "45280": 80 is not above 80
+    watch.Stop_Timer();
+    EXPECT_EQ(watch.Timer_Duration(), 45280);
+    at(12.5);  // half to even: 12; ".5" reads 0.5
+    watch.Stop_Timer();
+    EXPECT_EQ(watch.Timer_Duration(), 12);
+}
+
+TEST_F(Stopwatch, SeventyFiveSecondsReadOneFifteen) {
+    at(100);
+    watch.Start_Timer();
+    services.clock().advance(75000);  // Timer 175: "175", 75 is not above 80
+    watch.Stop_Timer();
+    EXPECT_EQ(watch.Timer_Duration(), 75);
+    EXPECT_EQ(watch.DURATION(), "1:15");
+}
+
+TEST_F(Stopwatch, StartRoundsHalfToEven) {
+    at(100.5);
+    watch.Start_Timer();  // 100
+    at(110.4);
+    watch.Stop_Timer();  // 110, ".4" reads 0.4
+    EXPECT_EQ(watch.Timer_Duration(), 10);
+    EXPECT_EQ(watch.DURATION(), "0:10");
+}
+
+TEST_F(Stopwatch, AcrossMidnightTheDurationGoesNegative) {
+    at(86390);
+    watch.Start_Timer();
+    services.clock().advance(20000);  // Timer wraps to 10
+    watch.Stop_Timer();
+    EXPECT_EQ(watch.Timer_Duration(), 10 - 86390);
+    // Int(-86380 / 60) = -1440 and -86380 Mod 60 = -40: neither is in the
+    // digit table, so only the separator is left.
+    EXPECT_EQ(watch.DURATION(), ":0");
+}
+
+TEST(PutString, DigitsComeFromATableOfTen) {
+    ztimer w;
+    EXPECT_EQ(w.putstring(3.0, 7.0), "3:07");
+    EXPECT_EQ(w.putstring(12.0, 45.0), "12:45");
+    EXPECT_EQ(w.putstring(0.0, 0.0), "0:00");
+    EXPECT_EQ(w.putstring(99.0, 59.0), "99:59");
+    EXPECT_EQ(w.putstring(123.0, 5.0), "3:05");  // tens 12 have no entry
+    EXPECT_EQ(w.putstring(tarko::Variant("4"), tarko::Variant()), "4:00");
+    EXPECT_THROW(w.putstring(tarko::Variant("four"), 0.0), tarko::RuntimeError);
+}
+
+TEST(SystemDate, AsksForMidnightOfThatDayAndAlwaysSaysFalse) {
+    std::vector<SYSTEMTIME> asked;
+    const auto previous = tarko::platform::set_system_time_setter([&](const SYSTEMTIME& t) {
+        asked.push_back(t);
+        return true;
+    });
+    ztimer w;
+    EXPECT_FALSE(w.SETsytemDate(14, 7, 2003));
+    EXPECT_FALSE(w.SETsytemDate(31, 2, 2003));  // passed on as it is
+    tarko::platform::set_system_time_setter(previous);
+    ASSERT_EQ(asked.size(), 2u);
+    EXPECT_EQ(asked[0].wDay, 14);
+    EXPECT_EQ(asked[0].wMonth, 7);
+    EXPECT_EQ(asked[0].wYear, 2003);
+    EXPECT_EQ(asked[0].wHour, 0);
+    EXPECT_EQ(asked[0].wMinute, 0);
+    EXPECT_EQ(asked[0].wSecond, 0);
+    EXPECT_EQ(asked[0].wMilliseconds, 0);
+    EXPECT_EQ(asked[0].wDayOfWeek, 0);
+    EXPECT_EQ(asked[1].wDay, 31);
+}
+
+TEST(SystemDate, ValidityOfDates) {
+    using tarko::platform::valid_system_time;
+    auto date = [](int d, int m, int y) {
+        SYSTEMTIME t{};
+        t.wDay = static_cast<std::int16_t>(d);
+        t.wMonth = static_cast<std::int16_t>(m);
+        t.wYear = static_cast<std::int16_t>(y);
+        return t;
+    };
+    EXPECT_TRUE(valid_system_time(date(29, 2, 2000)));   // divisible by 400
+    EXPECT_FALSE(valid_system_time(date(29, 2, 1900)));  // by 100 only
+    EXPECT_TRUE(valid_system_time(date(29, 2, 2024)));
+    EXPECT_FALSE(valid_system_time(date(31, 4, 2024)));
+    EXPECT_FALSE(valid_system_time(date(1, 13, 2024)));
+    EXPECT_FALSE(valid_system_time(date(0, 1, 2024)));
+    EXPECT_FALSE(valid_system_time(date(1, 1, 1600)));
+    EXPECT_FALSE(valid_system_time(date(-1, -1, -1)));
+}
+
+}  // namespace
