@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 
+#include "platform/image/bmp_rle.h"
 #include "runtime/errors.h"
 #include "runtime/files.h"
 
@@ -61,7 +62,7 @@ void check_bmp(std::span<const std::uint8_t> b) {
     }
     if (height < 0) height = -height;
     if (width <= 0 || height <= 0 || width > kMaxPictureSide || height > kMaxPictureSide) invalid();
-    // 0 plain, 3 and 6 bit fields; RLE8 (1), RLE4 (2), JPEG and PNG inside BMP are refused.
+    // 0 plain, 3 and 6 bit fields (run-length files went to bmp_rle); JPEG and PNG inside BMP are refused.
     if (compression != 0 && compression != 3 && compression != 6) invalid();
     if (bpp != 1 && bpp != 4 && bpp != 8 && bpp != 16 && bpp != 24 && bpp != 32) invalid();
     const std::uint64_t row = (static_cast<std::uint64_t>(width) * bpp + 31) / 32 * 4;
@@ -110,6 +111,7 @@ struct StbFree {
 DecodedPicture decode_picture(std::span<const std::uint8_t> bytes) {
     if (bytes.size() > static_cast<std::size_t>(INT32_MAX)) invalid();
     const Kind kind = sniff(bytes);
+    if (kind == Kind::Bmp && is_rle_bmp(bytes)) return decode_rle_bmp(bytes);
     if (kind == Kind::Bmp) check_bmp(bytes);
 
     int w = 0, h = 0, n = 0;

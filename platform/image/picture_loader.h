@@ -2,8 +2,8 @@
 //
 // Decisions where the original loader's behaviour is not ours to copy:
 //  - BMP: 1, 4, 8, 16, 24 and 32 bits, uncompressed or with bit fields,
-//    bottom-up or top-down. Run-length compressed BMPs (RLE8, RLE4) are
-//    refused with 481; alpha in 32-bit files is ignored.
+//    bottom-up or top-down; RLE8 and RLE4 are decoded here (pixels a delta
+//    skips are black). Alpha in 32-bit files is ignored.
 //  - GIF: the first frame only; transparent pixels come out black.
 //  - JPG: baseline and progressive, grey or colour; CMYK is refused.
 //  - A file whose pixel data stops short is refused (481), not padded.

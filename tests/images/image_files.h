@@ -89,6 +89,25 @@ inline Bytes bmp24(int width, int height, const std::vector<std::uint32_t>& rgb)
     return b;
 }
 
+// A run-length BMP: 40-byte header, `palette` (0x00RRGGBB) as the colour table, then `codes`.
+inline Bytes rle_bmp(int bpp, int width, int height, const std::vector<std::uint32_t>& palette, const Bytes& codes) {
+    const std::size_t offset = 54 + 4 * palette.size();
+    Bytes b(offset, 0);
+    b[0] = 'B';
+    b[1] = 'M';
+    put32(b, 10, static_cast<std::uint32_t>(offset));
+    put32(b, 14, 40);
+    put32(b, 18, static_cast<std::uint32_t>(width));
+    put32(b, 22, static_cast<std::uint32_t>(height));
+    put16(b, 26, 1);
+    put16(b, 28, bpp);
+    put32(b, 30, bpp == 8 ? 1 : 2);
+    put32(b, 46, static_cast<std::uint32_t>(palette.size()));
+    for (std::size_t i = 0; i < palette.size(); ++i) put32(b, 54 + 4 * i, palette[i]);
+    b.insert(b.end(), codes.begin(), codes.end());
+    return b;
+}
+
 // GIF89a with a 256-entry global palette (0x00RRGGBB) and the given indices.
 // The LZW stream uses 9-bit codes only: a clear code every 200 pixels keeps
 // the table from growing past them.

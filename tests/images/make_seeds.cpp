@@ -58,6 +58,9 @@ int main(int argc, char** argv) {
     std::vector<std::uint8_t> indices(64);
     for (std::size_t i = 0; i < indices.size(); ++i) indices[i] = static_cast<std::uint8_t>(i % 3);
     save(root / "picture", "three.gif", tarko::test::gif(8, 8, {0xFF0000, 0x00FF00, 0x0000FF}, indices, 2));
+    save(root / "picture", "rle8.bmp",
+         tarko::test::rle_bmp(8, 3, 2, {0, 0xFF0000, 0xFF00, 0xFF}, {2, 1, 1, 3, 0, 0, 0, 3, 2, 3, 2, 0, 0, 2, 1, 0, 1, 3, 0, 1}));
+    save(root / "picture", "rle4.bmp", tarko::test::rle_bmp(4, 5, 2, {0, 0xFF0000, 0xFF00}, {4, 0x12, 0, 0, 0, 3, 0x21, 0x10, 0, 1}));
     save(root / "picture", "gradient.jpg", tarko::platform::image::encode_jpeg(16, 16, gradient(16, 16), 75));
     save(root / "picture", "small.jpg", tarko::platform::image::encode_jpeg(3, 5, gradient(3, 5), 50));
     return 0;

@@ -37,7 +37,42 @@ int error_of(const Bytes& bytes) {
 // 3 x 2: top row red, green, blue; bottom row white, black, grey
 const std::vector<std::uint32_t> kSix = {0xFF0000, 0x00FF00, 0x0000FF, 0xFFFFFF, 0x000000, 0x808080};
 
+const std::vector<std::uint32_t> kKRGB = {0x000000, 0xFF0000, 0x00FF00, 0x0000FF};
+constexpr std::uint32_t K = 0x000000, R = 0xFF0000, G = 0x00FF00, B = 0x0000FF;
+
 }  // namespace
+
+TEST(PictureDecode, Rle8RunsAbsoluteRunsAndLineEnds) {
+    // bottom row: 2 x red, 1 x blue, end of line; top row: absolute 3 (green, blue,
+    // green) with its pad byte, end of bitmap
+    const Bytes codes = {2, 1, 1, 3, 0, 0, 0, 3, 2, 3, 2, 0, 0, 1};
+    const auto p = image::decode_picture(tarko::test::rle_bmp(8, 3, 2, kKRGB, codes));
+    EXPECT_EQ(p.rgb, (std::vector<std::uint32_t>{G, B, G, R, R, B}));
+}
+
+TEST(PictureDecode, Rle4RunsAlternateNibblesAndDeltasLeaveBlack) {
+    // a run of 4 of 0x12 gives indices 1, 2, 1, 2
+    EXPECT_EQ(image::decode_picture(tarko::test::rle_bmp(4, 4, 1, kKRGB, {4, 0x12, 0, 1})).rgb,
+              (std::vector<std::uint32_t>{R, G, R, G}));
+    // delta (2, 1) then one blue: the top row's last pixel; the rest stays black
+    EXPECT_EQ(image::decode_picture(tarko::test::rle_bmp(8, 3, 2, kKRGB, {0, 2, 2, 1, 1, 3, 0, 1})).rgb,
+              (std::vector<std::uint32_t>{K, K, B, K, K, K}));
+    // absolute 3 in RLE4: bytes 0x31, 0x20 -> 3, 1, 2; two bytes, no pad
+    EXPECT_EQ(image::decode_picture(tarko::test::rle_bmp(4, 3, 1, kKRGB, {0, 3, 0x31, 0x20, 0, 1})).rgb,
+              (std::vector<std::uint32_t>{B, R, G}));
+}
+
+TEST(PictureDecode, DamagedRunLengthBmpsAreInvalid) {
+    constexpr int kInvalid = tarko::err::InvalidPicture;
+    EXPECT_EQ(error_of(tarko::test::rle_bmp(8, 3, 2, kKRGB, {2, 1})), kInvalid);              // stops in row 0
+    EXPECT_EQ(error_of(tarko::test::rle_bmp(8, 3, 2, kKRGB, {0, 200, 1, 2, 3})), kInvalid);   // absolute run past the end
+    EXPECT_EQ(error_of(tarko::test::rle_bmp(8, 3, 2, kKRGB, {0, 2, 1})), kInvalid);           // delta cut
+    EXPECT_EQ(error_of(tarko::test::rle_bmp(4, 3, -2, kKRGB, {0, 1})), kInvalid);             // top-down is not allowed
+    EXPECT_EQ(error_of(tarko::test::rle_bmp(8, 20000, 20000, kKRGB, {0, 1})), kInvalid);      // past the limits
+    // a huge delta or run only drops pixels; the picture ends at its end-of-bitmap
+    EXPECT_EQ(image::decode_picture(tarko::test::rle_bmp(8, 2, 1, kKRGB, {0, 2, 255, 255, 255, 1, 0, 1})).rgb,
+              (std::vector<std::uint32_t>{K, K}));
+}
 
 TEST(PictureDecode, Bmp24KeepsEveryPixelAndTheRowOrder) {
     const auto p = image::decode_picture(tarko::test::bmp24(3, 2, kSix));
@@ -95,8 +130,11 @@ TEST(PictureDecode, OversizedAndCompressedBmpsAreRefused) {
     EXPECT_EQ(error_of(zero), tarko::err::InvalidPicture);
     Bytes rle = bmp;
     rle[28] = 8;
-    tarko::test::put32(rle, 30, 1);                       // BI_RLE8 is not decoded
+    tarko::test::put32(rle, 30, 1);                       // RLE8 whose colour table is not there
     EXPECT_EQ(error_of(rle), tarko::err::InvalidPicture);
+    Bytes jpeg_inside = bmp;
+    tarko::test::put32(jpeg_inside, 30, 4);               // BI_JPEG
+    EXPECT_EQ(error_of(jpeg_inside), tarko::err::InvalidPicture);
 }
 
 TEST(LoadPicture, MakesAPictureOfThePixelSize) {
