@@ -2,6 +2,46 @@
 // class keeps the device state (render states, stage states, transforms,
 // lights, material, viewport, textures), records calls when the trace is on,
 // checks arguments, and hands clears and draws to the rasteriser.
+//
+// Behaviour where the published contract leaves room, as this device has it:
+// - Pixel centres lie on whole coordinates; positions are snapped to 1/16
+//   pixel; the top-left rule decides pixels on edges (top and left edges in,
+//   right and bottom out), so triangles sharing an edge neither overlap nor
+//   leave gaps. One exception: an edge lying exactly on the viewport's last
+//   column or row keeps its pixels, so a TL quad from (0, 0) to (w-1, h-1)
+//   covers every pixel of a w x h viewport (a quad from 0 to w as well).
+// - A stage whose TEXTURE argument has no texture bound reads opaque white;
+//   a texture without alpha reads alpha 1. Every vertex format has one
+//   coordinate set: a stage asking for another (TEXCOORDINDEX) reads set 0.
+// - Lighting on vertices without a normal (LVERTEX) or with a zero normal:
+//   only ambient and emissive terms contribute; for LVERTEX the vertex colour
+//   is the diffuse source (and gives the alpha), its specular colour the
+//   specular source. Normals are always normalised after the transform.
+//   Lit vertices: diffuse = Me + Ma (Ga + sum La att spot) + Md sum Ld (N.L)
+//   att spot; specular = Ms sum Ls (N.H)^power att spot with a local viewer.
+//   Point and spot lights with a range of 0 light nothing.
+// - Fog is vertex fog on eye-space depth (FOGVERTEXMODE, or FOGTABLEMODE when
+//   that is set: evaluated per vertex too); modes none, exp, exp2, linear.
+//   TL vertices are never fogged (the specular alpha is not a fog factor), so
+//   screen overlays keep their colour under any fog state.
+// - DITHERENABLE is ignored: an additive black pass changes no pixel.
+// - BUMPENVMATxx values are read as the number the Long holds (the engine
+//   sends -1, 0 or 1), not as the bits of a Single.
+// - Invalid state values never raise at draw time: a CULLMODE other than
+//   CW (2) or CCW (3), 0 included, culls nothing; SHADEMODE other than flat
+//   (1) is Gouraud; FILLMODE other than point (1) or wireframe (2) is solid;
+//   an unknown blend factor is ONE as source and ZERO as destination; an
+//   unknown texture operation selects its first argument; an unknown compare
+//   function always passes.
+// - Colour keys apply when COLORKEYENABLE is on and the stage 0 texture has a
+//   source key: keyed texels are not drawn.
+// - Depth: 16-bit z surfaces hold z x 65535; 24- and 32-bit ones hold 24 bits
+//   (a 32-bit surface in its top 24 bits). ZENABLE is on by default and takes
+//   effect when a z surface is attached.
+// - Bad input never reads outside the caller's arrays: counts are cut to the
+//   data given, triangles naming an index outside 0..vertex_count-1 are
+//   skipped, NaN or infinite positions drop their triangle, degenerate
+//   triangles draw nothing.
 #pragma once
 
 #include <array>
@@ -95,8 +135,8 @@ public:
     // --- for the platform layer and tests
     const tarko::Ref<DirectDrawSurface7>& render_target() const { return target_; }
     const tarko::platform::d3d::DeviceState& state() const { return *state_; }
-    // Worker threads of the rasteriser (0 = all cores); pictures are identical
-    // for every count.
+    // Worker threads of the rasteriser (0 = all cores, the default); pictures
+    // are identical bit for bit for every count.
     void set_thread_count(int threads);
     int draw_calls() const { return draw_calls_; }
 
