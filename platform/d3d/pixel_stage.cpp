@@ -54,6 +54,35 @@ inline I4 wrap_index(I4 i, int n) {
     return clamp_index(i, n);
 }
 
+#if TARKO_D3D_SSE2
+// Bilinear filtering with 8-bit weights on 16-bit lanes, one pixel at a time:
+// the four texels are weighted across, then down, rounding at each step.
+inline C4 bilinear_sse2(const std::uint32_t* tex, I4 i00, I4 i10, I4 i01, I4 i11, F4 ax, F4 ay) {
+    alignas(16) std::int32_t a[4], b[4], c[4], d[4], wx[4], wy[4];
+    i00.store(a), i10.store(b), i01.store(c), i11.store(d);
+    to_int_round(ax * F4(256.0f)).store(wx);
+    to_int_round(ay * F4(256.0f)).store(wy);
+    alignas(16) std::int32_t out[4];
+    const __m128i zero = _mm_setzero_si128(), half = _mm_set1_epi16(128);
+    for (int i = 0; i < 4; ++i) {
+        const auto load = [tex](std::int32_t k) { return _mm_cvtsi32_si128(static_cast<int>(tex[k])); };
+        __m128i top = _mm_unpacklo_epi8(_mm_unpacklo_epi32(load(a[i]), load(b[i])), zero);
+        __m128i bot = _mm_unpacklo_epi8(_mm_unpacklo_epi32(load(c[i]), load(d[i])), zero);
+        const auto x = static_cast<short>(wx[i]), ix = static_cast<short>(256 - wx[i]);
+        const __m128i wh = _mm_set_epi16(x, x, x, x, ix, ix, ix, ix);
+        top = _mm_mullo_epi16(top, wh);
+        bot = _mm_mullo_epi16(bot, wh);
+        top = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(top, _mm_srli_si128(top, 8)), half), 8);
+        bot = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(bot, _mm_srli_si128(bot, 8)), half), 8);
+        const auto y = static_cast<short>(wy[i]), iy = static_cast<short>(256 - wy[i]);
+        __m128i v = _mm_mullo_epi16(_mm_unpacklo_epi64(top, bot), _mm_set_epi16(y, y, y, y, iy, iy, iy, iy));
+        v = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(v, _mm_srli_si128(v, 8)), half), 8);
+        out[i] = _mm_cvtsi128_si32(_mm_packus_epi16(v, zero));
+    }
+    return unpack_argb(I4::load(out));
+}
+#endif
+
 C4 sample(const Texture* t, bool bilinear, F4 u, F4 v) {
     if (!t) return C4{F4(1.0f), F4(1.0f), F4(1.0f), F4(1.0f)};  // no texture reads opaque white
     const int w = t->width, h = t->height;
@@ -71,6 +100,9 @@ C4 sample(const Texture* t, bool bilinear, F4 u, F4 v) {
     const I4 x0 = to_int_trunc(x0f), y0 = to_int_trunc(y0f);
     const I4 xa = wrap_index(x0, w), xb = wrap_index(x0 + I4(1), w);
     const I4 ra = mul_lo(wrap_index(y0, h), I4(w)), rb = mul_lo(wrap_index(y0 + I4(1), h), I4(w));
+#if TARKO_D3D_SSE2
+    return bilinear_sse2(tex, ra + xa, ra + xb, rb + xa, rb + xb, ax, ay);
+#else
     const C4 c00 = unpack_argb(gather(tex, ra + xa)), c10 = unpack_argb(gather(tex, ra + xb));
     const C4 c01 = unpack_argb(gather(tex, rb + xa)), c11 = unpack_argb(gather(tex, rb + xb));
     auto lerp2 = [&](F4 p00, F4 p10, F4 p01, F4 p11) {
@@ -80,6 +112,7 @@ C4 sample(const Texture* t, bool bilinear, F4 u, F4 v) {
     };
     return C4{lerp2(c00.r, c10.r, c01.r, c11.r), lerp2(c00.g, c10.g, c01.g, c11.g),
               lerp2(c00.b, c10.b, c01.b, c11.b), lerp2(c00.a, c10.a, c01.a, c11.a)};
+#endif
 }
 
 // Bump texel as signed du, dv in -1..1 (r holds du, g dv after unpacking).

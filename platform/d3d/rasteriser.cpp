@@ -86,8 +86,13 @@ void Rasteriser::clear(const DeviceState& state, std::span<const D3DRECT> rects,
             const std::uint32_t raw = target_.format().from_argb(colour);
             const int x1 = std::min({target_.width(), r.x2, vp.lX + vp.lWidth});
             const int y1 = std::min({target_.height(), r.y2, vp.lY + vp.lHeight});
-            for (int y = y0; y < y1; ++y)
-                for (int x = x0; x < x1; ++x) target_.set_raw(x, y, raw);
+            // One row by pixel, the others copied from it.
+            for (int x = x0; x < x1; ++x) target_.set_raw(x, y0, raw);
+            const int bpp = target_.format().bytes_per_pixel();
+            for (int y = y0 + 1; y < y1; ++y)
+                std::memcpy(target_.pixels() + static_cast<std::size_t>(y) * target_.pitch() + static_cast<std::size_t>(x0) * bpp,
+                            target_.pixels() + static_cast<std::size_t>(y0) * target_.pitch() + static_cast<std::size_t>(x0) * bpp,
+                            static_cast<std::size_t>(std::max(0, x1 - x0) * bpp));
             target_.touch();
         }
         if ((flags & dx::D3DCLEAR_ZBUFFER) && zbuffer && zbuffer->byte_size()) {
@@ -102,8 +107,12 @@ void Rasteriser::clear(const DeviceState& state, std::span<const D3DRECT> rects,
             }
             const int x1 = std::min({zbuffer->width(), r.x2, vp.lX + vp.lWidth});
             const int y1 = std::min({zbuffer->height(), r.y2, vp.lY + vp.lHeight});
-            for (int y = y0; y < y1; ++y)
-                for (int x = x0; x < x1; ++x) zbuffer->set_raw(x, y, raw);
+            for (int x = x0; x < x1; ++x) zbuffer->set_raw(x, y0, raw);
+            const int bpp = zbuffer->format().bytes_per_pixel();
+            for (int y = y0 + 1; y < y1; ++y)
+                std::memcpy(zbuffer->pixels() + static_cast<std::size_t>(y) * zbuffer->pitch() + static_cast<std::size_t>(x0) * bpp,
+                            zbuffer->pixels() + static_cast<std::size_t>(y0) * zbuffer->pitch() + static_cast<std::size_t>(x0) * bpp,
+                            static_cast<std::size_t>(std::max(0, x1 - x0) * bpp));
             zbuffer->touch();
         }
     }
