@@ -21,6 +21,7 @@ struct Bitmap {
     int stride = 0;
     bool bottom_up = false;
     bool is_stock = false;
+    bool is_dib = false;
     std::vector<std::uint8_t> memory;
     HDC selected_in = 0;
 
@@ -281,6 +282,7 @@ HBITMAP CreateDIBSection(HDC, const BITMAPINFO& info, Long, std::uint8_t*& bits,
         return 0;
     auto bm = make_bitmap(h.biWidth, std::abs(static_cast<std::int64_t>(h.biHeight)), h.biBitCount, h.biHeight > 0);
     if (!bm) return 0;
+    bm->is_dib = true;
     bits = bm->memory.data();
     return r.add(bm);
 }
@@ -334,8 +336,8 @@ Long GetObjectA(HGDIOBJ object, Long size, BITMAP& out) {
     out.bmWidthBytes = bm->stride;
     out.bmPlanes = 1;
     out.bmBitsPixel = static_cast<Integer>(bm->bpp);
-    // Only DIB sections show their bits; device bitmaps are top-down 32-bit.
-    out.bmBits = bm->bottom_up || bm->bpp == 24 ? bm->memory.data() : nullptr;
+    // Only DIB sections show their bits.
+    out.bmBits = bm->is_dib ? bm->memory.data() : nullptr;
     return 24;
 }
 
@@ -363,13 +365,18 @@ bool BitBlt(HDC dest, Long x, Long y, Long width, Long height, HDC source, Long 
         clip(sy0, y0, h, s.height());
     }
     if (w <= 0 || h <= 0) return true;
+    // The source is read whole first, so a copy within one bitmap cannot smear.
+    std::vector<std::uint32_t> source_pixels(static_cast<std::size_t>(w * h), 0);
+    if (needs_source && !s.screen)
+        for (std::int64_t j = 0; j < h; ++j)
+            for (std::int64_t i = 0; i < w; ++i)
+                source_pixels[static_cast<std::size_t>(j * w + i)] =
+                    s.get(static_cast<int>(sx0 + i), static_cast<int>(sy0 + j));
     for (std::int64_t j = 0; j < h; ++j)
         for (std::int64_t i = 0; i < w; ++i) {
             const int dx = static_cast<int>(x0 + i), dy = static_cast<int>(y0 + j);
-            const std::uint32_t src =
-                needs_source && !s.screen ? s.get(static_cast<int>(sx0 + i), static_cast<int>(sy0 + j)) : 0;
             const std::uint32_t dst = rop == SRCCOPY || !needs_source ? 0 : d.get(dx, dy);
-            d.set(dx, dy, apply_rop(rop, src, dst, ok));
+            d.set(dx, dy, apply_rop(rop, source_pixels[static_cast<std::size_t>(j * w + i)], dst, ok));
         }
     return true;
 }

@@ -3,6 +3,9 @@
 
 #include "images/image_files.h"
 #include "images/pcx.h"
+#include "support/test_support.h"
+
+#include <fstream>
 #include "platform/gdi/gdi.h"
 #include "runtime/errors.h"
 #include "runtime/services.h"
@@ -151,4 +154,14 @@ TEST_F(Pcx, MissingFileRaises) {
     } catch (const tarko::RuntimeError& e) {
         EXPECT_EQ(e.number(), tarko::err::FileNotFound);
     }
+}
+
+TEST_F(Pcx, LoadsFromAFile) {
+    const Bytes file = tarko::test::pcx8(5, 2, 6, {1, 2, 0xC0 | 10, 9, 7, 0xC0 | 6, 4});
+    const auto path = tarko::test::scratch_dir("PcxFile") / "cut.pcx";
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(file.data()), static_cast<std::streamsize>(file.size()));
+    const auto picture = pcx::load_file(path.string());
+    ASSERT_TRUE(picture);
+    EXPECT_EQ(pixel_of(picture, 4, 0), entry(9));  // the last byte of the cut run
 }

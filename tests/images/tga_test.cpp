@@ -4,6 +4,9 @@
 #include "images/dib_section.h"
 #include "images/image_files.h"
 #include "images/tga.h"
+#include "support/test_support.h"
+
+#include <fstream>
 #include "platform/gdi/gdi.h"
 #include "runtime/errors.h"
 
@@ -84,4 +87,17 @@ TEST(Tga, DrawsEveryWidthIntoADib) {
     EXPECT_EQ(gdi::GetPixel(dib.hDC(), 0, 0), 0x040506);  // top row: B 4, G 5, R 6
     EXPECT_EQ(gdi::GetPixel(dib.hDC(), 2, 0), 0x0A0B0C);
     EXPECT_EQ(gdi::GetPixel(dib.hDC(), 1, 1), 0x010203);
+}
+
+TEST(Tga, ReadsFromAFileByEitherSeparator) {
+    const Bytes body = {0x82, 1, 2, 3, 0x02, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+    const auto dir = tarko::test::scratch_dir("TgaFile");
+    const Bytes file = tarko::test::tga(10, 3, 2, body);
+    std::ofstream(dir / "rle.tga", std::ios::binary)
+        .write(reinterpret_cast<const char*>(file.data()), static_cast<std::streamsize>(file.size()));
+    std::string windows_name = (dir / "RLE.TGA").string();
+    for (char& c : windows_name)
+        if (c == '/') c = '\\';
+    const auto image = tga::read_file(windows_name);  // "\" and case both resolved
+    EXPECT_EQ(image.pixels, (Bytes{4, 5, 6, 7, 8, 9, 10, 11, 12, 1, 2, 3, 1, 2, 3, 1, 2, 3}));
 }

@@ -116,6 +116,17 @@ TEST_F(Gdi, BitBltCopiesAndClipsBothRectangles) {
     EXPECT_EQ(gdi::GetPixel(dst.dc, 0, 0), 0xFFFFFF);
 }
 
+TEST_F(Gdi, BitBltWithinOneBitmapDoesNotSmear) {
+    Dib dib(3, 1);
+    gdi::SetPixel(dib.dc, 0, 0, 1);
+    gdi::SetPixel(dib.dc, 1, 0, 2);
+    gdi::SetPixel(dib.dc, 2, 0, 3);
+    // shifting right by one reads 1, 2 before writing: 1, 1, 2 (not 1, 1, 1)
+    ASSERT_TRUE(gdi::BitBlt(dib.dc, 1, 0, 2, 1, dib.dc, 0, 0, gdi::SRCCOPY));
+    EXPECT_EQ(gdi::GetPixel(dib.dc, 1, 0), 1);
+    EXPECT_EQ(gdi::GetPixel(dib.dc, 2, 0), 2);
+}
+
 TEST_F(Gdi, StretchBltTakesTheSourcePixelUnderEachCentre) {
     Dib src(2, 1), dst(4, 1), mirror(2, 1);
     gdi::SetPixel(src.dc, 0, 0, 0x0000AA);
