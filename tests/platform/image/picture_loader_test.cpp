@@ -137,6 +137,36 @@ TEST(PictureDecode, OversizedAndCompressedBmpsAreRefused) {
     EXPECT_EQ(error_of(jpeg_inside), tarko::err::InvalidPicture);
 }
 
+TEST(PictureDecode, HugeOrEmptyGifAndJpegSizesAreRefusedBeforeDecoding) {
+    constexpr int kInvalid = tarko::err::InvalidPicture;
+    Bytes gif = tarko::test::gif(2, 2, {0xFF}, {0, 0, 0, 0});
+    tarko::test::put16(gif, 6, 10000);      // screen 10000 x 10000: 1e8 pixels, past 2^26
+    tarko::test::put16(gif, 8, 10000);
+    const std::size_t image_at = 13 + 768;  // the image descriptor's size follows its position
+    tarko::test::put16(gif, image_at + 5, 10000);
+    tarko::test::put16(gif, image_at + 7, 10000);
+    EXPECT_EQ(error_of(gif), kInvalid);
+
+    Bytes jpg = image::encode_jpeg(8, 8, std::vector<std::uint32_t>(64, 0x808080));
+    std::size_t sof = 0;
+    for (std::size_t i = 0; i + 1 < jpg.size(); ++i)
+        if (jpg[i] == 0xFF && jpg[i + 1] == 0xC0) {
+            sof = i;
+            break;
+        }
+    ASSERT_NE(sof, 0u);
+    Bytes huge = jpg;  // height and width, big-endian, after length and precision
+    huge[sof + 5] = 0x30;
+    huge[sof + 6] = 0x00;
+    huge[sof + 7] = 0x30;
+    huge[sof + 8] = 0x00;                   // 12288 x 12288
+    EXPECT_EQ(error_of(huge), kInvalid);
+    Bytes empty = jpg;
+    empty[sof + 5] = 0;
+    empty[sof + 6] = 0;                     // height 0
+    EXPECT_EQ(error_of(empty), kInvalid);
+}
+
 TEST(LoadPicture, MakesAPictureOfThePixelSize) {
     const auto file = write("LoadPicture", "six.bmp", tarko::test::bmp24(3, 2, kSix));
     const auto picture = tarko::platform::LoadPicture(file);
