@@ -18,6 +18,7 @@
 #include "platform/object_ref.h"
 #include "platform/records.h"
 #include "platform/surface.h"
+#include "engine/tarko_enums.h"
 #include "runtime/numeric.h"
 #include "runtime/safe_array.h"
 #include "runtime/variant.h"
@@ -97,7 +98,7 @@ public:
     void FreeDX(tarko::Long Hand);
 
     // ---- camera hook used by FLIPP (the camera group lands with the scene work)
-    void Camera_update(bool jumping);
+    void Camera_update(bool Check_Terrain = true);
 
     // ---- maths: BEGIN
     // Vectors and matrices (engine_maths.cpp). Components are Singles worked out
@@ -191,8 +192,234 @@ private:
 public:
     // ---- maths: END
 
-    // ---- textures (Parts 2.5, 2.6): BEGIN
+    // ---- textures: BEGIN
     // ---- textures: END
+
+    // ---- scene: BEGIN
+    // Input (engine_input.cpp). Every read polls the device anew; mouse axes
+    // are relative: the movement since the previous mouse read. A read before
+    // start-up raises 91 (object not set).
+    // True while the key (a Tarko_KEY_CONST scan code) is down; 256 or above,
+    // or below 0, raises 9 after the poll.
+    bool GetKEY(tarko::Long Key);
+    // Window-system virtual key: down now, or pressed since the last such query.
+    bool GetKEY_API(tarko::Long Key);
+    tarko::Variant Mouse_X();
+    tarko::Variant Mouse_Y();
+    tarko::Variant Mouse_Z();
+    // The cursor in screen pixels.
+    tarko::Variant MOUSE_Cursor_API_X();
+    tarko::Variant MOUSE_Cursor_API_Y();
+    // Button byte BUTT (MOSS, or 3 for the fourth button) non-zero; outside 0..3 raises 9.
+    bool Mousse_PressedButton(tarko::Long BUTT);
+
+    // Camera (engine_camera.cpp). One eye and two angles (heading CamAngle and
+    // pitch CamAngleY, radians); the look-at point is rebuilt from the angles
+    // by Camera_update, which sets the view matrix. Turning moves multiply
+    // their argument by NBFrame; walking moves are unscaled. Degree forms use
+    // RADIAN (0.017443758030437666), not pi / 180. Camera_update never raises
+    // from the sight line on: before start-up a move changes the camera and
+    // sets no view. The camera does not consult the world limits.
+    void GET_camera(D3DVECTOR& C_from, D3DVECTOR& C_To);
+    D3DVECTOR GET_CameraEYE();
+    D3DVECTOR GET_CameraAT();
+    D3DVECTOR GET_LastEYE();
+    D3DVECTOR get_ORIGIN_kam();
+    // Eye minus the earlier eye, normalised; (0, 0, 0) when they are equal.
+    D3DVECTOR Get_CameraDIR();
+    tarko::Variant CAM_angle();
+    void CAM_angle(const tarko::Variant& v);          // no view rebuild
+    tarko::Variant CAM_angleDEGRE();
+    void CAM_angleDEGRE(const tarko::Variant& v);     // no view rebuild
+    tarko::Variant CAM_angleBilBOARD();               // heading in degrees - 90
+    tarko::Variant CAM_angleY();
+    tarko::Variant Camera_ANY();
+    tarko::Variant CAM_angleYdeg();
+    // World limits: stored only; no camera operation reads them.
+    D3DVECTOR WORLD_MIN_DOWN();
+    void WORLD_MIN_DOWN(const D3DVECTOR& v);
+    D3DVECTOR WORDL_MAX_UP();
+    void WORDL_MAX_UP(const D3DVECTOR& v);
+
+    void SET_camera_DEGRE(const tarko::Variant& ANG_degree);
+    void SET_camera_ANY_DEGRE(const tarko::Variant& ANG_degree);
+    void Camera_set_ANGy_DEGREE(const tarko::Variant& DEGR);
+    void SET_cameraEYE(const D3DVECTOR& xVEC);
+    void Camera_set_EYE(const D3DVECTOR& Veye);
+    // VEC_to is accepted and has no effect: the angles give the direction.
+    void SET_camera(const D3DVECTOR& Vec_From, const tarko::Variant& VEC_to = tarko::Variant::missing());
+    // Sets the view from the two points and stores them; raises 91 before start-up.
+    void SET_camera_DirectioN(const D3DVECTOR& Vec_From, const D3DVECTOR& VEC_to);
+
+    // The eight moves first keep the eye as the earlier eye, but only when x,
+    // y and z all differ from it (a walk on flat ground keeps it).
+    void Camera_Move_Left(const tarko::Variant& angle);
+    void Camera_Move_Right(const tarko::Variant& angle);
+    void Camera_Move_Foward(const tarko::Variant& StepZ);
+    void Camera_Move_Backward(const tarko::Variant& StepZ);
+    void Camera_Move_UP(const tarko::Variant& angle);     // pitch capped at 3.1459875
+    void Camera_Move_DOWN(const tarko::Variant& angle);   // pitch floored at -3.1459875
+    void Camera_Elevator_UP(const tarko::Variant& StepY);
+    void Camera_Elevator_DOWN(const tarko::Variant& StepY);
+    // Sideways step to the right of the heading; the earlier eye becomes the
+    // new eye, so REcallCAM does not undo it.
+    void CAM_step_RIGHT(const float& Step);
+    // Negates Step in the caller's variable, then steps right by it.
+    void CAM_step_LEFT(float& Step);
+    void REcallCAM();   // the eye back to the earlier eye; angles unchanged
+    // Starts a jump (JumpStep up per update until JumpPeak, then down to the
+    // take-off height); FLIPP runs it. A call during a jump only updates.
+    void CAM_jump();
+    // Mouse look: pitch from the relative vertical reads, cursor re-centred
+    // when the mouse counts as moved. The heading is left to the host (turn
+    // with Camera_Move_Left/Right from Mouse_X): the mouse reference is the
+    // window centre while the reads are relative, so no bound on a
+    // horizontal turn would mean anything.
+    void CAM_CheckMouse();
+
+    D3DVECTOR Get_cam_Forward_VECTOR(const float& Step);
+    D3DVECTOR Camara_DEST_Vector(const tarko::Variant& RangleZ, const tarko::Variant& RangleY);
+    // A point on the sight line, val along x from the look-at point.
+    D3DVECTOR Cam_AXis_transVEC(const float& val);
+    // Each component divided by sing; sing 0 raises 11.
+    D3DVECTOR VecDIV(const D3DVECTOR& Vc, const tarko::Variant& sing);
+
+    // Object transforms (engine_objects.cpp). Each builds the world matrix
+    // from the identity (nothing is added to the matrix in force) and sets it.
+    // Rotations in degrees (PIFactor). A Variant that holds no number raises 13.
+    void CLearMATRIX();
+    void TransFORM(const D3DMATRIX& MATRIXX);
+    tarko::Variant OBJECT_scale(const tarko::Variant& Xscal, const tarko::Variant& Yscal, const tarko::Variant& Zscal);
+    tarko::Variant OBJECT_move(const tarko::Variant& Xmov, const tarko::Variant& Ymov, const tarko::Variant& Zmov);
+    tarko::Variant OBJECT_rotate(const tarko::Variant& Xmov, const tarko::Variant& Ymov, const tarko::Variant& Zmov);
+    // Turns to face the camera about y: rotation (0, heading in degrees - 90, 0).
+    void OBJECT_use_BILBOARDdeg();
+    void OBJECT_Scale_MOV(const tarko::Variant& Xscal, const tarko::Variant& Yscal, const tarko::Variant& Zscal,
+                          const tarko::Variant& Xmov, const tarko::Variant& Ymov, const tarko::Variant& Zmov);
+    void OBJECT_Scale_Rotate(const tarko::Variant& Xscal, const tarko::Variant& Yscal, const tarko::Variant& Zscal,
+                             const tarko::Variant& Xrot, const tarko::Variant& Yrot, const tarko::Variant& Zrot);
+    void OBJECT_Scale_Rotate_MOV(const tarko::Variant& Xscal, const tarko::Variant& Yscal,
+                                 const tarko::Variant& Zscal, const tarko::Variant& Xrot,
+                                 const tarko::Variant& Yrot, const tarko::Variant& Zrot,
+                                 const tarko::Variant& Xmov, const tarko::Variant& Ymov,
+                                 const tarko::Variant& Zmov);
+    // Translation first, then the rotation about the origin.
+    void OBJECT_MOV_rotate(const tarko::Variant& Xmov, const tarko::Variant& Ymov, const tarko::Variant& Zmov,
+                           const tarko::Variant& Xrot, const tarko::Variant& Yrot, const tarko::Variant& Zrot);
+    void OBJECT_Scale_Rotate_MovEX(const D3DVECTOR& Vscal, const D3DVECTOR& Vrot, const D3DVECTOR& Vmov);
+    // Box of every element from the lower to the upper bound; sets no
+    // transform. An undimensioned array raises 9.
+    void OBJECT_getBoundingBOX(const tarko::SafeArray<D3DVERTEX>& lpVert, D3DRMBOX& RETBOX);
+
+private:
+    void camera_save_step();
+    void world_transform(const D3DMATRIX& m);
+    struct CursorRecord {
+        tarko::Long x = 0, y = 0;
+    };
+    CursorRecord CursorPoint;
+    float LineSlopeY = 0, LineOffsetY = 0, LineSlopeZ = 0, LineOffsetZ = 0;
+    tarko::Long LastMouseX = 0, LastMouseY = 0;
+    D3DVECTOR WorldMin, WorldMax;
+    std::array<float, 6> WorldBox{};   // min x, max z, max x, min z, min y, max y
+
+public:
+    // ---- scene: END
+
+    // ---- render state: BEGIN
+    // Render-state recipes (engine_renderstate.cpp). Each sends its whole list
+    // of states, in order, every call; nothing checks the device's caps and
+    // nothing is cached. Boolean states go as -1 unless a recipe sends 1.
+    // "Default stage(n)": COLORARG1 TEXTURE, COLORARG2 DIFFUSE, COLOROP
+    // MODULATE, ALPHAOP SELECTARG1, ALPHAARG1 TEXTURE, MINFILTER and
+    // MAGFILTER linear, on stage n.
+    void USE_default_Blendstage0();                  // default stage(0), dithering on
+    void Enable_Blendstage(tarko::Long Stage);       // default stage(Stage)
+    // Default stage(0), dithering on, alpha test, blending and specular off, z writes on.
+    void USE_default_RENDERSTATE();
+    void Set_TextureSTATE(tarko::Long STATE, tarko::Long levelSTATE, tarko::Long Blend_effect);
+    void USE_NULLTEXTURE();
+    void USE_defaultPROJECTION();                    // the start-up projection again
+    // White diffuse and ambient (alpha 0), no specular or emissive, power 1; ambient light white.
+    void USE_defaultMaterial();
+    void SET_Gamma(float GammaLevel);                // accepted; changes nothing
+
+    void alphaBLEND_1(bool Is_on);                   // colour-keyed additive look (SRCCOLOR, INVSRCCOLOR)
+    void Make_Multitexturing();
+    void FX_alphaBlend_FrameTransparency(bool Activate = true);
+    // Alpha blending with alpha test (ref 8, greater-or-equal) where the device offers it.
+    void TransAlpha_Enable();
+    void TransAlpha_Disable();
+
+    // Two-stage recipes: TEX1 goes to stage 1 (Nothing when omitted). With
+    // Activate False the texture is ignored and the stages are put back.
+    void MULTITEXTURE_FX_Dark_Mapping(bool Activate = true, const tarko::Ref<DirectDrawSurface7>& TEX1 = {});
+    void MULTITEXTURE_FX_smooth_satur(bool Activate = true, const tarko::Ref<DirectDrawSurface7>& TEX1 = {});
+    void MULTITEXTURE_FX_DetailMODULATE(bool Activate = true,
+                                        const tarko::Ref<DirectDrawSurface7>& TEX1_stage1 = {});
+    void MULTITEXTURE_Normal(const tarko::Ref<DirectDrawSurface7>& Text_LEV_1 = {});
+    void MULTITEXTURE_Dark_Diffu_color_ligh(bool Activate = true, const tarko::Ref<DirectDrawSurface7>& TEX1 = {});
+    void MULTITEXTURE_Specular_mapping(const tarko::Ref<DirectDrawSurface7>& TEX0 = {},
+                                       const tarko::Ref<DirectDrawSurface7>& TEX1 = {});
+    void Disable_MULTITEXTURING(tarko::Long Stage);
+    void MULTITEXTURING_OFF();                       // stage 1 off, then the default render state
+    void Disable_MULTITEXTURE();
+    void Disable_FX_blend(tarko::Long Stage);
+    void FX_blend_COLOR_lighting(bool Activate = true, tarko::Long STAGE_ = 0);
+    // Call once a frame: stage 1 cycles MODULATE, 2X, 4X, unchanged, each for
+    // 4 ANIKY calls, and restarts when the counter is exactly 16 ANIKY.
+    void FX_blend_COLOR_darking(bool Activate = true, tarko::Long STAGE_ = 0, tarko::Long ANIKY = 100);
+    // Stage 0 bump matrix from the angle, each entry rounded to a whole number
+    // (so only -1, 0 and 1 reach the device). The result is Empty.
+    tarko::Variant MAke_BumpmapinG(double anlge);
+
+    // Lights, materials and fog (engine_lights.cpp).
+    D3DCOLORVALUE D3Dcolor(const tarko::Variant& R, const tarko::Variant& G, const tarko::Variant& B,
+                           const tarko::Variant& A);
+    // Reseeds the generator from Timer, then r, g, b, a in this order.
+    D3DCOLORVALUE Create_RND_D3Dcolor();
+    // Diffuse and ambient (R, G, B, 0); A is accepted and has no effect.
+    D3DMATERIAL7 Create_Material(const tarko::Variant& R, const tarko::Variant& G, const tarko::Variant& B,
+                                 const tarko::Variant& A);
+    D3DMATERIAL7 Create_Material2(const D3DCOLORVALUE& Difu, const D3DCOLORVALUE& AMB);
+    // Sets the material and turns lighting on.
+    void SetMaterial(const D3DCOLORVALUE& Difu, const D3DCOLORVALUE& AMB);
+    tarko::Variant Set_Light(bool OnN);
+    // A point (1) or directional (3) light record, attenuation (1, 1, 0);
+    // any other type gives an empty record with that type.
+    D3DLIGHT7 Getlight(tarko::Long TYP, const D3DVECTOR& Position, const D3DCOLORVALUE& AMB,
+                       const D3DCOLORVALUE& DIFFU, float Rayon, const D3DVECTOR& Directio);
+    // Adds a record (point, spot or directional), puts it in the next device
+    // slot and enables it; returns the record number. Lighting itself is not
+    // switched. A spot light gets falloff 1, an inner cone of pi / 6 and an
+    // outer cone of pi / 3 (a third and two thirds of a right angle). The
+    // 32768th light raises 6.
+    tarko::Integer ADD_light(tarko::Long TYP, const D3DVECTOR& Position, const D3DCOLORVALUE& AMB,
+                             const D3DCOLORVALUE& DIFFU, float Rayon, const D3DVECTOR& Directio);
+    tarko::Variant LIGHT_enable(const tarko::Variant& Pindex, bool isON);   // then lighting on
+    // Moves record Pindex (also used as the device slot) and re-enables it;
+    // a record number outside the list, or before any ADD_light, raises 9.
+    void LIGHT_Position(const tarko::Variant& Pindex, const D3DVECTOR& Position);
+    // The last device slot used, lifted to 0 first when negative.
+    tarko::Variant LIGHT_GETFreeINDEX();
+    tarko::Variant LIGHT_SetFreeINDEX(const tarko::Variant& FreeIndex);
+    // Density at or below 0 (or omitted) keeps the current density; colour
+    // and mode are always rewritten.
+    void SetFog(bool ON_it, double Density = 0, tarko::Long color = 0, tarko::Long FogMode = 1);
+    // Linear fog from FogStart to FogEnd; FOGdensity is not updated.
+    void SetFog_EX(const tarko::Variant& FogStart, const tarko::Variant& FogEnd, double Density = 0.001,
+                   tarko::Long color = 0);
+    void Kill_Fog();
+
+private:
+    void default_stage(tarko::Long stage);
+    void stage_state(tarko::Long stage, tarko::Long type, tarko::Long value);
+    void render_state(tarko::Long state, tarko::Long value);
+    void smooth_satur(bool Activate, const tarko::Ref<DirectDrawSurface7>& tex, tarko::Long stage1_op);
+    void blend_colour_off(tarko::Long stage);
+
+public:
+    // ---- render state: END
 
 private:
     void ensure_root();
