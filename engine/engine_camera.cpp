@@ -19,7 +19,8 @@ constexpr double K = tarko::maths::kCameraRadian;
 constexpr double kPitchMoveLimit = 3.1459875;
 constexpr double kPitchClamp = 180 * 0.017477708;
 
-float single(double v) { return static_cast<float>(v); }
+// Stored as a Single: a finite value beyond its range raises 6; inf and NaN pass.
+float single(double v) { return rt::CSng(v); }
 }  // namespace
 
 // ---- getters

@@ -220,6 +220,13 @@ TEST_F(Camera, BeforeStartUpMovesChangeStateAndRaiseNothing) {
     EXPECT_EQ(error_of([&] { engine.SET_camera_DirectioN(D3DVECTOR{}, D3DVECTOR{1, 0, 0}); }), err::ObjectNotSet);
 }
 
+TEST_F(Camera, StepBeyondASingleRaisesOverflowAndLeavesTheEye) {
+    open();
+    EXPECT_EQ(error_of([&] { engine.Camera_Move_Foward(Variant(1e300)); }), err::Overflow);
+    EXPECT_EQ(engine.GET_CameraEYE().x, 0.0f);
+    EXPECT_EQ(error_of([&] { engine.Camera_Elevator_UP(Variant("up")); }), err::TypeMismatch);
+}
+
 TEST_F(Camera, SightLineAtAQuarterTurnIsInfiniteAndTheUpdateGoesOn) {
     open();
     engine.CAM_angle(Variant(std::acos(-1.0) / 2));  // cos is 6e-17: lost beside x = 2 in a Single
