@@ -4,30 +4,21 @@
 
 #include "engine/tarko_dx7.h"
 #include "platform/constants.h"
-#include "platform/trace.h"
-
-#if __has_include("platform/sound/direct_sound.h")
-#include "platform/sound/direct_sound.h"
-#define TARKO_HAS_SOUND 1
-#endif
+#include "platform/sound/dsound.h"
 
 void tarko_DX7::move_listener_to_camera() {
-#ifdef TARKO_HAS_SOUND
     // Positions are in units of 50; the front vector has the sine in both y
     // and z. Nothing commits the deferred settings here.
     DS_Listener->setPosition(CamEye.x / 50, CamEye.y / 50, CamEye.z / 50, dx::DS3D_DEFERRED);
     DS_Listener->setOrientation(static_cast<float>(std::cos(CamAngle)), static_cast<float>(std::sin(CamAngle)),
                                 static_cast<float>(std::sin(CamAngle)), 0, 1, 0, dx::DS3D_DEFERRED);
-#endif
 }
 
 void tarko_DX7::release_sound_buffers() {
     for (tarko::Long i = 1; i <= Total_SoundBUF; ++i) {
         auto& record = SoundBuffers(i);
         if (record.name.empty()) continue;
-#ifdef TARKO_HAS_SOUND
         record.buffer->stop();
-#endif
         record.buffer.reset();
     }
     PrimaryBuffer.reset();

@@ -77,7 +77,7 @@ TEST_F(Startup, WindowedOpensInTheOrderOfTheDrawInputAndDeviceObjects) {
         "Direct3D7.createDevice \"IID_IDirect3DHALDevice\"",
         "Direct3D7.createDevice \"IID_IDirect3DRGBDevice\"",
         "Direct3DDevice7.setViewport 0, 0, 300, 200, 0, 1",
-        "Direct3DDevice7.setMaterial 1, 1, 1, 0, 0",
+        "Direct3DDevice7.setMaterial 1, 1, 1, 0, 1, 1, 1, 0, 1, 1, 1, 0, 1, 1, 1, 0, 0",  // specular, emissive = ambient
         "Direct3DDevice7.setRenderState 139, -1",
         "Direct3DDevice7.setTransform 3",
         "Direct3DDevice7.setTextureStageState 0, 2, 2",
