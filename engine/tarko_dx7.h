@@ -421,6 +421,9 @@ private:
 public:
     // ---- render state: END
 
+    // ---- geometry: BEGIN
+    // ---- geometry: END
+
 private:
     void ensure_root();
     void start_input(tarko::Long Hand);
