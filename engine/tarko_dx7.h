@@ -422,6 +422,27 @@ public:
     // ---- render state: END
 
     // ---- geometry: BEGIN
+    // Textured cubes (engine_geometry.cpp). The builders fill a host-owned
+    // array with 24 vertices, elements 0 to 23, one strip of four per face
+    // (-z, +z, +y, -y, +x, -x), outward normals, the box centred on the
+    // origin; the host places it with a world matrix. The array is
+    // redimensioned to upper bound 23 with its contents and lower bound kept:
+    // a lower bound below 0 keeps the elements under 0; a lower bound above 0
+    // cannot hold element 0 and raises 9 (Subscript out of range) with the
+    // array untouched.
+    // Edge Size, texture coordinates 0 and 1 on every face.
+    void CreateCube(tarko::SafeArray<D3DVERTEX>& Vertices, float Size);
+    // Box of size Vsize; TileX and TileY (coerced to Single, 13 when they
+    // hold no number, 1 when missing) repeat the texture along each face's
+    // first direction and from its top.
+    void CreateCubeEX(tarko::SafeArray<D3DVERTEX>& Vertices, const D3DVECTOR& Vsize,
+                      const tarko::Variant& TileX = tarko::Variant(tarko::Integer(1)),
+                      const tarko::Variant& TileY = tarko::Variant(tarko::Integer(1)));
+    // Six triangle strips of 4 D3DVERTEX from the elements 0, 4, 8, 12, 16
+    // and 20, flags 0. Sets no texture and no state. A missing start element
+    // raises 9 after the faces before it are drawn; a short last face is cut
+    // to the vertices the array holds.
+    void RenderCUBE(const tarko::SafeArray<D3DVERTEX>& VERTIK);
     // ---- geometry: END
 
 private:

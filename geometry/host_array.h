@@ -1,0 +1,27 @@
+// Preparing a host-owned vertex array for a builder: grown or shrunk to the
+// builder's upper bound with its contents kept, the lower bound unchanged.
+#pragma once
+
+#include "runtime/errors.h"
+#include "runtime/numeric.h"
+#include "runtime/safe_array.h"
+
+namespace tarko::geometry {
+
+// Builders write elements 0..upper. An array whose lower bound lies above 0
+// cannot hold element 0: Subscript out of range (9) is raised and the array
+// is left as it was. A lower bound below 0 is kept with the elements under 0.
+// An array never dimensioned becomes 0..upper.
+template <class T>
+void prepare_host_array(SafeArray<T>& vertices, Long upper) {
+    if (vertices.dimensioned() && vertices.LBound() > 0) raise_error(err::SubscriptOutOfRange);
+    vertices.ReDimPreserve(upper);
+}
+
+// Raises Subscript out of range (9) unless element `first` exists.
+template <class T>
+void require_element(const SafeArray<T>& vertices, Long first) {
+    (void)vertices(first);
+}
+
+}  // namespace tarko::geometry

@@ -1,0 +1,302 @@
+// Textured cubes through the engine: what the builders put in the host's
+// array, the draw calls RenderCUBE makes, and lit, textured, fogged cubes
+// rendered headless at 160x120 with the values the pictures must show.
+//
+// Picture geometry used below. Start-up projection: field of view
+// 3.1456978454 / 4 = 0.786424 rad, so s = cot(0.393212) = 2.41072 on both
+// axes (square aspect), near 1. On a 160x120 viewport a point at eye depth d
+// lands on column 80 + 80 s x / d and row 60 - 60 s y / d.
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "engine_test_support.h"
+#include "platform/constants.h"
+#include "platform/pixel_format.h"
+
+using namespace tarko;
+using tarko::test::EngineFixture;
+
+namespace {
+
+using Calls = std::vector<std::string>;
+const std::string kDraw = "Direct3DDevice7.drawPrimitive 5, 274, 4, 0";
+
+int red(std::uint32_t c) { return static_cast<int>((c >> 16) & 255); }
+int green(std::uint32_t c) { return static_cast<int>((c >> 8) & 255); }
+int blue(std::uint32_t c) { return static_cast<int>(c & 255); }
+
+}  // namespace
+
+// ---- the builders as the engine offers them (no device needed)
+
+class CubeBuilders : public EngineFixture {
+protected:
+    tarko_DX7 engine;
+};
+
+TEST_F(CubeBuilders, CreateCubeOfEdge2EqualsCreateCubeEXOf2x2x2WithDefaultTiles) {
+    SafeArray<D3DVERTEX> a, b, c;
+    engine.CreateCube(a, 2);
+    engine.CreateCubeEX(b, D3DVECTOR{2, 2, 2});
+    engine.CreateCubeEX(c, D3DVECTOR{2, 2, 2}, Variant::missing(), Variant::missing());
+    ASSERT_EQ(a.UBound(), 23);
+    EXPECT_EQ(std::memcmp(a.data(), b.data(), 24 * sizeof(D3DVERTEX)), 0);
+    EXPECT_EQ(std::memcmp(a.data(), c.data(), 24 * sizeof(D3DVERTEX)), 0);
+    // Corners at +-1; element 0 is the top-left of the -z face with (0, 0).
+    EXPECT_EQ(a(0).x, -1.0f);
+    EXPECT_EQ(a(0).y, 1.0f);
+    EXPECT_EQ(a(0).z, -1.0f);
+    EXPECT_EQ(a(3).tu, 1.0f);
+    EXPECT_EQ(a(3).tv, 1.0f);
+}
+
+TEST_F(CubeBuilders, CreateCubeEXHalvesEachAxisAndCoercesTheTiles) {
+    SafeArray<D3DVERTEX> v;
+    engine.CreateCubeEX(v, D3DVECTOR{4, 6, 10}, Variant("3"), Variant(0.5));
+    // Element 19: (Bx, Ay, Bz) on the +x face with (TX, TY).
+    EXPECT_EQ(v(19).x, 2.0f);
+    EXPECT_EQ(v(19).y, -3.0f);
+    EXPECT_EQ(v(19).z, 5.0f);
+    EXPECT_EQ(v(19).tu, 3.0f);
+    EXPECT_EQ(v(19).tv, 0.5f);
+    // The +z face runs from the tile down to 0 along +x: element 4 at Ax has 3.
+    EXPECT_EQ(v(4).x, -2.0f);
+    EXPECT_EQ(v(4).tu, 3.0f);
+    EXPECT_EQ(v(6).tu, 0.0f);
+}
+
+TEST_F(CubeBuilders, ABadTileRaisesBeforeTheArrayIsTouched) {
+    SafeArray<D3DVERTEX> v(0, 2);
+    v(0).x = 42;
+    EXPECT_EQ(error_of([&] { engine.CreateCubeEX(v, D3DVECTOR{1, 1, 1}, Variant("three")); }), err::TypeMismatch);
+    EXPECT_EQ(error_of([&] { engine.CreateCubeEX(v, D3DVECTOR{1, 1, 1}, Variant(1.0), Variant(1e39)); }),
+              err::Overflow);
+    EXPECT_EQ(v.UBound(), 2);
+    EXPECT_EQ(v(0).x, 42.0f);
+}
+
+TEST_F(CubeBuilders, ALowerBoundAboveZeroRaises9) {
+    SafeArray<D3DVERTEX> v(1, 24);
+    EXPECT_EQ(error_of([&] { engine.CreateCube(v, 2); }), err::SubscriptOutOfRange);
+    EXPECT_EQ(v.UBound(), 24);
+}
+
+// ---- drawing
+
+class Cubes : public EngineFixture {
+protected:
+    static constexpr int kW = 160, kH = 120;
+    static constexpr Long kBackground = 0x000040;   // dark blue, in the 8888 back buffer
+
+    void open() {
+        engine.Initialize_Windowed(open_window(kW, kH));
+        ASSERT_TRUE(engine.D3D_DEV);
+        engine.device_CLEAR_COLOR = kBackground;
+        platform::trace().clear();
+    }
+    // White material without ambient: a face shows texture x (N.L) exactly.
+    void look(const D3DVECTOR& eye, const D3DVECTOR& at) {
+        engine.SET_camera_DirectioN(eye, at);
+        engine.USE_default_RENDERSTATE();
+        engine.SetMaterial(D3DCOLORVALUE{1, 1, 1, 1}, D3DCOLORVALUE{0, 0, 0, 0});
+    }
+    void light_towards(const D3DVECTOR& direction) {
+        engine.ADD_light(D3DLIGHT_DIRECTIONAL, D3DVECTOR{0, 0, 0}, D3DCOLORVALUE{0, 0, 0, 0},
+                         D3DCOLORVALUE{1, 1, 1, 1}, 0, direction);
+    }
+    // A texture of the device's first format, texel (x, y) = argb(x, y).
+    Ref<DirectDrawSurface7> texture(int w, int h, const std::function<std::uint32_t(int, int)>& argb) {
+        DDPIXELFORMAT pf;
+        engine.D3D_DEV->getTextureFormatsEnum()->getItem(1, pf);
+        DDSURFACEDESC2 desc;
+        desc.lFlags = dx::DDSD_CAPS | dx::DDSD_WIDTH | dx::DDSD_HEIGHT | dx::DDSD_PIXELFORMAT;
+        desc.ddsCaps.lCaps = dx::DDSCAPS_TEXTURE;
+        desc.lWidth = w;
+        desc.lHeight = h;
+        desc.ddpfPixelFormat = pf;
+        auto tex = engine.ddraw->createSurface(desc);
+        const platform::PixelFormat format(pf);
+        tex->lock(RECT{}, desc, 0, 0);
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) tex->setLockedPixel(x, y, static_cast<Long>(format.from_argb(argb(x, y))));
+        tex->unlock(RECT{});
+        return tex;
+    }
+    Ref<DirectDrawSurface7> plain(std::uint32_t rgb) {
+        return texture(4, 4, [rgb](int, int) { return 0xFF000000u | rgb; });
+    }
+    void frame(const std::function<void()>& draw) {
+        engine.Clear_3D();
+        engine.D3D_DEV->beginScene();
+        draw();
+        engine.D3D_DEV->endScene();
+        engine.FLIPP(hwnd);
+    }
+    std::uint32_t at(int x, int y) const { return window->frame().at(x, y); }
+    void expect_rgb(int x, int y, int r, int g, int b, int tolerance = 2) {
+        const std::uint32_t c = at(x, y);
+        EXPECT_NEAR(red(c), r, tolerance) << "at " << x << ", " << y;
+        EXPECT_NEAR(green(c), g, tolerance) << "at " << x << ", " << y;
+        EXPECT_NEAR(blue(c), b, tolerance) << "at " << x << ", " << y;
+    }
+    void TearDown() override {
+        if (HasFailure() && window)
+            platform::write_png(window->frame(), ::testing::TempDir() + "/cubes_" +
+                                                     ::testing::UnitTest::GetInstance()->current_test_info()->name() +
+                                                     ".png");
+        EngineFixture::TearDown();
+    }
+
+    tarko_DX7 engine;
+    SafeArray<D3DVERTEX> cube;
+};
+
+TEST_F(Cubes, RenderCubeDrawsSixStripsOfFourAndSetsNothingElse) {
+    open();
+    engine.CreateCube(cube, 2);
+    platform::trace().clear();
+    engine.RenderCUBE(cube);
+    EXPECT_EQ(platform::trace().matching("Direct3DDevice7."), Calls(6, kDraw));
+    EXPECT_TRUE(platform::trace().matching("DirectDraw").empty());
+}
+
+TEST_F(Cubes, AShortArrayDrawsTheFacesBeforeTheFirstMissingStart) {
+    open();
+    SafeArray<D3DVERTEX> v(0, 12);   // starts 0, 4, 8, 12 exist; 16 does not
+    EXPECT_EQ(error_of([&] { engine.RenderCUBE(v); }), err::SubscriptOutOfRange);
+    EXPECT_EQ(platform::trace().matching("Direct3DDevice7."), Calls(4, kDraw));
+
+    platform::trace().clear();
+    SafeArray<D3DVERTEX> twenty_one(0, 20);   // every start present: no error, the last strip is cut
+    EXPECT_EQ(error_of([&] { engine.RenderCUBE(twenty_one); }), 0);
+    EXPECT_EQ(platform::trace().matching("Direct3DDevice7."), Calls(6, kDraw));
+
+    platform::trace().clear();
+    EXPECT_EQ(error_of([&] { engine.RenderCUBE(SafeArray<D3DVERTEX>{}); }), err::SubscriptOutOfRange);
+    EXPECT_EQ(error_of([&] { engine.RenderCUBE(SafeArray<D3DVERTEX>(1, 23)); }), err::SubscriptOutOfRange);
+    EXPECT_TRUE(platform::trace().matching("Direct3DDevice7.").empty());
+}
+
+TEST_F(Cubes, RenderCubeBeforeStartUpRaisesObjectNotSet) {
+    engine.CreateCube(cube, 2);
+    EXPECT_EQ(error_of([&] { engine.RenderCUBE(cube); }), err::ObjectNotSet);
+}
+
+TEST_F(Cubes, LitTexturedCubeFillsTheMiddleAndLeavesTheCorners) {
+    // Edge 2 at the origin, eye at z = -5: the -z face at depth 4 spans
+    // columns 80 -+ 80 s / 4 = 31.8..128.2 and rows 23.8..96.2. Light along
+    // +z meets that face head on: N.L = 1, so it shows the texture's yellow.
+    open();
+    look(D3DVECTOR{0, 0, -5}, D3DVECTOR{0, 0, 0});
+    light_towards(D3DVECTOR{0, 0, 1});
+    engine.CreateCube(cube, 2);
+    engine.D3D_DEV->setTexture(0, plain(0xFFFF00));
+    frame([&] { engine.RenderCUBE(cube); });
+
+    expect_rgb(80, 60, 255, 255, 0);
+    for (auto [x, y] : {std::pair{34, 26}, {126, 26}, {34, 94}, {126, 94}}) expect_rgb(x, y, 255, 255, 0);
+    for (auto [x, y] : {std::pair{0, 0}, {kW - 1, 0}, {0, kH - 1}, {kW - 1, kH - 1}, {29, 60}, {131, 60}, {80, 21},
+                        {80, 99}})
+        EXPECT_EQ(at(x, y), static_cast<std::uint32_t>(kBackground)) << "at " << x << ", " << y;
+}
+
+TEST_F(Cubes, TheTextureReadsTheRightWayRoundFromFrontAndBack) {
+    // Quadrants: red top-left, green top-right, blue bottom-left, white
+    // bottom-right. The -z face seen from -z and the +z face seen from +z both
+    // show them as painted (u grows to the viewer's right, v downwards).
+    open();
+    const auto quadrants = texture(8, 8, [](int x, int y) -> std::uint32_t {
+        static constexpr std::uint32_t q[2][2] = {{0xFFFF0000u, 0xFF00FF00u}, {0xFF0000FFu, 0xFFFFFFFFu}};
+        return q[y / 4][x / 4];
+    });
+    engine.CreateCube(cube, 2);
+    light_towards(D3DVECTOR{0, 0, 1});
+    light_towards(D3DVECTOR{0, 0, -1});
+    for (float side : {-5.0f, 5.0f}) {
+        SCOPED_TRACE(side < 0 ? "front" : "back");
+        look(D3DVECTOR{0, 0, side}, D3DVECTOR{0, 0, 0});
+        engine.D3D_DEV->setTexture(0, quadrants);
+        frame([&] { engine.RenderCUBE(cube); });
+        expect_rgb(56, 42, 255, 0, 0);
+        expect_rgb(104, 42, 0, 255, 0);
+        expect_rgb(56, 78, 0, 0, 255);
+        expect_rgb(104, 78, 255, 255, 255);
+    }
+}
+
+TEST_F(Cubes, TheLitSideIsBrighterThanTheUnlitSide) {
+    // Turned 45 degrees about y, the cube shows two faces meeting at column
+    // 80, with world normals (-0.707, 0, -0.707) on the left and (0.707, 0,
+    // -0.707) on the right. Light travelling +x: N.L = 0.707 on the left, so
+    // 255 x 0.7071 = 180.3; the right face faces away and, with no ambient
+    // term, is black. Column 60 meets the left face at depth 4.0, x = -0.41.
+    open();
+    look(D3DVECTOR{0, 0, -5}, D3DVECTOR{0, 0, 0});
+    light_towards(D3DVECTOR{1, 0, 0});
+    engine.CreateCube(cube, 2);
+    engine.D3D_DEV->setTexture(0, plain(0xFFFFFF));
+    frame([&] {
+        engine.OBJECT_rotate(Variant(0.0), Variant(45.0), Variant(0.0));
+        engine.RenderCUBE(cube);
+        engine.CLearMATRIX();
+    });
+    expect_rgb(60, 60, 180, 180, 180, 3);
+    expect_rgb(100, 60, 0, 0, 0, 1);
+    EXPECT_GT(red(at(60, 60)), red(at(100, 60)) + 150);
+}
+
+TEST_F(Cubes, FogPullsTheFarCubeTowardsTheFogColour) {
+    // Linear fog from 0 to 30 towards blue. Red cubes lit head on: the near
+    // one at (-1.5, 0, 0) has its front at depth 4, f = (30 - 4) / 30 =
+    // 0.8667: (221, 0, 34). The far one at (4, 0, 15) has its front at depth
+    // 19, f = 11 / 30 = 0.3667: (93.5, 0, 161.5), on columns 110..131, rows
+    // 52..68. Fog is per vertex on eye depth, flat over each front face.
+    open();
+    look(D3DVECTOR{0, 0, -5}, D3DVECTOR{0, 0, 0});
+    light_towards(D3DVECTOR{0, 0, 1});
+    engine.SetFog_EX(Variant(0.0), Variant(30.0), 0.001, 0x0000FF);
+    engine.CreateCube(cube, 2);
+    engine.D3D_DEV->setTexture(0, plain(0xFF0000));
+    frame([&] {
+        engine.OBJECT_move(Variant(-1.5), Variant(0.0), Variant(0.0));
+        engine.RenderCUBE(cube);
+        engine.OBJECT_move(Variant(4.0), Variant(0.0), Variant(15.0));
+        engine.RenderCUBE(cube);
+        engine.CLearMATRIX();
+    });
+    expect_rgb(30, 60, 221, 0, 34);
+    expect_rgb(120, 60, 94, 0, 162);
+    EXPECT_GT(blue(at(120, 60)), blue(at(30, 60)));
+    EXPECT_LT(red(at(120, 60)), red(at(30, 60)));
+    EXPECT_EQ(at(0, 0), static_cast<std::uint32_t>(kBackground));   // clears are not fogged
+}
+
+TEST_F(Cubes, ANegativeLowerBoundDrawsFromElementZero) {
+    // The same cube built into -4..23 (garbage below 0) and into 0..23 gives
+    // the same picture: the strips start at element 0, not at storage slot 0.
+    open();
+    look(D3DVECTOR{0, 0, -5}, D3DVECTOR{0, 0, 0});
+    light_towards(D3DVECTOR{0.5f, -0.5f, 1});
+    engine.D3D_DEV->setTexture(0, plain(0x80C0FF));
+    engine.CreateCube(cube, 2);
+    frame([&] {
+        engine.OBJECT_rotate(Variant(20.0), Variant(30.0), Variant(0.0));
+        engine.RenderCUBE(cube);
+    });
+    const std::vector<std::uint32_t> expected = window->frame().pixels;
+
+    SafeArray<D3DVERTEX> shifted(-4, 0);
+    for (Long i = -4; i <= 0; ++i) shifted(i) = D3DVERTEX{9, 9, 9, 0, 1, 0, 0, 0};
+    engine.CreateCube(shifted, 2);
+    frame([&] {
+        engine.OBJECT_rotate(Variant(20.0), Variant(30.0), Variant(0.0));
+        engine.RenderCUBE(shifted);
+    });
+    EXPECT_TRUE(window->frame().pixels == expected);
+    EXPECT_NE(at(80, 60), static_cast<std::uint32_t>(kBackground));
+}
