@@ -31,6 +31,8 @@ for name in "${names[@]}"; do targets+=("fuzz_$name"); done
 ninja -C "$build" -j"$jobs" "${targets[@]}"
 
 mkdir -p "$build/fuzz-artifacts"
+# Undefined behaviour stops a run like a crash, so that it leaves an artifact.
+export UBSAN_OPTIONS="${UBSAN_OPTIONS:-halt_on_error=1:print_stacktrace=1}"
 status=0
 for name in "${names[@]}"; do
     corpus="$root/fuzz/corpus/$name"

@@ -69,6 +69,55 @@ void check_bmp(std::span<const std::uint8_t> b) {
     if (offset + row * static_cast<std::uint64_t>(height) > b.size()) invalid();
 }
 
+// Walks the JPEG's segments as the decoder will meet them and refuses any
+// Huffman table whose code counts add up to more than 256 symbols: this stb
+// version writes past its tables for those. Entropy-coded data is skipped to
+// the next marker (stuffed 0xFF 0x00 and restart markers pass).
+void check_jpeg_tables(std::span<const std::uint8_t> b) {
+    std::size_t pos = 2;  // after SOI
+    const std::size_t end = b.size();
+    for (;;) {
+        while (pos < end && b[pos] != 0xFF) ++pos;  // padding between segments
+        while (pos < end && b[pos] == 0xFF) ++pos;
+        if (pos >= end) return;                     // truncation is found while decoding
+        const std::uint8_t marker = b[pos++];
+        if (marker == 0xD9) return;                 // EOI
+        if (marker == 0x00 || marker == 0x01 || (marker >= 0xD0 && marker <= 0xD7)) continue;
+        if (end - pos < 2) return;
+        const std::size_t length = static_cast<std::size_t>(b[pos]) << 8 | b[pos + 1];  // big-endian
+        if (length < 2) invalid();
+        const std::size_t body = pos + 2;
+        if (marker == 0xC4) {  // DHT: tables of class/id, 16 counts, then the symbols
+            std::size_t at = body;
+            std::int64_t left = static_cast<std::int64_t>(length) - 2;
+            while (left > 0) {
+                if (end - at < 17) invalid();
+                if ((b[at] >> 4) > 1 || (b[at] & 15) > 3) invalid();
+                std::size_t symbols = 0;
+                for (int i = 1; i <= 16; ++i) symbols += b[at + i];
+                if (symbols > 256) invalid();
+                at += 17 + symbols;
+                left -= 17 + static_cast<std::int64_t>(symbols);
+            }
+        }
+        pos = body + (length - 2);
+        if (marker == 0xDA) {  // SOS: skip the entropy-coded data to the next real marker
+            while (pos + 1 < end) {
+                if (b[pos] == 0xFF) {
+                    std::size_t next = pos + 1;
+                    while (next < end && b[next] == 0xFF) ++next;
+                    if (next >= end) return;
+                    const std::uint8_t m = b[next];
+                    if (m != 0x00 && !(m >= 0xD0 && m <= 0xD7)) break;
+                    pos = next + 1;
+                } else {
+                    ++pos;
+                }
+            }
+        }
+    }
+}
+
 // Feeds stb from memory and notes any attempt to read past the end.
 struct Feed {
     std::span<const std::uint8_t> bytes;
@@ -113,6 +162,7 @@ DecodedPicture decode_picture(std::span<const std::uint8_t> bytes) {
     const Kind kind = sniff(bytes);
     if (kind == Kind::Bmp && is_rle_bmp(bytes)) return decode_rle_bmp(bytes);
     if (kind == Kind::Bmp) check_bmp(bytes);
+    if (kind == Kind::Jpeg) check_jpeg_tables(bytes);
 
     int w = 0, h = 0, n = 0;
     if (!stbi_info_from_memory(bytes.data(), static_cast<int>(bytes.size()), &w, &h, &n)) invalid();

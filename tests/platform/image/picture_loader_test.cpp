@@ -167,6 +167,33 @@ TEST(PictureDecode, HugeOrEmptyGifAndJpegSizesAreRefusedBeforeDecoding) {
     EXPECT_EQ(error_of(empty), kInvalid);
 }
 
+TEST(PictureDecode, JpegHuffmanTablesOfMoreThan256SymbolsAreRefused) {
+    Bytes jpg = image::encode_jpeg(8, 8, std::vector<std::uint32_t>(64, 0x204080));
+    std::size_t dht = 0;
+    for (std::size_t i = 0; i + 1 < jpg.size(); ++i)
+        if (jpg[i] == 0xFF && jpg[i + 1] == 0xC4) {
+            dht = i;
+            break;
+        }
+    ASSERT_NE(dht, 0u);
+    // FF C4, length (2), class/id, 16 counts: 255 + 255 codes of lengths 15 and 16
+    jpg[dht + 19] = 255;
+    jpg[dht + 20] = 255;
+    EXPECT_EQ(error_of(jpg), tarko::err::InvalidPicture);
+}
+
+TEST(LoadPicture, FuzzFindingsAreInvalidPictures) {
+    // tests/data/bad: inputs the picture fuzzer found
+    for (const char* name : {"jpeg_dht_over_256_symbols.jpg"}) {
+        try {
+            tarko::platform::LoadPicture((tarko::test::data_dir() / "bad" / name).string());
+            ADD_FAILURE() << name;
+        } catch (const tarko::RuntimeError& e) {
+            EXPECT_EQ(e.number(), tarko::err::InvalidPicture) << name;
+        }
+    }
+}
+
 TEST(LoadPicture, MakesAPictureOfThePixelSize) {
     const auto file = write("LoadPicture", "six.bmp", tarko::test::bmp24(3, 2, kSix));
     const auto picture = tarko::platform::LoadPicture(file);
