@@ -5,6 +5,8 @@
 //   c) many small lit textured triangles          Mtri/s
 //   d) a 20,000-triangle lit textured scene       frames/s
 // Usage: tarko_d3d_bench [threads] [seconds per figure]
+// TARKO_BENCH_NO_GL=1 skips llvmpipe (for profiling our device alone);
+// TARKO_BENCH_ONLY=abcd picks the scenes to run.
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 #include <GL/gl.h>
@@ -247,6 +249,8 @@ struct Mesa {
 #undef GLF
     GLuint tex_alpha = 0, tex0 = 0, tex1 = 0;
 
+    struct Skip {};
+    explicit Mesa(Skip) : why("TARKO_BENCH_NO_GL") {}
     Mesa() {
         setenv("LIBGL_ALWAYS_SOFTWARE", "1", 0);
         setenv("GALLIUM_DRIVER", "llvmpipe", 0);
@@ -438,7 +442,13 @@ int main(int argc, char** argv) {
     const int threads = argc > 1 ? std::atoi(argv[1]) : 0;
     if (argc > 2) g_seconds = std::atof(argv[2]);
     Ours ours(threads, 32);
-    Mesa mesa;
+    const char* only_env = std::getenv("TARKO_BENCH_ONLY");
+    const std::string only = only_env ? only_env : "abcd";
+    auto wanted = [&only](char c) { return only.find(c) != std::string::npos; };
+    const char* no_gl = std::getenv("TARKO_BENCH_NO_GL");
+    const bool skip_gl = no_gl && *no_gl && *no_gl != '0';
+    const auto mesa_holder = skip_gl ? std::make_unique<Mesa>(Mesa::Skip{}) : std::make_unique<Mesa>();
+    Mesa& mesa = *mesa_holder;
     if (!mesa.ok) std::printf("llvmpipe unavailable (%s): our figures only\n", mesa.why.c_str());
     std::printf("640x480, X8R8G8B8 target, 16-bit z, our device on %d threads\n", ours.dev ? threads : 0);
     std::printf("%-44s %10s %10s %9s\n", "scene", "ours", "llvmpipe", "ratio");
@@ -447,27 +457,35 @@ int main(int argc, char** argv) {
     auto mesa_finish = [&] { mesa.finish(); };
 
     constexpr int kLayers = 8;
+    if (wanted('a')) {
     const double a_ours = measure([&] { ours.quads(kLayers); }, ours_finish) * kLayers * pix / 1e6;
     const double a_mesa = mesa.ok ? measure([&] { mesa.quads(kLayers); }, mesa_finish) * kLayers * pix / 1e6 : 0;
     row("a) textured alpha-blended full-screen quads", "Mpix/s", a_ours, a_mesa, mesa.ok);
+    }
+    if (wanted('b')) {
 
     const double b_ours = measure([&] { ours.two_stage_fog(kLayers); }, ours_finish) * kLayers * pix / 1e6;
     const double b_mesa = mesa.ok ? measure([&] { mesa.two_stage_fog(kLayers); }, mesa_finish) * kLayers * pix / 1e6 : 0;
     row("b) two texture stages + fog", "Mpix/s", b_ours, b_mesa, mesa.ok);
+    }
 
     // c) 120 x 120 quads over a patch about 640 x 400 pixels: 28,800 triangles of ~9 pixels.
     const Mesh small = make_grid(120, 14);
     D3DMATRIX world;
     dxmath::identityMatrix(world);
     const double tris_c = static_cast<double>(small.idx.size() / 3);
+    if (wanted('c')) {
     const double c_ours = measure([&] { ours.clear(); ours.lit_mesh(small, world); }, ours_finish) * tris_c / 1e6;
     const double c_mesa = mesa.ok ? measure([&] { mesa.clear(); mesa.lit_mesh(small, world); }, mesa_finish) * tris_c / 1e6 : 0;
     row("c) small lit textured triangles", "Mtri/s", c_ours, c_mesa, mesa.ok);
+    }
 
     // d) 20,000 triangles: 100 x 100 quads, lit, textured, z-buffered.
     const Mesh scene = make_grid(100, 20);
+    if (wanted('d')) {
     const double d_ours = measure([&] { ours.clear(); ours.lit_mesh(scene, world); }, ours_finish);
     const double d_mesa = mesa.ok ? measure([&] { mesa.clear(); mesa.lit_mesh(scene, world); }, mesa_finish) : 0;
     row("d) 20,000-triangle lit textured scene", "frames/s", d_ours, d_mesa, mesa.ok);
+    }
     return 0;
 }

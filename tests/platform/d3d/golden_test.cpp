@@ -1,0 +1,235 @@
+// Pictures pinned by checksum: the fast paths of the pixel and set-up stages
+// must leave every pixel and every depth value exactly as the plain pipeline
+// drew them. Each scene mixes the state combinations the fast paths pick out
+// (one MODULATE stage, two stages and fog, blending, z) with the ones they do
+// not (point sampling, odd texture sizes, colour keys, alpha test, 16-bit
+// targets, 24-bit z). The checksums were taken from the general pixel routine
+// before any fast path existed; a change here means a picture changed.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+#include "platform/base/dx_math.h"
+#include "d3d_test_util.h"
+
+namespace tarko::d3dtest {
+namespace {
+
+// FNV-1a over the target's and z-buffer's raw values.
+std::uint64_t checksum(const Scene& s) {
+    std::uint64_t h = 1469598103934665603ull;
+    auto mix = [&h](std::uint32_t v) {
+        for (int i = 0; i < 4; ++i) h = (h ^ ((v >> (8 * i)) & 255u)) * 1099511628211ull;
+    };
+    for (int y = 0; y < s.target->height(); ++y)
+        for (int x = 0; x < s.target->width(); ++x) mix(s.target->raw_at(x, y));
+    if (s.z)
+        for (int y = 0; y < s.z->height(); ++y)
+            for (int x = 0; x < s.z->width(); ++x) mix(s.z->raw_at(x, y));
+    return h;
+}
+
+std::vector<std::uint32_t> pattern(int w, int h, bool alpha, std::uint32_t salt) {
+    std::vector<std::uint32_t> t;
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const std::uint32_t a = alpha ? static_cast<std::uint32_t>(40 + ((x * 7 ^ y * 3 ^ salt) & 215)) : 255u;
+            t.push_back(a << 24 | static_cast<std::uint32_t>((x * 255) / w) << 16 |
+                        static_cast<std::uint32_t>((y * 255) / h ^ salt) << 8 | static_cast<std::uint32_t>(((x + y) & 31) * 8));
+        }
+    return t;
+}
+
+void bilinear(Scene& s, int stage, bool on) {
+    s.dev->setTextureStageState(stage, dx::D3DTSS_MAGFILTER, on ? dx::D3DTFG_LINEAR : dx::D3DTFG_POINT);
+    s.dev->setTextureStageState(stage, dx::D3DTSS_MINFILTER, on ? dx::D3DTFN_LINEAR : dx::D3DTFN_POINT);
+}
+
+D3DMATRIX camera_projection(int w, int h) {
+    D3DMATRIX p;
+    dxmath::projectionMatrix(p, 1, 200, static_cast<float>(std::numbers::pi / 3));
+    p.rc11 *= static_cast<float>(h) / static_cast<float>(w);
+    return p;
+}
+
+// Layers of screen quads with texture coordinates far outside 0..1 and
+// sub-pixel offsets, blended source-alpha over the previous ones.
+void blended_layers(Scene& s, int w, int h) {
+    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE, 1);
+    s.dev->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_SRCALPHA);
+    s.dev->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_INVSRCALPHA);
+    for (int i = 0; i < 5; ++i) {
+        const float o = static_cast<float>(i) * 0.37f - 3.1f, fw = static_cast<float>(w), fh = static_cast<float>(h);
+        const float xy[4][2] = {{-3.3f, fh + 2}, {-3.3f, -1.7f}, {fw + 0.4f, fh + 2}, {fw + 0.4f, -1.7f}};
+        std::vector<D3DTLVERTEX> q;
+        for (auto& p : xy)
+            q.push_back(tl(p[0] + static_cast<float>(i) * 0.3f, p[1], 0xFFFFFFFFu - static_cast<std::uint32_t>(i) * 0x10203010u,
+                           0.5f, 1, p[0] / 37.0f + o, p[1] / 23.0f - o * 0.5f));
+        s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, q);
+    }
+    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE, 0);
+}
+
+// A perspective wall with two stages (MODULATE then MODULATE2X) and linear fog.
+void two_stages_fog(Scene& s, int w, int h) {
+    s.dev->setTextureStageState(1, dx::D3DTSS_COLOROP, dx::D3DTOP_MODULATE2X);
+    s.dev->setTextureStageState(1, dx::D3DTSS_COLORARG1, dx::D3DTA_TEXTURE);
+    s.dev->setTextureStageState(1, dx::D3DTSS_COLORARG2, dx::D3DTA_CURRENT);
+    s.dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 0);
+    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGENABLE, 1);
+    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGVERTEXMODE, dx::D3DFOG_LINEAR);
+    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGCOLOR, 0x8090A0);
+    s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGSTART, 2);
+    s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGEND, 30);
+    s.dev->setTransform(dx::D3DTRANSFORMSTATE_WORLD, identity());
+    s.dev->setTransform(dx::D3DTRANSFORMSTATE_VIEW, identity());
+    s.dev->setTransform(dx::D3DTRANSFORMSTATE_PROJECTION, camera_projection(w, h));
+    s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_VERTEX,
+           std::vector<D3DVERTEX>{vtx(-8, -6, 4, 0, 0, -1, 0, 4), vtx(-8, 6, 4, 0, 0, -1, 0, 0),
+                                  vtx(40, -30, 20, 0, 0, -1, 8, 4), vtx(40, 30, 20, 0, 0, -1, 8, 0)});
+    s.dev->setTextureStageState(1, dx::D3DTSS_COLOROP, dx::D3DTOP_DISABLE);
+    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGENABLE, 0);
+    s.dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 1);
+}
+
+// A lit, textured, z-buffered height field of n x n quads drawn twice (the
+// second time rotated, so depth tests both pass and fail).
+void lit_grid(Scene& s, int w, int h, int n) {
+    std::vector<D3DVERTEX> v;
+    std::vector<Integer> idx;
+    const float size = 14;
+    for (int j = 0; j <= n; ++j)
+        for (int i = 0; i <= n; ++i) {
+            const float x = (static_cast<float>(i) / static_cast<float>(n) - 0.5f) * size;
+            const float z = (static_cast<float>(j) / static_cast<float>(n) - 0.5f) * size;
+            const float y = std::sin(x * 0.3f) * std::cos(z * 0.25f) * 0.8f;
+            v.push_back(vtx(x, y, z, -0.2f * std::cos(x * 0.3f), 0.96f, 0.1f, static_cast<float>(i) * 0.31f,
+                            static_cast<float>(j) * 0.27f));
+        }
+    for (int j = 0; j < n; ++j)
+        for (int i = 0; i < n; ++i) {
+            const int a = j * (n + 1) + i, b = a + 1, c = a + n + 1, d = c + 1;
+            for (int k : {a, c, b, b, c, d}) idx.push_back(static_cast<Integer>(k));
+        }
+    s.dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 1);
+    s.dev->setRenderState(dx::D3DRENDERSTATE_AMBIENT, 0x303030);
+    D3DMATERIAL7 mat;
+    mat.diffuse = {1, 1, 1, 1};
+    mat.ambient = {1, 1, 1, 1};
+    s.dev->setMaterial(mat);
+    D3DLIGHT7 l;
+    l.dltType = D3DLIGHT_DIRECTIONAL;
+    l.diffuse = {1, 0.95f, 0.9f, 1};
+    l.direction = {0.3f, -1, 0.4f};
+    s.dev->setLight(0, l);
+    s.dev->lightEnable(0, true);
+    D3DLIGHT7 p;
+    p.dltType = D3DLIGHT_POINT;
+    p.diffuse = {0.5f, 0.3f, 0.1f, 1};
+    p.position = {2, 3, 0};
+    p.range = 30;
+    p.attenuation0 = 1;
+    p.attenuation1 = 0.1f;
+    s.dev->setLight(1, p);
+    s.dev->lightEnable(1, true);
+    D3DMATRIX view;
+    dxmath::viewMatrix(view, D3DVECTOR{0, 9, -14}, D3DVECTOR{0, 0, 2}, D3DVECTOR{0, 1, 0}, 0);
+    s.dev->setTransform(dx::D3DTRANSFORMSTATE_VIEW, view);
+    s.dev->setTransform(dx::D3DTRANSFORMSTATE_PROJECTION, camera_projection(w, h));
+    for (int pass = 0; pass < 2; ++pass) {
+        D3DMATRIX world = identity();
+        if (pass == 1) {
+            const float a = 0.4f;
+            world.rc11 = std::cos(a), world.rc13 = -std::sin(a), world.rc31 = std::sin(a), world.rc33 = std::cos(a);
+            world.rc42 = 0.3f;
+        }
+        s.dev->setTransform(dx::D3DTRANSFORMSTATE_WORLD, world);
+        s.dev->drawIndexedPrimitive(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_VERTEX, std::span(v), static_cast<Long>(v.size()),
+                                    std::span(idx), static_cast<Long>(idx.size()), 0);
+    }
+}
+
+struct Case {
+    const char* name;
+    std::uint64_t expected;
+};
+
+std::uint64_t render(int which, int threads) {
+    constexpr int w = 157, h = 113;  // tiles cut at both edges, rows not a multiple of 4
+    const bool r565 = which == 2 || which == 6;
+    const int zbits = which == 5 ? 32 : 16;
+    Scene s(w, h, r565 ? PixelFormat::r5g6b5() : PixelFormat::x8r8g8b8(), zbits);
+    s.dev->set_thread_count(threads);
+    s.dev->clear(0, {}, dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, 0x203040, 1.0f, 0);
+    const auto alpha256 = make_texture(256, 256, pattern(256, 256, true, 5), PixelFormat::a4r4g4b4());
+    const auto plain64 = make_texture(64, 64, pattern(64, 64, false, 9), PixelFormat::r5g6b5());
+    const auto odd = make_texture(37, 19, pattern(37, 19, true, 3));
+    const auto tall = make_texture(8, 128, pattern(8, 128, true, 11));
+    switch (which) {
+    case 0:  // one bilinear MODULATE stage, blended, 32-bit target
+    case 2:  // the same on a 16-bit target
+        bilinear(s, 0, true);
+        s.dev->setTexture(0, alpha256);
+        blended_layers(s, w, h);
+        break;
+    case 1:  // odd-sized and tall textures, point and bilinear
+        bilinear(s, 0, true);
+        s.dev->setTexture(0, odd);
+        blended_layers(s, w, h);
+        bilinear(s, 0, false);
+        s.dev->setTexture(0, tall);
+        blended_layers(s, w, h);
+        bilinear(s, 0, true);
+        blended_layers(s, w, h);
+        break;
+    case 3:  // two stages and fog
+    case 6:
+        bilinear(s, 0, true);
+        bilinear(s, 1, true);
+        s.dev->setTexture(0, plain64);
+        s.dev->setTexture(1, odd);
+        two_stages_fog(s, w, h);
+        s.dev->setTexture(1, alpha256);
+        s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE, 1);
+        s.dev->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_SRCALPHA);
+        s.dev->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_INVSRCALPHA);
+        two_stages_fog(s, w, h);
+        break;
+    case 4:  // lit grid, small triangles, z16, bilinear then point sampling with alpha test
+    case 5:  // the same on 24-bit z
+        bilinear(s, 0, true);
+        s.dev->setTexture(0, plain64);
+        lit_grid(s, w, h, 60);
+        s.dev->setTexture(0, odd);
+        bilinear(s, 0, false);
+        s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHATESTENABLE, 1);
+        s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHAREF, 120);
+        s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHAFUNC, dx::D3DCMP_GREATEREQUAL);
+        s.dev->setRenderState(dx::D3DRENDERSTATE_ZFUNC, dx::D3DCMP_LESS);
+        lit_grid(s, w, h, 17);
+        break;
+    default: break;
+    }
+    return checksum(s);
+}
+
+TEST(GoldenPictures, FastPathsLeaveEveryPixelAsThePlainPipelineDrewIt) {
+    const Case cases[] = {
+        {"one stage, blended", 0x04064d46ff26c25bull},
+        {"odd textures", 0x0127f7cf89dca755ull},
+        {"one stage, 16-bit target", 0x383d3ca9333c7016ull},
+        {"two stages and fog", 0xffd62e9f1d8e6b9eull},
+        {"lit grid, z16", 0xe94329124c51f7b0ull},
+        {"lit grid, z24", 0x5cd3e8922f22d08cull},
+        {"two stages and fog, 16-bit target", 0x1b1bc8f50e05cc39ull},
+    };
+    for (int i = 0; i < static_cast<int>(std::size(cases)); ++i) {
+        const std::uint64_t one = render(i, 1);
+        EXPECT_EQ(one, cases[i].expected) << cases[i].name << ": 0x" << std::hex << one;
+        EXPECT_EQ(render(i, 2), one) << cases[i].name << " on two threads";
+    }
+}
+
+}  // namespace
+}  // namespace tarko::d3dtest
