@@ -193,6 +193,64 @@ public:
     // ---- maths: END
 
     // ---- textures: BEGIN
+    // Texture creators (engine_textures.cpp). A texture is a surface for
+    // stage 0 in a format from D3D_DEV's texture format list, read in
+    // enumeration order: the first that passes the creator's test is taken,
+    // else the last one listed. A size is set only when both sides are
+    // non-zero (there is no rounding to powers of two). Placement: managed
+    // (DDSCAPS2_TEXTUREMANAGE) or system memory, as each creator says; on the
+    // software device it changes nothing but the caps. Files: BMP, GIF and
+    // JPG by the picture loader, PCX and TGA by the engine's readers.
+
+    // WE by HE, or 256 by 256 for an empty name with both 0, else no size
+    // (a file then gives its own). Format: the first without FourCC; none
+    // shows "Unable to locate 16-bit surface support on your hardware." and
+    // gives Nothing. Managed when the free video memory (INFO_FreeMemory) is
+    // at least 65536 and MEMORY is not 2048, else system memory. A file that
+    // fails to load gives a blank surface of the size asked (Nothing when
+    // none was). With an empty name a failure goes to the caller.
+    tarko::Ref<DirectDrawSurface7> CreateTexture(const std::string& sFile, tarko::Long WE = 0, tarko::Long HE = 0);
+    // w by H when both are non-zero. The first 16-bit format with an alpha
+    // mask when extraFlags And 3 is non-zero (pixel format flags RGB and
+    // ALPHAPIXELS), else one without. Managed on the hardware device, else
+    // system memory. D3DTEXTR_TRANSPARENTWHITE / _TRANSPARENTBLACK then give
+    // every pixel whose colour is not pure white / black full alpha, the key
+    // colour keeping alpha 0; any other value runs no pass, so with 3 the
+    // whole texture keeps alpha 0 (fully transparent). Failures go to the
+    // caller.
+    tarko::Ref<DirectDrawSurface7> CreateTexture_ALPHA(const std::string& sFile, TEXTUREFLAGS extraFlags,
+                                                       tarko::Long w, tarko::Long H);
+    // A du/dv bump map (16 bits: du in the low byte, dv in the high one),
+    // w by H or the file's size, placed as CreateTexture_ALPHA places.
+    // Each pixel takes the pixel found at its offset (du, dv), worked out
+    // from waves over x / w and y / H; offsets outside the surface read 0, so
+    // a map made without a file is all 0. A zero w or H with a file raises
+    // Division by zero (11). Failures go to the caller.
+    tarko::Ref<DirectDrawSurface7> CreateTexture_BUMPmap(const std::string& sFile, tarko::Long w, tarko::Long H);
+    // width by Height when both are non-zero; the first opaque 16-bit
+    // format (the last listed if none is). System memory on the software
+    // device, else managed. Names ending in JPG or GIF are stretched through
+    // KreateSurfaceFromFile. TestSquared is accepted and has no effect. Any
+    // failure gives Nothing, silently.
+    tarko::Ref<DirectDrawSurface7> LoadSimpleTexture(const std::string& BitmapFile, tarko::Long width,
+                                                     tarko::Long Height, bool TestSquared = false);
+    // A surface of any picture the loader reads (BMP, GIF, JPG), stretched to
+    // the description's size. The description is completed in place: flags 0
+    // become DDSD_CAPS, the size flags are added, caps 0 become
+    // DDSCAPS_OFFSCREENPLAIN, a width or height of 0 takes the picture's.
+    // Any failure gives Nothing, silently.
+    tarko::Ref<DirectDrawSurface7> KreateSurfaceFromFile(const std::string& filename, DDSURFACEDESC2& SurfaceDesc);
+    // The pipeline the other classes use: the file read by its name (see
+    // below) into a bitmap resampled to WI by HI, a CreateTexture("", WI,
+    // HI) surface, and the bitmap copied into it. The name decides the
+    // reader, wherever the letters stand: "BMP", "GIF" or "JPG" in any case
+    // (so "bmp/wall.pcx" goes to the picture loader and fails), else "PCX"
+    // in any case, else "tga" in lower case only; any other name gives a
+    // black texture. WI and HI are used as given (0 and 0 make 256 by 256
+    // and then raise 91, as the bitmap cannot be made). Failures go to the
+    // caller, but after a TGA file has been read, a failing step is skipped
+    // (the result may then be blank, or Nothing).
+    tarko::Ref<DirectDrawSurface7> CreateTextureEX(const std::string& filename, tarko::Long WI, tarko::Long HI);
     // ---- textures: END
 
     // ---- scene: BEGIN

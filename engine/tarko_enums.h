@@ -42,3 +42,11 @@ enum Tarko_KEY_CONST : tarko::Long {
 };
 
 enum MOSS : tarko::Long { Left_Button = 0, Right_Button = 1, Middle = 2 };
+
+// Colour key of CreateTexture_ALPHA: which colour stays transparent. Other
+// values are accepted (3 gives an alpha format with no key pass).
+enum TEXTUREFLAGS : tarko::Long {
+    D3DTEXTR_DEFAULT = 0,
+    D3DTEXTR_TRANSPARENTBLACK = 1,
+    D3DTEXTR_TRANSPARENTWHITE = 2,
+};

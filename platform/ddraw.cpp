@@ -106,6 +106,10 @@ tarko::Ref<DirectDrawSurface7> DirectDraw7::createSurface(DDSURFACEDESC2& desc) 
         return tarko::Ref<DirectDrawSurface7>(primary);
     }
 
+    // A description without caps (a bump map carries the pixel format flag
+    // alone) takes the size its fields hold.
+    if (!(desc.lFlags & dx::DDSD_CAPS) && desc.lWidth > 0 && desc.lHeight > 0)
+        desc.lFlags |= dx::DDSD_WIDTH | dx::DDSD_HEIGHT;
     if (!(desc.lFlags & dx::DDSD_WIDTH) || !(desc.lFlags & dx::DDSD_HEIGHT) || desc.lWidth <= 0 ||
         desc.lHeight <= 0 || desc.lWidth > kMaxSurfaceSide || desc.lHeight > kMaxSurfaceSide)
         platform::fail(platform::DDERR_INVALIDPARAMS, "createSurface");

@@ -1,0 +1,822 @@
+// Texture creators: sizes, the format walk over the device's list, placement,
+// colour keys, bump maps, the picture roads of CreateTextureEX, each
+// creator's error policy, and a colour-keyed texture drawn on a frame.
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "engine/texture_pipeline.h"
+#include "engine_test_support.h"
+#include "platform/constants.h"
+#include "platform/image/jpeg_writer.h"
+#include "platform/pixel_format.h"
+#include "platform/profile.h"
+#include "platform/status.h"
+#include "support/test_support.h"
+
+using namespace tarko;
+using tarko::test::EngineFixture;
+namespace tx = tarko::engine::textures;
+using platform::PixelFormat;
+
+namespace {
+using Bytes = std::vector<std::uint8_t>;
+using Pixels = std::vector<std::uint32_t>;  // 0x00RRGGBB, top row first
+
+constexpr std::uint32_t kRed = 0xFF0000, kGreen = 0x00FF00, kBlue = 0x0000FF, kWhite = 0xFFFFFF, kBlack = 0;
+constexpr Long kSized = 0x101007;  // DDSD_CAPS | DDSD_HEIGHT | DDSD_WIDTH | DDSD_PIXELFORMAT | DDSD_TEXTURESTAGE
+
+void put16(Bytes& b, std::size_t at, std::uint32_t v) {
+    b[at] = static_cast<std::uint8_t>(v);
+    b[at + 1] = static_cast<std::uint8_t>(v >> 8);
+}
+void put32(Bytes& b, std::size_t at, std::uint32_t v) {
+    put16(b, at, v & 0xFFFF);
+    put16(b, at + 2, v >> 16);
+}
+
+// 24-bit BMP, rows stored bottom-up, each padded to 4 bytes.
+Bytes bmp24(int w, int h, const Pixels& rgb) {
+    const int stride = (3 * w + 3) & ~3;
+    Bytes b(54 + static_cast<std::size_t>(stride) * h, 0);
+    b[0] = 'B';
+    b[1] = 'M';
+    put32(b, 2, static_cast<std::uint32_t>(b.size()));
+    put32(b, 10, 54);
+    put32(b, 14, 40);
+    put32(b, 18, static_cast<std::uint32_t>(w));
+    put32(b, 22, static_cast<std::uint32_t>(h));
+    put16(b, 26, 1);
+    put16(b, 28, 24);
+    for (int y = 0; y < h; ++y)
+        for (int x = 0; x < w; ++x) {
+            const std::uint32_t p = rgb[static_cast<std::size_t>(y * w + x)];
+            const std::size_t at = 54 + static_cast<std::size_t>(h - 1 - y) * stride + 3 * static_cast<std::size_t>(x);
+            b[at] = static_cast<std::uint8_t>(p);
+            b[at + 1] = static_cast<std::uint8_t>(p >> 8);
+            b[at + 2] = static_cast<std::uint8_t>(p >> 16);
+        }
+    return b;
+}
+
+// 24-bit type 2 TGA: the file's first row is the picture's bottom row.
+Bytes tga24(int w, int h, const Pixels& rgb) {
+    Bytes b(18, 0);
+    b[2] = 2;
+    put16(b, 12, static_cast<std::uint32_t>(w));
+    put16(b, 14, static_cast<std::uint32_t>(h));
+    b[16] = 24;
+    for (int y = h - 1; y >= 0; --y)
+        for (int x = 0; x < w; ++x) {
+            const std::uint32_t p = rgb[static_cast<std::size_t>(y * w + x)];
+            b.push_back(static_cast<std::uint8_t>(p));
+            b.push_back(static_cast<std::uint8_t>(p >> 8));
+            b.push_back(static_cast<std::uint8_t>(p >> 16));
+        }
+    return b;
+}
+
+// 8-bit PCX (w even, one plane), rows top first; palette entry i is palette[i].
+Bytes pcx8(int w, int h, const std::vector<std::uint8_t>& indices, const Pixels& palette) {
+    Bytes b(128, 0);
+    b[0] = 10;
+    b[1] = 5;
+    b[2] = 1;
+    b[3] = 8;
+    put16(b, 8, static_cast<std::uint32_t>(w - 1));
+    put16(b, 10, static_cast<std::uint32_t>(h - 1));
+    b[65] = 1;
+    put16(b, 66, static_cast<std::uint32_t>(w));
+    for (std::uint8_t i : indices) {
+        if (i >= 192) b.push_back(0xC1);  // a run of one
+        b.push_back(i);
+    }
+    b.push_back(12);
+    for (int i = 0; i < 256; ++i) {
+        const std::uint32_t p = i < static_cast<int>(palette.size()) ? palette[static_cast<std::size_t>(i)] : 0;
+        b.push_back(static_cast<std::uint8_t>(p >> 16));
+        b.push_back(static_cast<std::uint8_t>(p >> 8));
+        b.push_back(static_cast<std::uint8_t>(p));
+    }
+    return b;
+}
+
+// Raw R5G6B5 and A1R5G5B5 values of 0x00RRGGBB (low bits dropped).
+std::uint32_t rgb565(std::uint32_t c) { return PixelFormat::r5g6b5().from_argb(0xFF000000u | c); }
+std::uint32_t rgb555(std::uint32_t c) { return PixelFormat::a1r5g5b5().from_rgb_no_alpha(c); }
+
+std::vector<DDPIXELFORMAT> formats(std::initializer_list<PixelFormat> list) {
+    std::vector<DDPIXELFORMAT> out;
+    for (const auto& f : list) out.push_back(f.dd());
+    return out;
+}
+DDPIXELFORMAT dxt1() {
+    DDPIXELFORMAT pf;
+    pf.lFlags = dx::DDPF_FOURCC;
+    pf.lFourCC = 0x31545844;
+    return pf;
+}
+// The default machine with another texture format list on every device.
+platform::MachineProfile with_texture_formats(std::vector<DDPIXELFORMAT> list) {
+    auto p = platform::default_profile();
+    for (auto& d : p.devices) d.texture_formats = list;
+    return p;
+}
+// The default machine whose hardware device can be created.
+platform::MachineProfile with_hardware_device() {
+    auto p = platform::default_profile();
+    for (auto& d : p.devices) d.can_create = true;
+    return p;
+}
+
+}  // namespace
+
+class Textures : public EngineFixture {
+protected:
+    void open(int w = 64, int h = 48) {
+        engine.Initialize_Windowed(open_window(w, h));
+        platform::trace().clear();
+    }
+    std::string file(const std::string& name, const Bytes& bytes) {
+        if (dir.empty())
+            dir = tarko::test::scratch_dir(std::string("textures-") +
+                                           ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        const auto path = dir / name;
+        std::filesystem::create_directories(path.parent_path());
+        std::ofstream out(path, std::ios::binary);
+        out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        return path.string();
+    }
+    std::string missing(const std::string& name) {
+        file("placeholder", {});
+        return (dir / name).string();
+    }
+    static std::vector<std::string> surface_calls() { return platform::trace().matching("DirectDraw7.createSurface"); }
+    static Pixels raw_pixels(const DirectDrawSurface7& s) {
+        Pixels out;
+        for (int y = 0; y < s.height(); ++y)
+            for (int x = 0; x < s.width(); ++x) out.push_back(s.raw_at(x, y));
+        return out;
+    }
+
+    tarko_DX7 engine;
+    std::filesystem::path dir;
+};
+
+// ---- internals: the format tests, the walk, names
+
+TEST(TextureFormatTest, EachCreatorsTestAcceptsWhatItShould) {
+    struct Row {
+        DDPIXELFORMAT format;
+        bool no_fourcc, opaque16, alpha16;
+    };
+    const Row rows[] = {
+        {PixelFormat::r5g6b5().dd(), true, true, false},
+        {PixelFormat::x1r5g5b5().dd(), true, true, false},
+        {PixelFormat::a1r5g5b5().dd(), true, false, true},
+        {PixelFormat::a4r4g4b4().dd(), true, false, true},
+        {PixelFormat::x8r8g8b8().dd(), true, false, false},
+        {PixelFormat::a8r8g8b8().dd(), true, false, false},  // alpha, but 32 bits
+        {dxt1(), false, false, false},
+    };
+    for (const auto& r : rows) {
+        EXPECT_EQ(tx::passes(r.format, tx::FormatTest::NoFourCC), r.no_fourcc) << r.format.lRGBBitCount;
+        EXPECT_EQ(tx::passes(r.format, tx::FormatTest::Opaque16), r.opaque16) << r.format.lRGBBitCount;
+        EXPECT_EQ(tx::passes(r.format, tx::FormatTest::Alpha16), r.alpha16) << r.format.lRGBBitCount;
+    }
+}
+
+TEST(TextureFormatTest, WalkStopsAtTheFirstPassOrEndsOnTheLastItem) {
+    const Direct3DEnumPixelFormats list(
+        formats({PixelFormat::x8r8g8b8(), PixelFormat::a4r4g4b4(), PixelFormat::r5g6b5(), PixelFormat::a8r8g8b8()}));
+    DDPIXELFORMAT f;
+    EXPECT_TRUE(tx::walk_formats(list, f, tx::FormatTest::Alpha16));
+    EXPECT_EQ(f.lRGBAlphaBitMask, 0xF000);  // A4R4G4B4, the second item
+    EXPECT_TRUE(tx::walk_formats(list, f, tx::FormatTest::Opaque16));
+    EXPECT_EQ(f.lRBitMask, 0xF800);  // R5G6B5, the third
+
+    const Direct3DEnumPixelFormats only_32(formats({PixelFormat::x8r8g8b8(), PixelFormat::a8r8g8b8()}));
+    EXPECT_FALSE(tx::walk_formats(only_32, f, tx::FormatTest::Opaque16));
+    EXPECT_EQ(f.lRGBAlphaBitMask, static_cast<std::int32_t>(0xFF000000u));  // the last one read
+
+    DDPIXELFORMAT untouched;
+    untouched.lRGBBitCount = 99;
+    EXPECT_FALSE(tx::walk_formats(Direct3DEnumPixelFormats({}), untouched, tx::FormatTest::NoFourCC));
+    EXPECT_EQ(untouched.lRGBBitCount, 99);
+}
+
+TEST(TextureNames, TheRoadIsDecidedAnywhereInTheName) {
+    using R = tx::PictureRoad;
+    EXPECT_EQ(tx::road_for_name("wall.bmp"), R::Picture);
+    EXPECT_EQ(tx::road_for_name("WALL.Jpg"), R::Picture);
+    EXPECT_EQ(tx::road_for_name("sky.gif"), R::Picture);
+    EXPECT_EQ(tx::road_for_name("textures/bmp/wall.pcx"), R::Picture);  // the folder's name decides
+    EXPECT_EQ(tx::road_for_name("gifts/stone.tga"), R::Picture);
+    EXPECT_EQ(tx::road_for_name("wall.PcX"), R::Pcx);
+    EXPECT_EQ(tx::road_for_name("pcx_wall.tga"), R::Pcx);
+    EXPECT_EQ(tx::road_for_name("stone.tga"), R::Tga);
+    EXPECT_EQ(tx::road_for_name("tga/stone.dat"), R::Tga);
+    EXPECT_EQ(tx::road_for_name("STONE.TGA"), R::None);  // "tga" is looked for in lower case only
+    EXPECT_EQ(tx::road_for_name("stone.Tga"), R::None);
+    EXPECT_EQ(tx::road_for_name(""), R::None);
+    EXPECT_EQ(tx::road_for_name("\xC3\xA9t\xC3\xA9.png"), R::None);
+}
+
+TEST(TextureNames, OnlyTheLastThreeLettersChooseStretching) {
+    EXPECT_TRUE(tx::loads_by_stretching("a.jpg"));
+    EXPECT_TRUE(tx::loads_by_stretching("A.GiF"));
+    EXPECT_TRUE(tx::loads_by_stretching("jpg"));
+    EXPECT_FALSE(tx::loads_by_stretching("a.jpeg"));
+    EXPECT_FALSE(tx::loads_by_stretching("jpg/a.bmp"));
+    EXPECT_FALSE(tx::loads_by_stretching("pg"));
+    EXPECT_FALSE(tx::loads_by_stretching(""));
+}
+
+TEST(TextureBump, OffsetsFollowTheWaves) {
+    // Centre: fx = fy = 0, r = 0: du = 32 cos 0 exp 0 + 16 cos 0 + 7 cos 0 = 55, dv = 0.
+    EXPECT_EQ(tx::bump_offset(50, 50, 100, 100).du, 55);
+    EXPECT_EQ(tx::bump_offset(50, 50, 100, 100).dv, 0);
+    // (60, 40) of 100 x 100: fx = 0.1, fy = -0.1, r = 0.141421;
+    // du = 32 cos(42.43) e^-0.7071 (0.235) + 16 cos 0 (16) + 7 cos 25.9 (5.039) = 21.27 -> 21
+    // dv = 32 sin(42.43) e^-0.7071 (-15.776) + 0 + 7 sin 25.9 (4.859) = -10.92 -> -11
+    EXPECT_EQ(tx::bump_offset(60, 40, 100, 100).du, 21);
+    EXPECT_EQ(tx::bump_offset(60, 40, 100, 100).dv, -11);
+    // Corner of a 4 x 4 map: fx = fy = -0.5, r = 0.7071: du 7.93 -> 8, dv 4.35 -> 4.
+    EXPECT_EQ(tx::bump_offset(0, 0, 4, 4).du, 8);
+    EXPECT_EQ(tx::bump_offset(0, 0, 4, 4).dv, 4);
+}
+
+TEST(TextureBump, ZeroSizeRaisesDivisionByZero) {
+    for (auto [w, h] : {std::pair{0, 4}, {4, 0}}) {
+        try {
+            tx::bump_offset(1, 1, w, h);
+            ADD_FAILURE() << "no error for " << w << " x " << h;
+        } catch (const RuntimeError& e) {
+            EXPECT_EQ(e.number(), err::DivisionByZero);
+        }
+    }
+}
+
+// ---- CreateTexture
+
+TEST_F(Textures, CreateTextureWithEmptyNameAndNoSizeIs256Square) {
+    open();
+    auto t = engine.CreateTexture("");
+    ASSERT_TRUE(t);
+    EXPECT_EQ(t->width(), 256);
+    EXPECT_EQ(t->height(), 256);
+    // 0x101007 = 1052679; software device: system memory (4096 + 2048)
+    EXPECT_EQ(surface_calls(), (std::vector<std::string>{"DirectDraw7.createSurface 1052679, 6144, 256, 256"}));
+    EXPECT_EQ(t->format(), PixelFormat::r5g6b5());  // the first format listed
+    EXPECT_EQ(t->desc().lTextureStage, 0);
+}
+
+TEST_F(Textures, CreateTextureKeepsExactSizes) {
+    open();
+    auto t = engine.CreateTexture("", 256, 128);
+    EXPECT_EQ(t->width(), 256);
+    EXPECT_EQ(t->height(), 128);
+    auto odd = engine.CreateTexture("", 3, 77);
+    EXPECT_EQ(odd->width(), 3);
+    EXPECT_EQ(odd->height(), 77);
+}
+
+TEST_F(Textures, CreateTextureWithOneSideZeroAndNoFileFailsToTheCaller) {
+    open();
+    // No size is set but the size flags are: the draw object refuses.
+    EXPECT_EQ(error_of([&] { engine.CreateTexture("", 64, 0); }), platform::DDERR_INVALIDPARAMS);
+    EXPECT_EQ(error_of([&] { engine.CreateTexture("", -1, 5); }), platform::DDERR_INVALIDPARAMS);
+}
+
+TEST_F(Textures, CreateTextureFromFileTakesThePicturesSizeUnlessBothSidesAreGiven) {
+    open();
+    const auto bmp = file("four.bmp", bmp24(4, 2, {kRed, kGreen, kBlue, kWhite, kBlack, kWhite, kRed, kGreen}));
+    auto own = engine.CreateTexture(bmp);
+    ASSERT_TRUE(own);
+    EXPECT_EQ(own->width(), 4);
+    EXPECT_EQ(own->height(), 2);
+    EXPECT_EQ(raw_pixels(*own), (Pixels{0xF800, 0x07E0, 0x001F, 0xFFFF, 0x0000, 0xFFFF, 0xF800, 0x07E0}));
+
+    platform::trace().clear();
+    auto half = engine.CreateTexture(bmp, 64, 0);  // size 0 with the size flags: the picture's
+    EXPECT_EQ(half->width(), 4);
+    EXPECT_EQ(half->height(), 2);
+    EXPECT_EQ(surface_calls(), (std::vector<std::string>{"DirectDraw7.createSurface 1052679, 6144, 4, 2"}));
+
+    auto stretched = engine.CreateTexture(bmp, 8, 4);  // each texel becomes 2 x 2
+    ASSERT_EQ(stretched->width(), 8);
+    EXPECT_EQ(stretched->raw_at(0, 0), 0xF800u);
+    EXPECT_EQ(stretched->raw_at(1, 1), 0xF800u);
+    EXPECT_EQ(stretched->raw_at(7, 3), 0x07E0u);
+}
+
+TEST_F(Textures, CreateTextureGivesABlankSurfaceWhenTheFileFails) {
+    open();
+    const auto garbage = file("junk.bmp", Bytes(100, 0x5A));
+    for (const auto& name : {missing("nowhere.bmp"), garbage}) {
+        auto t = engine.CreateTexture(name, 16, 8);
+        ASSERT_TRUE(t) << name;
+        EXPECT_EQ(t->width(), 16);
+        EXPECT_EQ(t->height(), 8);
+        EXPECT_EQ(raw_pixels(*t), Pixels(16 * 8, 0));
+        // Without a size the blank surface cannot be made either: Nothing, and no error.
+        Ref<DirectDrawSurface7> none;
+        EXPECT_EQ(error_of([&] { none = engine.CreateTexture(name); }), 0);
+        EXPECT_FALSE(none);
+    }
+    EXPECT_TRUE(services.messages().empty());
+}
+
+TEST_F(Textures, CreateTextureTakesTheFirstFormatWithoutFourCCWhateverItsDepthOrAlpha) {
+    open();
+    {
+        platform::ScopedProfile p(with_texture_formats({dxt1(), PixelFormat::a8r8g8b8().dd(), PixelFormat::r5g6b5().dd()}));
+        EXPECT_EQ(engine.CreateTexture("", 8, 8)->format(), PixelFormat::a8r8g8b8());
+    }
+    {
+        // A bump format listed first is taken as well: the list's order decides.
+        platform::ScopedProfile p(with_texture_formats({PixelFormat::bump_du_dv_8_8().dd(), PixelFormat::r5g6b5().dd()}));
+        EXPECT_TRUE(engine.CreateTexture("", 8, 8)->format().is_bump());
+    }
+    EXPECT_TRUE(services.messages().empty());
+}
+
+TEST_F(Textures, CreateTextureWithNoUsableFormatShowsTheMessageAndGivesNothing) {
+    open();
+    for (const auto& list : {std::vector<DDPIXELFORMAT>{dxt1()}, std::vector<DDPIXELFORMAT>{}}) {
+        platform::ScopedProfile p(with_texture_formats(list));
+        platform::trace().clear();
+        const auto before = services.messages().size();
+        EXPECT_FALSE(engine.CreateTexture("", 32, 32));
+        ASSERT_EQ(services.messages().size(), before + 1);
+        EXPECT_EQ(services.messages().back().text, "Unable to locate 16-bit surface support on your hardware.");
+        EXPECT_EQ(services.messages().back().style, vbOKOnly);
+        EXPECT_TRUE(surface_calls().empty());
+    }
+}
+
+TEST_F(Textures, CreateTextureIsManagedOnlyOnAVideoDeviceWithEnoughFreeMemory) {
+    open();
+    ASSERT_EQ(engine.MEMORY, dx::DDSCAPS_SYSTEMMEMORY);  // the software device
+    auto caps = [&] {
+        auto t = engine.CreateTexture("", 8, 8);
+        return std::pair{t->desc().ddsCaps.lCaps, t->desc().ddsCaps.lCaps2};
+    };
+    EXPECT_EQ(caps(), (std::pair{6144, 0}));  // 64 MB free, but system memory all the same
+
+    engine.MEMORY = dx::DDSCAPS_VIDEOMEMORY;
+    EXPECT_EQ(caps(), (std::pair{4096, 16}));
+    auto p = platform::default_profile();
+    p.draw_caps.lVidMemFree = 65536;
+    {
+        platform::ScopedProfile scoped(p);
+        EXPECT_EQ(caps(), (std::pair{4096, 16}));  // the limit itself is enough
+    }
+    p.draw_caps.lVidMemFree = 65535;
+    {
+        platform::ScopedProfile scoped(p);
+        EXPECT_EQ(caps(), (std::pair{6144, 0}));
+    }
+    // The caps are read even where MEMORY alone decides.
+    engine.MEMORY = dx::DDSCAPS_SYSTEMMEMORY;
+    platform::trace().clear();
+    caps();
+    EXPECT_EQ(platform::trace().matching("DirectDraw7.getCaps").size(), 1u);
+}
+
+TEST_F(Textures, CreatorsBeforeStartUpRaiseOrGiveNothing) {
+    EXPECT_EQ(error_of([&] { engine.CreateTexture(""); }), err::ObjectNotSet);
+    EXPECT_EQ(error_of([&] { engine.CreateTexture_ALPHA("", D3DTEXTR_TRANSPARENTWHITE, 8, 8); }), err::ObjectNotSet);
+    EXPECT_EQ(error_of([&] { engine.CreateTexture_BUMPmap("", 8, 8); }), err::ObjectNotSet);
+    EXPECT_EQ(error_of([&] { engine.CreateTextureEX("a.bmp", 8, 8); }), err::FileNotFound);
+    Ref<DirectDrawSurface7> simple;
+    EXPECT_EQ(error_of([&] { simple = engine.LoadSimpleTexture("", 8, 8); }), 0);
+    EXPECT_FALSE(simple);
+}
+
+// ---- CreateTexture_ALPHA
+
+TEST_F(Textures, AlphaTexturesTakeA16BitFormatWithOrWithoutAlpha) {
+    open();
+    auto plain = engine.CreateTexture_ALPHA("", D3DTEXTR_DEFAULT, 8, 4);
+    EXPECT_EQ(plain->format(), PixelFormat::r5g6b5());
+    EXPECT_EQ(plain->desc().ddpfPixelFormat.lFlags, dx::DDPF_RGB);
+    auto keyed = engine.CreateTexture_ALPHA("", D3DTEXTR_TRANSPARENTWHITE, 8, 4);
+    EXPECT_EQ(keyed->format(), PixelFormat::a1r5g5b5());  // the first 16-bit one with alpha
+    EXPECT_EQ(keyed->desc().ddpfPixelFormat.lFlags, dx::DDPF_RGB | dx::DDPF_ALPHAPIXELS);
+    EXPECT_EQ(keyed->width(), 8);   // w
+    EXPECT_EQ(keyed->height(), 4);  // H
+
+    platform::ScopedProfile p(with_texture_formats(formats(
+        {PixelFormat::x8r8g8b8(), PixelFormat::a8r8g8b8(), PixelFormat::a4r4g4b4(), PixelFormat::r5g6b5()})));
+    EXPECT_EQ(engine.CreateTexture_ALPHA("", D3DTEXTR_TRANSPARENTBLACK, 8, 4)->format(), PixelFormat::a4r4g4b4());
+    EXPECT_EQ(engine.CreateTexture_ALPHA("", D3DTEXTR_DEFAULT, 8, 4)->format(), PixelFormat::r5g6b5());
+}
+
+TEST_F(Textures, AlphaTextureWithNoPassingFormatGoesOnWithTheLastOneSilently) {
+    open();
+    platform::ScopedProfile p(with_texture_formats(formats({PixelFormat::a4r4g4b4()})));
+    auto t = engine.CreateTexture_ALPHA("", D3DTEXTR_DEFAULT, 4, 4);
+    ASSERT_TRUE(t);
+    // A4R4G4B4's masks, but flagged RGB alone: the alpha bits are not alpha.
+    EXPECT_EQ(t->desc().ddpfPixelFormat.lRBitMask, 0x0F00);
+    EXPECT_FALSE(t->format().has_alpha());
+    EXPECT_TRUE(services.messages().empty());
+}
+
+TEST_F(Textures, TransparentWhiteLeavesWhiteAtAlphaZeroAndEverythingElseOpaque) {
+    open();
+    // 0xF8F8F8 drops to 31, 31, 31 in 5-bit channels: white, so keyed.
+    // 0xF7FFFF drops to red 30: not white, so opaque.
+    const Pixels picture = {kWhite, kRed, 0xF8F8F8, kBlack, 0xF7FFFF, kBlue, kWhite, 0x123456};
+    auto t = engine.CreateTexture_ALPHA(file("key.bmp", bmp24(4, 2, picture)), D3DTEXTR_TRANSPARENTWHITE, 0, 0);
+    ASSERT_TRUE(t);
+    ASSERT_EQ(t->width(), 4);
+    Pixels expected;
+    for (auto c : picture) expected.push_back(rgb555(c) == 0x7FFF ? 0x7FFFu : (rgb555(c) | 0x8000u));
+    EXPECT_EQ(raw_pixels(*t), expected);
+    EXPECT_EQ(t->argb_at(0, 0) >> 24, 0u);
+    EXPECT_EQ(t->argb_at(1, 0), 0xFFFF0000u);  // opaque red
+    // One lock over the description's whole size, DDLOCK_WAIT, then unlock.
+    EXPECT_EQ(platform::trace().matching("DirectDrawSurface7.lock"),
+              (std::vector<std::string>{"DirectDrawSurface7.lock 0, 0, 4, 2, 1"}));
+    EXPECT_EQ(platform::trace().matching("DirectDrawSurface7.unlock").size(), 1u);
+}
+
+TEST_F(Textures, TransparentBlackKeysBlackAndNearBlack) {
+    open();
+    // 0x070707 drops to 0, 0, 0; 0x080000 keeps red 1.
+    const Pixels picture = {kBlack, 0x070707, 0x080000, kWhite};
+    auto t = engine.CreateTexture_ALPHA(file("key.bmp", bmp24(2, 2, picture)), D3DTEXTR_TRANSPARENTBLACK, 0, 0);
+    EXPECT_EQ(raw_pixels(*t), (Pixels{0x0000, 0x0000, 0x8400, 0xFFFF}));  // 0x0400 | 0x8000 for red 1
+}
+
+TEST_F(Textures, ABlankKeyedTextureIsOpaqueBlackUnderAWhiteKeyAndClearUnderABlackOne) {
+    open();
+    EXPECT_EQ(raw_pixels(*engine.CreateTexture_ALPHA("", D3DTEXTR_TRANSPARENTWHITE, 4, 2)), Pixels(8, 0x8000));
+    EXPECT_EQ(raw_pixels(*engine.CreateTexture_ALPHA("", D3DTEXTR_TRANSPARENTBLACK, 4, 2)), Pixels(8, 0));
+}
+
+TEST_F(Textures, ExtraFlagsThreeGivesAnAlphaFormatAndNoKeyPass) {
+    open();
+    const Pixels picture = {kWhite, kRed, kBlack, kGreen};
+    auto t = engine.CreateTexture_ALPHA(file("three.bmp", bmp24(2, 2, picture)), static_cast<TEXTUREFLAGS>(3), 0, 0);
+    EXPECT_EQ(t->format(), PixelFormat::a1r5g5b5());
+    EXPECT_TRUE(platform::trace().matching("DirectDrawSurface7.lock").empty());
+    // Drawn pixels carry alpha 0: the whole texture is transparent.
+    for (int x = 0; x < 2; ++x)
+        for (int y = 0; y < 2; ++y) EXPECT_EQ(t->argb_at(x, y) >> 24, 0u);
+}
+
+TEST_F(Textures, AlphaTexturesAreManagedOnTheHardwareDeviceOnly) {
+    {
+        open();
+        EXPECT_EQ(engine.CreateTexture_ALPHA("", D3DTEXTR_DEFAULT, 4, 4)->desc().ddsCaps.lCaps, 6144);
+        engine.FreeDX(hwnd);
+    }
+    platform::ScopedProfile p(with_hardware_device());
+    tarko_DX7 hardware;
+    hardware.Initialize_Windowed(hwnd);
+    ASSERT_EQ(hardware.D3D_DEV->getDeviceGuid(), platform::kHalGuid);
+    auto t = hardware.CreateTexture_ALPHA("", D3DTEXTR_TRANSPARENTWHITE, 4, 4);
+    EXPECT_EQ(t->desc().ddsCaps.lCaps, 4096);
+    EXPECT_EQ(t->desc().ddsCaps.lCaps2, 16);
+    EXPECT_EQ(hardware.LoadSimpleTexture("", 4, 4)->desc().ddsCaps.lCaps2, 16);
+    hardware.FreeDX(hwnd);
+}
+
+TEST_F(Textures, AlphaTextureFailuresGoToTheCaller) {
+    open();
+    EXPECT_EQ(error_of([&] { engine.CreateTexture_ALPHA(missing("none.bmp"), D3DTEXTR_TRANSPARENTWHITE, 8, 8); }),
+              err::FileNotFound);
+    const auto junk = file("junk.bmp", Bytes{'B', 'M', 1, 2, 3});
+    EXPECT_EQ(error_of([&] { engine.CreateTexture_ALPHA(junk, D3DTEXTR_TRANSPARENTWHITE, 8, 8); }),
+              err::InvalidPicture);
+    EXPECT_EQ(error_of([&] { engine.CreateTexture_ALPHA("", D3DTEXTR_TRANSPARENTWHITE, 8, 0); }),
+              platform::DDERR_INVALIDPARAMS);
+}
+
+// ---- CreateTexture_BUMPmap
+
+TEST_F(Textures, BumpMapHasTheDuDvFormatAndTheAskedSize) {
+    open();
+    auto t = engine.CreateTexture_BUMPmap("", 32, 16);
+    ASSERT_TRUE(t);
+    EXPECT_EQ(t->width(), 32);
+    EXPECT_EQ(t->height(), 16);
+    const auto& pf = t->desc().ddpfPixelFormat;
+    EXPECT_EQ(pf.lFlags, dx::DDPF_BUMPDUDV);
+    EXPECT_EQ(pf.lBumpBitCount, 16);
+    EXPECT_EQ(pf.lBumpDuBitMask, 255);
+    EXPECT_EQ(pf.lBumpDvBitMask, 65280);
+    EXPECT_EQ(pf.lBumpLuminanceBitMask, 0);
+    EXPECT_EQ(t->format().bytes_per_pixel(), 2);
+    // The description carries DDSD_PIXELFORMAT (0x1000) alone.
+    EXPECT_EQ(surface_calls(), (std::vector<std::string>{"DirectDraw7.createSurface 4096, 6144, 32, 16"}));
+    // Every offset reads a pixel of the blank map, or outside it (0).
+    EXPECT_EQ(raw_pixels(*t), Pixels(32 * 16, 0));
+}
+
+TEST_F(Textures, BumpPassCopiesThePixelAtEachOffset) {
+    open();
+    DDSURFACEDESC2 d;
+    d.lFlags = dx::DDSD_CAPS | dx::DDSD_WIDTH | dx::DDSD_HEIGHT | dx::DDSD_PIXELFORMAT;
+    d.ddsCaps.lCaps = dx::DDSCAPS_TEXTURE;
+    d.lWidth = d.lHeight = 100;
+    d.ddpfPixelFormat = PixelFormat::bump_du_dv_8_8().dd();
+    auto s = engine.ddraw->createSurface(d);
+    RECT all{0, 0, 100, 100};
+    DDSURFACEDESC2 locked;
+    s->lock(all, locked, dx::DDLOCK_WAIT, 0);
+    for (int y = 0; y < 100; ++y)
+        for (int x = 0; x < 100; ++x) s->setLockedPixel(x, y, x + 256 * y);
+    s->unlock(all);
+    tx::bump_pass(*s, d, 100, 100);
+    // (0, 0) goes first and reads the untouched (8, 4): 8 + 256 x 4.
+    EXPECT_EQ(s->raw_at(0, 0), 8u + 256u * 4u);
+    // (50, 50) reads (55, 0), which the pass had already set: the pass works in place.
+    EXPECT_EQ(s->raw_at(50, 50), s->raw_at(55, 0));
+}
+
+TEST_F(Textures, BumpMapFromAFileTakesThePicturesSize) {
+    open();
+    const auto bmp = file("bump.bmp", bmp24(6, 3, Pixels(18, kWhite)));
+    auto t = engine.CreateTexture_BUMPmap(bmp, 6, 3);
+    EXPECT_EQ(t->width(), 6);
+    EXPECT_EQ(t->height(), 3);
+    EXPECT_TRUE(t->format().is_bump());
+    // With a file and no w, the first offset divides 0 by 0.
+    EXPECT_EQ(error_of([&] { engine.CreateTexture_BUMPmap(bmp, 0, 0); }), err::DivisionByZero);
+    EXPECT_EQ(error_of([&] { engine.CreateTexture_BUMPmap(missing("gone.bmp"), 8, 8); }), err::FileNotFound);
+}
+
+// ---- LoadSimpleTexture and KreateSurfaceFromFile
+
+TEST_F(Textures, SimpleTextureLoadsAtThePicturesSizeOrTheAskedOne) {
+    open();
+    const auto bmp = file("simple.bmp", bmp24(4, 2, {kRed, kRed, kBlue, kBlue, kGreen, kGreen, kWhite, kWhite}));
+    auto own = engine.LoadSimpleTexture(bmp, 0, 0);
+    ASSERT_TRUE(own);
+    EXPECT_EQ(own->width(), 4);
+    EXPECT_EQ(own->height(), 2);
+    EXPECT_EQ(own->format(), PixelFormat::r5g6b5());
+    EXPECT_EQ(own->desc().ddsCaps.lCaps, 6144);  // system memory on the software device
+    auto sized = engine.LoadSimpleTexture(bmp, 16, 8, true);
+    ASSERT_TRUE(sized);
+    EXPECT_EQ(sized->width(), 16);   // width
+    EXPECT_EQ(sized->height(), 8);   // Height
+    EXPECT_EQ(sized->raw_at(15, 7), 0xFFFFu);
+    EXPECT_EQ(engine.LoadSimpleTexture("", 8, 2)->width(), 8);
+}
+
+TEST_F(Textures, SimpleTextureGoesOnWithTheLastFormatWhenNoneIsOpaque16Bit) {
+    open();
+    platform::ScopedProfile p(with_texture_formats(formats({PixelFormat::a1r5g5b5(), PixelFormat::x8r8g8b8()})));
+    auto t = engine.LoadSimpleTexture("", 4, 4);
+    ASSERT_TRUE(t);
+    EXPECT_EQ(t->format(), PixelFormat::x8r8g8b8());
+    EXPECT_TRUE(services.messages().empty());
+}
+
+TEST_F(Textures, SimpleTextureStretchesJpegFilesToTheAskedSize) {
+    open();
+    const Pixels grey(16, 0x808080);
+    const auto jpeg = platform::image::encode_jpeg(4, 4, grey, 95);
+    ASSERT_FALSE(jpeg.empty());
+    auto t = engine.LoadSimpleTexture(file("flat.JPG", jpeg), 8, 8);
+    ASSERT_TRUE(t);
+    EXPECT_EQ(t->width(), 8);
+    EXPECT_EQ(t->desc().ddsCaps.lCaps, 6144);  // the texture caps, not the stretcher's default
+    const auto c = t->argb_at(7, 7);
+    EXPECT_NEAR(static_cast<int>((c >> 16) & 255), 0x80, 9);  // 5-bit red keeps steps of 8
+}
+
+TEST_F(Textures, SimpleTextureFailuresGiveNothingSilently) {
+    open();
+    const auto junk = file("junk.bmp", Bytes(64, 0xFF));
+    const auto junk_jpg = file("junk.jpg", Bytes{0xFF, 0xD8, 0xFF});
+    for (const auto& name : {missing("none.bmp"), junk, junk_jpg, missing("none.gif")}) {
+        Ref<DirectDrawSurface7> t;
+        EXPECT_EQ(error_of([&] { t = engine.LoadSimpleTexture(name, 8, 8); }), 0) << name;
+        EXPECT_FALSE(t) << name;
+    }
+    EXPECT_FALSE(engine.LoadSimpleTexture("", 8, 0));  // no size, no file
+    EXPECT_TRUE(services.messages().empty());
+}
+
+TEST_F(Textures, KreateSurfaceFromFileCompletesTheDescription) {
+    open();
+    const auto bmp = file("k.bmp", bmp24(2, 2, {kRed, kGreen, kBlue, kWhite}));
+    DDSURFACEDESC2 d;
+    auto s = engine.KreateSurfaceFromFile(bmp, d);
+    ASSERT_TRUE(s);
+    EXPECT_EQ(d.lFlags & 7, 7);  // DDSD_CAPS | DDSD_HEIGHT | DDSD_WIDTH
+    EXPECT_EQ(d.ddsCaps.lCaps, dx::DDSCAPS_OFFSCREENPLAIN);
+    EXPECT_EQ(d.lWidth, 2);
+    EXPECT_EQ(d.lHeight, 2);
+    // An off-screen surface in the display's format: 32 bits, nothing lost.
+    EXPECT_EQ(s->argb_at(0, 0) & 0xFFFFFF, kRed);
+    EXPECT_EQ(s->argb_at(1, 1) & 0xFFFFFF, kWhite);
+
+    DDSURFACEDESC2 wide;
+    wide.lWidth = 6;  // height 0 takes the picture's
+    auto w = engine.KreateSurfaceFromFile(bmp, wide);
+    ASSERT_TRUE(w);
+    EXPECT_EQ(w->width(), 6);
+    EXPECT_EQ(w->height(), 2);
+    EXPECT_EQ(w->argb_at(2, 0) & 0xFFFFFF, kRed);    // columns 0..2 from source column 0
+    EXPECT_EQ(w->argb_at(3, 0) & 0xFFFFFF, kGreen);  // 3..5 from column 1
+}
+
+TEST_F(Textures, KreateSurfaceFromFileGivesNothingOnAnyFailure) {
+    open();
+    const auto junk = file("junk.gif", Bytes{'G', 'I', 'F', '8', '9', 'a', 0, 0});
+    for (const auto& name : {std::string(), missing("no.bmp"), junk}) {
+        DDSURFACEDESC2 d;
+        Ref<DirectDrawSurface7> s;
+        EXPECT_EQ(error_of([&] { s = engine.KreateSurfaceFromFile(name, d); }), 0) << name;
+        EXPECT_FALSE(s) << name;
+    }
+    tarko_DX7 closed;  // no draw object yet
+    DDSURFACEDESC2 d;
+    EXPECT_FALSE(closed.KreateSurfaceFromFile(file("ok.bmp", bmp24(1, 1, {kRed})), d));
+}
+
+// ---- CreateTextureEX
+
+TEST_F(Textures, TextureExCopiesABitmapOfTheSameSizeExactly) {
+    open();
+    const Pixels picture = {kRed, kGreen, kBlue, kWhite, kBlack, 0xFFFF00, kBlue, kGreen, kRed, 0x00FFFF, kWhite, kBlack};
+    auto t = engine.CreateTextureEX(file("six.bmp", bmp24(6, 2, picture)), 6, 2);
+    ASSERT_TRUE(t);
+    Pixels expected;
+    for (auto c : picture) expected.push_back(rgb565(c));
+    EXPECT_EQ(raw_pixels(*t), expected);
+}
+
+TEST_F(Textures, TextureExUsesTheSizeAsGivenWithoutRounding) {
+    open();
+    const auto bmp = file("small.bmp", bmp24(4, 4, Pixels(16, kWhite)));
+    platform::trace().clear();
+    auto t = engine.CreateTextureEX(bmp, 256, 128);
+    EXPECT_EQ(t->width(), 256);
+    EXPECT_EQ(t->height(), 128);
+    EXPECT_EQ(surface_calls(), (std::vector<std::string>{"DirectDraw7.createSurface 1052679, 6144, 256, 128"}));
+    auto odd = engine.CreateTextureEX(bmp, 100, 30);
+    EXPECT_EQ(odd->width(), 100);
+    EXPECT_EQ(odd->height(), 30);
+    EXPECT_EQ(odd->raw_at(99, 29), 0xFFFFu);  // a white picture stays white when resampled
+}
+
+TEST_F(Textures, TextureExReadsPcxThroughTheEnginesReader) {
+    open();
+    const Pixels palette = {kBlack, kRed, kGreen, kBlue, kWhite};
+    // Index 200 takes the run form (0xC1, 200); its palette entry is black.
+    auto t = engine.CreateTextureEX(file("pal.pcx", pcx8(4, 2, {1, 2, 3, 4, 4, 3, 200, 1}, palette)), 4, 2);
+    ASSERT_TRUE(t);
+    EXPECT_EQ(raw_pixels(*t), (Pixels{0xF800, 0x07E0, 0x001F, 0xFFFF, 0xFFFF, 0x001F, 0x0000, 0xF800}));
+}
+
+TEST_F(Textures, TextureExReadsTgaBottomRowFirst) {
+    open();
+    auto t = engine.CreateTextureEX(file("stone.tga", tga24(3, 2, {kRed, kGreen, kBlue, kWhite, kBlack, kRed})), 3, 2);
+    ASSERT_TRUE(t);
+    // tga24 writes the bottom row (white, black, red) first; it lands at the bottom.
+    EXPECT_EQ(raw_pixels(*t), (Pixels{0xF800, 0x07E0, 0x001F, 0xFFFF, 0x0000, 0xF800}));
+}
+
+TEST_F(Textures, TextureExTellsTheRoadByTheWholeName) {
+    open();
+    // A PCX in a folder called bmp goes to the picture loader, which refuses it.
+    const auto pcx = file("bmp/wall.pcx", pcx8(2, 1, {1, 2}, {kBlack, kRed, kGreen}));
+    EXPECT_EQ(error_of([&] { engine.CreateTextureEX(pcx, 2, 1); }), err::InvalidPicture);
+    // Upper-case TGA matches nothing: the file is not read and the texture stays black.
+    const auto upper = file("STONE.TGA", tga24(2, 2, Pixels(4, kWhite)));
+    auto t = engine.CreateTextureEX(upper, 8, 4);
+    ASSERT_TRUE(t);
+    EXPECT_EQ(raw_pixels(*t), Pixels(32, 0));
+    // A name that names no type at all, even one that does not exist, does the same.
+    EXPECT_EQ(raw_pixels(*engine.CreateTextureEX(missing("plain.dat"), 2, 2)), Pixels(4, 0));
+}
+
+TEST_F(Textures, TextureExFailuresBeforeTheTgaRoadGoToTheCaller) {
+    open();
+    EXPECT_EQ(error_of([&] { engine.CreateTextureEX(missing("a.bmp"), 8, 8); }), err::FileNotFound);
+    EXPECT_EQ(error_of([&] { engine.CreateTextureEX(missing("a.pcx"), 8, 8); }), err::FileNotFound);
+    EXPECT_EQ(error_of([&] { engine.CreateTextureEX(missing("a.tga"), 8, 8); }), err::FileNotFound);
+    EXPECT_EQ(error_of([&] { engine.CreateTextureEX(file("g.jpg", Bytes(300, 7)), 8, 8); }), err::InvalidPicture);
+    // A PCX the reader turns down: its message, then the unset picture (91).
+    const auto four_bit = [] {
+        Bytes b = pcx8(2, 1, {1, 2}, {});
+        b[3] = 4;
+        return b;
+    }();
+    EXPECT_EQ(error_of([&] { engine.CreateTextureEX(file("four.pcx", four_bit), 8, 8); }), err::ObjectNotSet);
+    ASSERT_EQ(services.messages().size(), 1u);
+    EXPECT_EQ(services.messages()[0].text, "Sorry, can't load that pcx file!");
+    // Zero sizes: CreateTexture makes 256 x 256, but no bitmap of 0 x 0 exists to copy.
+    const auto bmp = file("b.bmp", bmp24(2, 2, Pixels(4, kRed)));
+    EXPECT_EQ(error_of([&] { engine.CreateTextureEX(bmp, 0, 0); }), err::ObjectNotSet);
+}
+
+TEST_F(Textures, TextureExSkipsFailingStepsAfterTheTgaRoad) {
+    open();
+    // A TGA that is not 24-bit leaves the record empty: the texture is blank, no error.
+    Bytes sixteen = tga24(2, 2, Pixels(4, kWhite));
+    sixteen[16] = 16;
+    Ref<DirectDrawSurface7> t;
+    EXPECT_EQ(error_of([&] { t = engine.CreateTextureEX(file("s.tga", sixteen), 4, 4); }), 0);
+    ASSERT_TRUE(t);
+    EXPECT_EQ(raw_pixels(*t), Pixels(16, 0));
+    // Zero sizes: the 256 x 256 surface comes back, blank, as the copy is skipped.
+    const auto good = file("g.tga", tga24(2, 2, Pixels(4, kWhite)));
+    EXPECT_EQ(error_of([&] { t = engine.CreateTextureEX(good, 0, 0); }), 0);
+    ASSERT_TRUE(t);
+    EXPECT_EQ(t->width(), 256);
+    // No usable format: the message, then Nothing instead of an error.
+    platform::ScopedProfile p(with_texture_formats({dxt1()}));
+    EXPECT_EQ(error_of([&] { t = engine.CreateTextureEX(good, 2, 2); }), 0);
+    EXPECT_FALSE(t);
+    EXPECT_EQ(services.messages().size(), 1u);
+}
+
+TEST_F(Textures, TextureExWithNoUsableFormatRaisesAfterTheMessageOnOtherRoads) {
+    open();
+    platform::ScopedProfile p(with_texture_formats({dxt1()}));
+    EXPECT_EQ(error_of([&] { engine.CreateTextureEX(file("x.bmp", bmp24(2, 2, Pixels(4, kRed))), 2, 2); }),
+              err::ObjectNotSet);
+    EXPECT_EQ(services.messages().size(), 1u);
+}
+
+TEST_F(Textures, TextureExTakesTheFormatOrderOfTheDevice) {
+    open();
+    // A1R5G5B5 listed first: every texture gets it, and drawn pixels have alpha 0.
+    platform::ScopedProfile p(with_texture_formats(formats({PixelFormat::a1r5g5b5(), PixelFormat::r5g6b5()})));
+    auto t = engine.CreateTextureEX(file("a.bmp", bmp24(2, 1, {kRed, kWhite})), 2, 1);
+    EXPECT_EQ(t->format(), PixelFormat::a1r5g5b5());
+    EXPECT_EQ(raw_pixels(*t), (Pixels{0x7C00, 0x7FFF}));
+}
+
+TEST_F(Textures, ReloadingAFileMakesANewTextureWithTheSamePixels) {
+    open();
+    const auto name = file("again.bmp", bmp24(2, 2, {kRed, kGreen, kBlue, kWhite}));
+    auto first = engine.CreateTextureEX(name, 2, 2);
+    auto second = engine.CreateTextureEX(name, 2, 2);
+    EXPECT_NE(first.get(), second.get());
+    EXPECT_EQ(raw_pixels(*first), raw_pixels(*second));
+    // A changed file is read anew: nothing is cached.
+    file("again.bmp", bmp24(2, 2, Pixels(4, kBlack)));
+    EXPECT_EQ(raw_pixels(*engine.CreateTextureEX(name, 2, 2)), Pixels(4, 0));
+    EXPECT_EQ(raw_pixels(*first)[0], 0xF800u);
+}
+
+// ---- a frame
+
+TEST_F(Textures, WhiteKeyedTexelsLetTheClearedBackgroundShowThrough) {
+    open(64, 48);
+    // 8 x 4 texture: columns 0..3 white, 4..7 red.
+    Pixels picture;
+    for (int y = 0; y < 4; ++y)
+        for (int x = 0; x < 8; ++x) picture.push_back(x < 4 ? kWhite : kRed);
+    const auto name = file("sprite.bmp", bmp24(8, 4, picture));
+
+    auto draw = [&](const Ref<DirectDrawSurface7>& texture) {
+        engine.device_CLEAR_COLOR = static_cast<Long>(kBlue);
+        engine.Clear_3D();
+        engine.D3D_DEV->beginScene();
+        engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_CULLMODE, 1);  // none
+        engine.TransAlpha_Enable();
+        engine.D3D_DEV->setTexture(0, texture);
+        D3DTLVERTEX quad[4];
+        const float xs[4] = {0, 64, 0, 64}, ys[4] = {0, 0, 48, 48};
+        for (int i = 0; i < 4; ++i) {
+            quad[i].sx = xs[i];
+            quad[i].sy = ys[i];
+            quad[i].sz = 0.5f;
+            quad[i].rhw = 1.0f;
+            quad[i].color = -1;  // white diffuse: modulation keeps the texel
+            quad[i].tu = xs[i] / 64.0f;
+            quad[i].tv = ys[i] / 48.0f;
+        }
+        engine.D3D_DEV->drawPrimitive(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, std::span<D3DTLVERTEX>(quad), 4,
+                                      dx::D3DDP_WAIT);
+        engine.D3D_DEV->endScene();
+    };
+    auto colour = [&](int x, int y) { return engine.BAK->argb_at(x, y) & 0xFFFFFFu; };
+
+    // Pixel x samples texel x / 8 - 0.5 with bilinear filtering: columns 4..26
+    // mix white texels only (alpha 0, refused by the alpha test), columns
+    // 36..58 red ones only (alpha 1, drawn as they are).
+    draw(engine.CreateTexture_ALPHA(name, D3DTEXTR_TRANSPARENTWHITE, 0, 0));
+    for (int y = 0; y < 48; y += 5) {
+        for (int x = 4; x <= 26; ++x) ASSERT_EQ(colour(x, y), kBlue) << x << ", " << y;
+        for (int x = 36; x <= 58; ++x) ASSERT_EQ(colour(x, y), kRed) << x << ", " << y;
+    }
+    // The same picture without a key covers the background with white.
+    draw(engine.CreateTexture_ALPHA(name, D3DTEXTR_DEFAULT, 0, 0));
+    EXPECT_EQ(colour(16, 24), kWhite);
+    EXPECT_EQ(colour(48, 24), kRed);
+}
