@@ -78,6 +78,9 @@ private:
 struct Texture {
     int width = 0, height = 0;
     bool bump = false;
+    // Both sides powers of two: wrapping is a mask and rows a shift.
+    bool pow2 = false;
+    int width_shift = 0;
     std::vector<std::uint32_t> texels;  // width * height, row after row
 };
 

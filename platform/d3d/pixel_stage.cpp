@@ -13,6 +13,14 @@ namespace tarko::platform::d3d {
 
 namespace {
 
+// The pixel routines are instantiated per state combination; their helpers
+// must fold into them so constants and texture facts stay in registers.
+#if defined(__GNUC__)
+#define TARKO_D3D_INLINE [[gnu::always_inline]] inline
+#else
+#define TARKO_D3D_INLINE inline
+#endif
+
 struct C4 {
     F4 r, g, b, a;
 };
@@ -55,35 +63,42 @@ inline I4 wrap_index(I4 i, int n) {
 }
 
 #if TARKO_D3D_SSE2
-// Bilinear filtering with 8-bit weights on 16-bit lanes, one pixel at a time:
-// the four texels are weighted across, then down, rounding at each step.
-inline C4 bilinear_sse2(const std::uint32_t* tex, I4 i00, I4 i10, I4 i01, I4 i11, F4 ax, F4 ay) {
-    alignas(16) std::int32_t a[4], b[4], c[4], d[4], wx[4], wy[4];
-    i00.store(a), i10.store(b), i01.store(c), i11.store(d);
-    to_int_round(ax * F4(256.0f)).store(wx);
-    to_int_round(ay * F4(256.0f)).store(wy);
-    alignas(16) std::int32_t out[4];
-    const __m128i zero = _mm_setzero_si128(), half = _mm_set1_epi16(128);
-    for (int i = 0; i < 4; ++i) {
-        const auto load = [tex](std::int32_t k) { return _mm_cvtsi32_si128(static_cast<int>(tex[k])); };
-        __m128i top = _mm_unpacklo_epi8(_mm_unpacklo_epi32(load(a[i]), load(b[i])), zero);
-        __m128i bot = _mm_unpacklo_epi8(_mm_unpacklo_epi32(load(c[i]), load(d[i])), zero);
-        const auto x = static_cast<short>(wx[i]), ix = static_cast<short>(256 - wx[i]);
-        const __m128i wh = _mm_set_epi16(x, x, x, x, ix, ix, ix, ix);
-        top = _mm_mullo_epi16(top, wh);
-        bot = _mm_mullo_epi16(bot, wh);
-        top = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(top, _mm_srli_si128(top, 8)), half), 8);
-        bot = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(bot, _mm_srli_si128(bot, 8)), half), 8);
-        const auto y = static_cast<short>(wy[i]), iy = static_cast<short>(256 - wy[i]);
-        __m128i v = _mm_mullo_epi16(_mm_unpacklo_epi64(top, bot), _mm_set_epi16(y, y, y, y, iy, iy, iy, iy));
-        v = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(v, _mm_srli_si128(v, 8)), half), 8);
-        out[i] = _mm_cvtsi128_si32(_mm_packus_epi16(v, zero));
-    }
-    return unpack_argb(I4::load(out));
+// Bilinear filtering with 8-bit weights on 16-bit lanes, two pixels to a
+// register: the four texels are weighted across, then down, rounding at each
+// step (w = 256 - x on the left texel, x on the right; all sums stay below
+// 65536, so the 16-bit lanes never wrap).
+TARKO_D3D_INLINE I4 bilinear_texels(const std::uint32_t* tex, I4 i00, I4 i10, I4 i01, I4 i11, F4 ax, F4 ay) {
+    alignas(16) std::int32_t idx[16];
+    i00.store(idx), i10.store(idx + 4), i01.store(idx + 8), i11.store(idx + 12);
+    const auto at = [tex, &idx](int k) { return static_cast<int>(tex[idx[k]]); };
+    const __m128i t00 = _mm_setr_epi32(at(0), at(1), at(2), at(3));
+    const __m128i t10 = _mm_setr_epi32(at(4), at(5), at(6), at(7));
+    const __m128i t01 = _mm_setr_epi32(at(8), at(9), at(10), at(11));
+    const __m128i t11 = _mm_setr_epi32(at(12), at(13), at(14), at(15));
+    const __m128i zero = _mm_setzero_si128(), half = _mm_set1_epi16(128), full = _mm_set1_epi16(256);
+    // Weights spread to the four channels of each pixel: lanes 0-3 pixel 0 (2), 4-7 pixel 1 (3).
+    const auto spread = [](I4 w, __m128i& lo, __m128i& hi) {
+        const __m128i p = _mm_packs_epi32(w.v, w.v);
+        const __m128i q = _mm_unpacklo_epi16(p, p);
+        lo = _mm_unpacklo_epi32(q, q);
+        hi = _mm_unpackhi_epi32(q, q);
+    };
+    __m128i wx_lo, wx_hi, wy_lo, wy_hi;
+    spread(to_int_round(ax * F4(256.0f)), wx_lo, wx_hi);
+    spread(to_int_round(ay * F4(256.0f)), wy_lo, wy_hi);
+    const auto lerp = [&](__m128i a, __m128i b, __m128i w) {
+        const __m128i s = _mm_add_epi16(_mm_mullo_epi16(a, _mm_sub_epi16(full, w)), _mm_mullo_epi16(b, w));
+        return _mm_srli_epi16(_mm_add_epi16(s, half), 8);
+    };
+    const __m128i lo = lerp(lerp(_mm_unpacklo_epi8(t00, zero), _mm_unpacklo_epi8(t10, zero), wx_lo),
+                            lerp(_mm_unpacklo_epi8(t01, zero), _mm_unpacklo_epi8(t11, zero), wx_lo), wy_lo);
+    const __m128i hi = lerp(lerp(_mm_unpackhi_epi8(t00, zero), _mm_unpackhi_epi8(t10, zero), wx_hi),
+                            lerp(_mm_unpackhi_epi8(t01, zero), _mm_unpackhi_epi8(t11, zero), wx_hi), wy_hi);
+    return I4(_mm_packus_epi16(lo, hi));
 }
 #endif
 
-C4 sample(const Texture* t, bool bilinear, F4 u, F4 v) {
+TARKO_D3D_INLINE C4 sample(const Texture* t, bool bilinear, F4 u, F4 v) {
     if (!t) return C4{F4(1.0f), F4(1.0f), F4(1.0f), F4(1.0f)};  // no texture reads opaque white
     const int w = t->width, h = t->height;
     const std::uint32_t* tex = t->texels.data();
@@ -92,16 +107,24 @@ C4 sample(const Texture* t, bool bilinear, F4 u, F4 v) {
     if (!bilinear || t->bump) {
         const I4 ix = clamp_index(to_int_trunc(fu), w);
         const I4 iy = clamp_index(to_int_trunc(fv), h);
-        return unpack_argb(gather(tex, mul_lo(iy, I4(w)) + ix));
+        return unpack_argb(gather(tex, t->pow2 ? shl_var(iy, t->width_shift) + ix : mul_lo(iy, I4(w)) + ix));
     }
     const F4 tx = fu - F4(0.5f), ty = fv - F4(0.5f);
     const F4 x0f = floor4(tx), y0f = floor4(ty);
     const F4 ax = tx - x0f, ay = ty - y0f;
     const I4 x0 = to_int_trunc(x0f), y0 = to_int_trunc(y0f);
-    const I4 xa = wrap_index(x0, w), xb = wrap_index(x0 + I4(1), w);
-    const I4 ra = mul_lo(wrap_index(y0, h), I4(w)), rb = mul_lo(wrap_index(y0 + I4(1), h), I4(w));
+    I4 xa, xb, ra, rb;
+    if (t->pow2) {
+        // x0 lies in -1..w-1 (u wrapped to 0..1), so masking wraps exactly as wrap_index.
+        const I4 mw(w - 1), mh(h - 1);
+        xa = x0 & mw, xb = (x0 + I4(1)) & mw;
+        ra = shl_var(y0 & mh, t->width_shift), rb = shl_var((y0 + I4(1)) & mh, t->width_shift);
+    } else {
+        xa = wrap_index(x0, w), xb = wrap_index(x0 + I4(1), w);
+        ra = mul_lo(wrap_index(y0, h), I4(w)), rb = mul_lo(wrap_index(y0 + I4(1), h), I4(w));
+    }
 #if TARKO_D3D_SSE2
-    return bilinear_sse2(tex, ra + xa, ra + xb, rb + xa, rb + xb, ax, ay);
+    return unpack_argb(bilinear_texels(tex, ra + xa, ra + xb, rb + xa, rb + xb, ax, ay));
 #else
     const C4 c00 = unpack_argb(gather(tex, ra + xa)), c10 = unpack_argb(gather(tex, ra + xb));
     const C4 c01 = unpack_argb(gather(tex, rb + xa)), c11 = unpack_argb(gather(tex, rb + xb));
@@ -189,7 +212,7 @@ inline C4 run_stage(const StageSetup& st, Inputs& in) {
     return out;
 }
 
-inline F4 blend_factor(int f, const C4& s, const C4& d, F4 sc, F4 dc, bool alpha_channel, bool is_src) {
+TARKO_D3D_INLINE F4 blend_factor(int f, const C4& s, const C4& d, F4 sc, F4 dc, bool alpha_channel, bool is_src) {
     switch (f) {
     case dx::D3DBLEND_ZERO: return F4(0.0f);
     case dx::D3DBLEND_ONE: return F4(1.0f);
@@ -226,7 +249,7 @@ inline F4 plane_at(const Plane& p, F4 dx, F4 dy) { return F4(p.c) + F4(p.dx) * d
 inline I4 quantise(F4 c) { return to_int_round(clamp01(c) * F4(255.0f)); }
 
 template <TargetKind T>
-inline C4 read_target(const DrawContext& ctx, int x, int y, int mask, bool inside) {
+TARKO_D3D_INLINE C4 read_target(const DrawContext& ctx, int x, int y, int mask, bool inside) {
     const std::uint8_t* row = ctx.colour + static_cast<std::ptrdiff_t>(y) * ctx.colour_pitch;
     std::int32_t px[4] = {0, 0, 0, 0};
     if constexpr (T == TargetKind::X8R8G8B8) {
@@ -263,7 +286,7 @@ inline C4 read_target(const DrawContext& ctx, int x, int y, int mask, bool insid
 }
 
 template <TargetKind T>
-inline void write_target(const DrawContext& ctx, int x, int y, int mask, bool inside, const C4& c) {
+TARKO_D3D_INLINE void write_target(const DrawContext& ctx, int x, int y, int mask, bool inside, const C4& c) {
     std::uint8_t* row = ctx.colour + static_cast<std::ptrdiff_t>(y) * ctx.colour_pitch;
     const I4 r = quantise(c.r), g = quantise(c.g), b = quantise(c.b);
     if constexpr (T == TargetKind::X8R8G8B8) {
@@ -346,7 +369,8 @@ inline void write_depth(const DrawContext& ctx, int x, int y, int mask, I4 z) {
 }
 
 template <TargetKind T, DepthKind D, CascadeKind K>
-inline void shade_group(const DrawContext& ctx, const SetupTriangle& t, int x, int y, I4 cover) {
+TARKO_D3D_INLINE void shade_group(const DrawContext& ctx, const SetupTriangle& t, int x, int y,
+                                  I4 cover) {
     const int xs = ctx.scissor.x0, xe = ctx.scissor.x1;
     const bool inside = x >= xs && x + 3 < xe;
     int mask = movemask(cover);
@@ -446,11 +470,18 @@ inline void shade_group(const DrawContext& ctx, const SetupTriangle& t, int x, i
     if (ctx.blend) {
         const C4 d = read_target<T>(ctx, x, y, mask, inside);
         const C4 s = colour;
-        auto mix = [&](F4 sc, F4 dc, bool alpha) {
-            return clamp01(sc * blend_factor(ctx.src_blend, s, d, sc, dc, alpha, true) +
-                           dc * blend_factor(ctx.dest_blend, s, d, sc, dc, alpha, false));
-        };
-        colour = C4{mix(s.r, d.r, false), mix(s.g, d.g, false), mix(s.b, d.b, false), mix(s.a, d.a, true)};
+        if (ctx.src_blend == dx::D3DBLEND_SRCALPHA && ctx.dest_blend == dx::D3DBLEND_INVSRCALPHA) {
+            // The usual "over": the same sums as the general factors below.
+            const F4 ia = F4(1.0f) - s.a;
+            colour = C4{clamp01(s.r * s.a + d.r * ia), clamp01(s.g * s.a + d.g * ia), clamp01(s.b * s.a + d.b * ia),
+                        clamp01(s.a * s.a + d.a * ia)};
+        } else {
+            auto mix = [&](F4 sc, F4 dc, bool alpha) {
+                return clamp01(sc * blend_factor(ctx.src_blend, s, d, sc, dc, alpha, true) +
+                               dc * blend_factor(ctx.dest_blend, s, d, sc, dc, alpha, false));
+            };
+            colour = C4{mix(s.r, d.r, false), mix(s.g, d.g, false), mix(s.b, d.b, false), mix(s.a, d.a, true)};
+        }
     }
     write_target<T>(ctx, x, y, mask, inside, colour);
     if constexpr (D != DepthKind::None) {
@@ -461,7 +492,8 @@ inline void shade_group(const DrawContext& ctx, const SetupTriangle& t, int x, i
 constexpr std::int64_t kClampEdge = std::int64_t{1} << 30;
 
 template <TargetKind T, DepthKind D, CascadeKind K>
-void raster_triangle(const DrawContext& ctx, const SetupTriangle& t, int tx0, int ty0, int tx1, int ty1) {
+void raster_triangle(const DrawContext& ctx, const SetupTriangle& t, int tx0, int ty0, int tx1,
+                     int ty1) {
     const int xs = std::max(t.minx, tx0), xe = std::min(t.maxx, tx1 - 1);
     const int ys = std::max(t.miny, ty0), ye = std::min(t.maxy, ty1 - 1);
     if (xs > xe || ys > ye) return;

@@ -65,6 +65,7 @@ inline I4 andnot(I4 a, I4 b) { return I4(_mm_andnot_si128(a.v, b.v)); }  // ~a &
 template <int n> inline I4 shl(I4 a) { return I4(_mm_slli_epi32(a.v, n)); }
 template <int n> inline I4 shr(I4 a) { return I4(_mm_srli_epi32(a.v, n)); }   // logical
 template <int n> inline I4 sar(I4 a) { return I4(_mm_srai_epi32(a.v, n)); }   // arithmetic
+inline I4 shl_var(I4 a, int n) { return I4(_mm_sll_epi32(a.v, _mm_cvtsi32_si128(n))); }
 inline I4 cmpgt(I4 a, I4 b) { return I4(_mm_cmpgt_epi32(a.v, b.v)); }
 inline I4 cmplt(I4 a, I4 b) { return I4(_mm_cmplt_epi32(a.v, b.v)); }
 inline I4 cmpeq(I4 a, I4 b) { return I4(_mm_cmpeq_epi32(a.v, b.v)); }
@@ -132,6 +133,7 @@ inline I4 andnot(I4 a, I4 b) { TARKO_D3D_I4_OP(~a.v[i] & b.v[i]); }
 template <int n> inline I4 shl(I4 a) { TARKO_D3D_I4_OP(static_cast<std::int32_t>(static_cast<std::uint32_t>(a.v[i]) << n)); }
 template <int n> inline I4 shr(I4 a) { TARKO_D3D_I4_OP(static_cast<std::int32_t>(static_cast<std::uint32_t>(a.v[i]) >> n)); }
 template <int n> inline I4 sar(I4 a) { TARKO_D3D_I4_OP(a.v[i] >> n); }
+inline I4 shl_var(I4 a, int n) { TARKO_D3D_I4_OP(static_cast<std::int32_t>(static_cast<std::uint32_t>(a.v[i]) << n)); }
 inline I4 cmpgt(I4 a, I4 b) { TARKO_D3D_I4_OP(a.v[i] > b.v[i] ? -1 : 0); }
 inline I4 cmplt(I4 a, I4 b) { TARKO_D3D_I4_OP(a.v[i] < b.v[i] ? -1 : 0); }
 inline I4 cmpeq(I4 a, I4 b) { TARKO_D3D_I4_OP(a.v[i] == b.v[i] ? -1 : 0); }

@@ -11,6 +11,9 @@ std::shared_ptr<const Texture> convert_texture(const DirectDrawSurface7& s, bool
     t->width = s.width();
     t->height = s.height();
     t->bump = s.format().is_bump();
+    const auto pow2 = [](int n) { return (n & (n - 1)) == 0; };
+    t->pow2 = pow2(t->width) && pow2(t->height);
+    while ((1 << t->width_shift) < t->width) ++t->width_shift;
     t->texels.resize(static_cast<std::size_t>(t->width) * static_cast<std::size_t>(t->height));
     const bool use_key = keyed && s.has_color_key() && !t->bump;
     const auto key_lo = use_key ? static_cast<std::uint32_t>(s.getColorKey(0).low) : 0u;
