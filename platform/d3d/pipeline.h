@@ -92,7 +92,10 @@ struct StageSetup {
     float bump[4];           // 00, 01, 10, 11
 };
 
-enum class CascadeKind : int { Diffuse, ModulateTexture, Generic };
+// Diffuse: no stages. ModulateTexture: one stage, texture times diffuse.
+// TextureTwice: that stage followed by a second texture combined with it by
+// MODULATE, MODULATE2X, MODULATE4X or ADD, alpha passed on. Generic: the rest.
+enum class CascadeKind : int { Diffuse, ModulateTexture, TextureTwice, Generic };
 enum class TargetKind : int { R5G6B5, X8R8G8B8, Other };
 enum class DepthKind : int { None, Z16, Z32 };
 

@@ -150,7 +150,7 @@ struct Inputs {
     C4 diffuse, specular, texture, tfactor, current;
 };
 
-inline C4 argument(int arg, const Inputs& in) {
+TARKO_D3D_INLINE C4 argument(int arg, const Inputs& in) {
     C4 v;
     switch (arg & 0xF) {
     case dx::D3DTA_DIFFUSE: v = in.diffuse; break;
@@ -190,7 +190,31 @@ inline F4 op_channel(int op, F4 x, F4 y, F4 xa, const Inputs& in) {
     }
 }
 
-inline C4 run_stage(const StageSetup& st, Inputs& in) {
+// The colour channels of a stage operation, with one dispatch for all three
+// (the sums are op_channel's).
+TARKO_D3D_INLINE void op_colour(int op, const C4& x, const C4& y, const Inputs& in, C4& out) {
+    const auto each = [&](auto f) {
+        out.r = f(x.r, y.r);
+        out.g = f(x.g, y.g);
+        out.b = f(x.b, y.b);
+    };
+    const F4 one(1.0f);
+    switch (op) {
+    case dx::D3DTOP_SELECTARG1: each([](F4 a, F4) { return a; }); break;
+    case dx::D3DTOP_SELECTARG2: each([](F4, F4 b) { return b; }); break;
+    case dx::D3DTOP_MODULATE: each([](F4 a, F4 b) { return a * b; }); break;
+    case dx::D3DTOP_MODULATE2X: each([&](F4 a, F4 b) { return min(a * b * F4(2.0f), one); }); break;
+    case dx::D3DTOP_MODULATE4X: each([&](F4 a, F4 b) { return min(a * b * F4(4.0f), one); }); break;
+    case dx::D3DTOP_ADD: each([&](F4 a, F4 b) { return min(a + b, one); }); break;
+    default:
+        out.r = op_channel(op, x.r, y.r, x.a, in);
+        out.g = op_channel(op, x.g, y.g, x.a, in);
+        out.b = op_channel(op, x.b, y.b, x.a, in);
+        break;
+    }
+}
+
+TARKO_D3D_INLINE C4 run_stage(const StageSetup& st, Inputs& in) {
     C4 out = in.current;
     if (st.colour_op != dx::D3DTOP_DISABLE) {
         const C4 x = argument(st.colour_arg1, in), y = argument(st.colour_arg2, in);
@@ -200,9 +224,7 @@ inline C4 run_stage(const StageSetup& st, Inputs& in) {
             out.r = out.g = out.b = out.a = clamp01(d);
             return out;
         }
-        out.r = op_channel(st.colour_op, x.r, y.r, x.a, in);
-        out.g = op_channel(st.colour_op, x.g, y.g, x.a, in);
-        out.b = op_channel(st.colour_op, x.b, y.b, x.a, in);
+        op_colour(st.colour_op, x, y, in, out);
     }
     if (st.alpha_op != dx::D3DTOP_DISABLE) {
         const C4 x = argument(st.alpha_arg1 & ~dx::D3DTA_ALPHAREPLICATE, in);
@@ -417,6 +439,19 @@ TARKO_D3D_INLINE void shade_group(const DrawContext& ctx, const SetupTriangle& t
             key_alpha = tex.a;
             colour = C4{tex.r * in.diffuse.r, tex.g * in.diffuse.g, tex.b * in.diffuse.b,
                         st.alpha_op == dx::D3DTOP_MODULATE ? tex.a * in.diffuse.a : tex.a};
+        } else if constexpr (K == CascadeKind::TextureTwice) {
+            // As the general cascade computes it: coordinates plus a zero bump
+            // offset, symmetric operations so the argument order is moot.
+            const F4 u0 = u + F4(0.0f), v0 = v + F4(0.0f);
+            const StageSetup& s0 = ctx.stages[0];
+            const C4 tex = sample(s0.texture, s0.bilinear, u0, v0);
+            key_alpha = tex.a;
+            const C4 first{tex.r * in.diffuse.r, tex.g * in.diffuse.g, tex.b * in.diffuse.b,
+                           s0.alpha_op == dx::D3DTOP_MODULATE ? tex.a * in.diffuse.a : tex.a};
+            const StageSetup& s1 = ctx.stages[1];
+            const C4 tex1 = sample(s1.texture, s1.bilinear, u0, v0);
+            colour = first;
+            op_colour(s1.colour_op, tex1, first, in, colour);
         } else {
             in.tfactor = C4{F4(ctx.tfactor[0]), F4(ctx.tfactor[1]), F4(ctx.tfactor[2]), F4(ctx.tfactor[3])};
             in.current = in.diffuse;
@@ -541,6 +576,7 @@ DrawContext::RasterFn pick_cascade(CascadeKind k) {
     switch (k) {
     case CascadeKind::Diffuse: return &raster_triangle<T, D, CascadeKind::Diffuse>;
     case CascadeKind::ModulateTexture: return &raster_triangle<T, D, CascadeKind::ModulateTexture>;
+    case CascadeKind::TextureTwice: return &raster_triangle<T, D, CascadeKind::TextureTwice>;
     default: return &raster_triangle<T, D, CascadeKind::Generic>;
     }
 }

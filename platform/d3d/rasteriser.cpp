@@ -63,6 +63,16 @@ bool is_modulate_texture(const StageSetup& s) {
     return colour && alpha;
 }
 
+// A second stage that combines its texture with the first stage's colour by a
+// symmetric operation and leaves the alpha as it is.
+bool is_texture_on_current(const StageSetup& s) {
+    const bool args = (s.colour_arg1 == dx::D3DTA_TEXTURE && s.colour_arg2 == dx::D3DTA_CURRENT) ||
+                      (s.colour_arg2 == dx::D3DTA_TEXTURE && s.colour_arg1 == dx::D3DTA_CURRENT);
+    const bool op = s.colour_op == dx::D3DTOP_MODULATE || s.colour_op == dx::D3DTOP_MODULATE2X ||
+                    s.colour_op == dx::D3DTOP_MODULATE4X || s.colour_op == dx::D3DTOP_ADD;
+    return args && op && s.alpha_op == dx::D3DTOP_DISABLE;
+}
+
 }  // namespace
 
 Rasteriser::Rasteriser(DirectDrawSurface7& target) : target_(target), pool_(std::make_unique<WorkerPool>(0)) {}
@@ -192,6 +202,8 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, DrawContext& ctx)
     CascadeKind cascade = CascadeKind::Generic;
     if (ctx.stage_count == 0) cascade = CascadeKind::Diffuse;
     else if (ctx.stage_count == 1 && is_modulate_texture(ctx.stages[0])) cascade = CascadeKind::ModulateTexture;
+    else if (ctx.stage_count == 2 && is_modulate_texture(ctx.stages[0]) && is_texture_on_current(ctx.stages[1]))
+        cascade = CascadeKind::TextureTwice;
 
     ctx.alpha_test = rs(dx::D3DRENDERSTATE_ALPHATESTENABLE) != 0;
     ctx.alpha_func = rs(dx::D3DRENDERSTATE_ALPHAFUNC);
