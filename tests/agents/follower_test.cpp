@@ -7,6 +7,7 @@
 #include <functional>
 
 #include "runtime/errors.h"
+#include "support/test_support.h"
 #include "runtime/services.h"
 
 namespace {
@@ -14,14 +15,7 @@ namespace {
 using tarko::Variant;
 using tarko::agents::Follower;
 
-tarko::Long error_of(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const tarko::RuntimeError& e) {
-        return e.number();
-    }
-    return 0;
-}
+using tarko::test::error_of;
 
 class Ai : public ::testing::Test {
 protected:

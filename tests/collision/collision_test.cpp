@@ -9,6 +9,7 @@
 #include "collision/geometry_tests.h"
 #include "maths/kernel.h"
 #include "runtime/errors.h"
+#include "support/test_support.h"
 
 namespace {
 
@@ -20,14 +21,7 @@ void expect_vec(const D3DVECTOR& v, float x, float y, float z, float tol = 1e-6f
     EXPECT_NEAR(v.z, z, tol);
 }
 
-tarko::Long error_of(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const tarko::RuntimeError& e) {
-        return e.number();
-    }
-    return 0;
-}
+using tarko::test::error_of;
 
 // The triangle (0,0,0), (4,0,0), (0,4,0) in the plane z = 0.
 class Facet : public ::testing::Test {

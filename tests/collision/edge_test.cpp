@@ -7,17 +7,11 @@
 #include "collision/cCOLLISION.h"
 #include "collision/geometry_tests.h"
 #include "runtime/errors.h"
+#include "support/test_support.h"
 
 namespace {
 
-tarko::Long error_of(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const tarko::RuntimeError& e) {
-        return e.number();
-    }
-    return 0;
-}
+using tarko::test::error_of;
 
 tarko::SafeArray<D3DVERTEX> pair(D3DVECTOR p, D3DVECTOR q, tarko::Long lower = 0) {
     tarko::SafeArray<D3DVERTEX> v(lower, lower + 1);

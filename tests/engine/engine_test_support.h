@@ -10,6 +10,7 @@
 #include "platform/window.h"
 #include "runtime/errors.h"
 #include "runtime/services.h"
+#include "support/test_support.h"
 
 namespace tarko::test {
 
@@ -26,15 +27,7 @@ protected:
     void TearDown() override {
         if (hwnd) platform::windows().remove(hwnd);
     }
-    // The error number a call raises, or 0.
-    static Long error_of(const std::function<void()>& f) {
-        try {
-            f();
-        } catch (const RuntimeError& e) {
-            return e.number();
-        }
-        return 0;
-    }
+    static Long error_of(const std::function<void()>& f) { return test::error_of(f); }
 
     runtime::ScopedTestServices services;
     platform::ScopedTrace trace;

@@ -9,6 +9,7 @@
 #include "maths/kernel.h"
 #include "maths_test_util.h"
 #include "runtime/errors.h"
+#include "support/test_support.h"
 
 namespace {
 
@@ -16,14 +17,7 @@ using tarko::Variant;
 using tarko::test::apply;
 using tarko::test::expect_near;
 
-tarko::Long error_of(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const tarko::RuntimeError& e) {
-        return e.number();
-    }
-    return 0;
-}
+using tarko::test::error_of;
 
 class CMath : public ::testing::Test {
 protected:

@@ -9,6 +9,7 @@
 #include "maths_test_util.h"
 #include "platform/base/dx_math.h"
 #include "runtime/errors.h"
+#include "support/test_support.h"
 #include "runtime/services.h"
 
 namespace {
@@ -17,14 +18,7 @@ using tarko::Variant;
 using tarko::test::apply;
 using tarko::test::expect_near;
 
-tarko::Long error_of(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const tarko::RuntimeError& e) {
-        return e.number();
-    }
-    return 0;
-}
+using tarko::test::error_of;
 
 class EngineMaths : public ::testing::Test {
 protected:

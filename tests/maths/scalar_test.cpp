@@ -6,20 +6,14 @@
 
 #include "maths/cMATH.h"
 #include "runtime/errors.h"
+#include "support/test_support.h"
 
 namespace {
 
 using tarko::Variant;
 constexpr double kHalfPi = 1.5707963267948966;
 
-tarko::Long error_of(const std::function<void()>& f) {
-    try {
-        f();
-    } catch (const tarko::RuntimeError& e) {
-        return e.number();
-    }
-    return 0;
-}
+using tarko::test::error_of;
 
 class Scalar : public ::testing::Test {
 protected:

@@ -3,11 +3,22 @@
 
 #include <cstdlib>
 
+#include "runtime/errors.h"
+
 namespace tarko::test {
 
 std::filesystem::path data_dir() {
     if (const char* d = std::getenv("TARKO_TEST_DATA")) return d;
     return std::filesystem::path(__FILE__).parent_path().parent_path() / "data";
+}
+
+std::int32_t error_of(const std::function<void()>& f) {
+    try {
+        f();
+    } catch (const RuntimeError& e) {
+        return e.number();
+    }
+    return 0;
 }
 
 std::filesystem::path scratch_dir(const std::string& name) {
