@@ -430,6 +430,12 @@ void Rasteriser::setup(const ClipVertex& v0, const ClipVertex& v1, const ClipVer
                                                    {kPlaneSR, kSpecR}, {kPlaneSG, kSpecG}, {kPlaneSB, kSpecB},
                                                    {kPlaneFog, kFog}};
     for (auto [p, a] : kMap) {
+        // Specular and fog planes are only read when those are on.
+        const bool used = (p >= kPlaneSR && p <= kPlaneSB) ? ctx_.specular : p == kPlaneFog ? ctx_.fog : true;
+        if (!used) {
+            t.p[p] = Plane{0, 0, 0};
+            continue;
+        }
         const auto ai = static_cast<std::size_t>(a);
         t.p[p] = plane(v[0]->a[ai] * r0, v[1]->a[ai] * r1, v[2]->a[ai] * r2);
     }
