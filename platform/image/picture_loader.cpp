@@ -91,7 +91,7 @@ void check_jpeg_tables(std::span<const std::uint8_t> b) {
             std::size_t at = body;
             std::int64_t left = static_cast<std::int64_t>(length) - 2;
             while (left > 0) {
-                if (end - at < 17) invalid();
+                if (at > end || end - at < 17) invalid();
                 if ((b[at] >> 4) > 1 || (b[at] & 15) > 3) invalid();
                 std::size_t symbols = 0;
                 for (int i = 1; i <= 16; ++i) symbols += b[at + i];

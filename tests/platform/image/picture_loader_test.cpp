@@ -184,7 +184,7 @@ TEST(PictureDecode, JpegHuffmanTablesOfMoreThan256SymbolsAreRefused) {
 
 TEST(LoadPicture, FuzzFindingsAreInvalidPictures) {
     // tests/data/bad: inputs the picture fuzzer found
-    for (const char* name : {"jpeg_dht_over_256_symbols.jpg"}) {
+    for (const char* name : {"jpeg_dht_over_256_symbols.jpg", "jpeg_dht_past_end.jpg"}) {
         try {
             tarko::platform::LoadPicture((tarko::test::data_dir() / "bad" / name).string());
             ADD_FAILURE() << name;
