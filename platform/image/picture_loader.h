@@ -5,7 +5,9 @@
 //    bottom-up or top-down; RLE8 and RLE4 are decoded here (pixels a delta
 //    skips are black). Alpha in 32-bit files is ignored.
 //  - GIF: the first frame only; transparent pixels come out black.
-//  - JPG: baseline and progressive, grey or colour; CMYK is refused.
+//  - JPG: baseline and progressive, grey or colour; CMYK is refused, and so
+//    is a Huffman table of more than 256 symbols (which the decoder would
+//    write past).
 //  - A file whose pixel data stops short is refused (481), not padded.
 //  - Sides up to 16384 and at most 2^26 pixels; larger pictures give 481.
 #pragma once
