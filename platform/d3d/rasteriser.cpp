@@ -273,35 +273,51 @@ void Rasteriser::draw(const DeviceState& state, Long primitive_type, Long fvf, s
     const Long cull_mode = state.render[dx::D3DRENDERSTATE_CULLMODE];
     const int cull = (cull_mode == dx::D3DCULL_CW || cull_mode == dx::D3DCULL_CCW) ? cull_mode : dx::D3DCULL_NONE;
 
-    tris_.clear();
+    constexpr std::size_t kSetupPart = 2048;  // triangles per set-up job
+    const bool parallel_setup = primitive_type == dx::D3DPT_TRIANGLELIST && fill_ == dx::D3DFILL_SOLID &&
+                                pool_->size() > 1 && n / 3 >= 2 * kSetupPart;
+    tri_parts_ = parallel_setup ? (n / 3 + kSetupPart - 1) / kSetupPart : 1;
+    if (tris_.size() < tri_parts_) tris_.resize(tri_parts_);
+    for (std::size_t p = 0; p < tri_parts_; ++p) tris_[p].clear();
+    Tris& out = tris_[0];
     switch (primitive_type) {
     case dx::D3DPT_POINTLIST:
         for (std::size_t i = 0; i < n; ++i)
-            if (const auto* v = at(i)) point(*v);
+            if (const auto* v = at(i)) point(*v, out);
         break;
     case dx::D3DPT_LINELIST:
         for (std::size_t i = 0; i + 1 < n; i += 2) {
             const auto *a = at(i), *b = at(i + 1);
-            if (a && b) line(*a, *b);
+            if (a && b) line(*a, *b, out);
         }
         break;
     case dx::D3DPT_LINESTRIP:
         for (std::size_t i = 0; i + 1 < n; ++i) {
             const auto *a = at(i), *b = at(i + 1);
-            if (a && b) line(*a, *b);
+            if (a && b) line(*a, *b, out);
         }
         break;
     case dx::D3DPT_TRIANGLELIST:
-        for (std::size_t i = 0; i + 2 < n; i += 3) triangle(at(i), at(i + 1), at(i + 2), cull);
+        if (parallel_setup) {
+            // Each part keeps its triangles in order; the parts are binned in order.
+            pool_->run(static_cast<int>(tri_parts_), [&](int part) {
+                const std::size_t first = static_cast<std::size_t>(part) * kSetupPart;
+                const std::size_t last = std::min(first + kSetupPart, n / 3);
+                Tris& mine = tris_[static_cast<std::size_t>(part)];
+                for (std::size_t t = first; t < last; ++t) triangle(at(3 * t), at(3 * t + 1), at(3 * t + 2), cull, mine);
+            });
+        } else {
+            for (std::size_t i = 0; i + 2 < n; i += 3) triangle(at(i), at(i + 1), at(i + 2), cull, out);
+        }
         break;
     case dx::D3DPT_TRIANGLESTRIP:
         // Odd triangles swap their last two vertices to keep the winding; the
         // first vertex stays the one flat shading takes.
         for (std::size_t i = 0; i + 2 < n; ++i)
-            triangle(at(i), at(i + (i & 1 ? 2 : 1)), at(i + (i & 1 ? 1 : 2)), cull);
+            triangle(at(i), at(i + (i & 1 ? 2 : 1)), at(i + (i & 1 ? 1 : 2)), cull, out);
         break;
     case dx::D3DPT_TRIANGLEFAN:
-        for (std::size_t i = 1; i + 1 < n; ++i) triangle(at(i), at(i + 1), at(0), cull);
+        for (std::size_t i = 1; i + 1 < n; ++i) triangle(at(i), at(i + 1), at(0), cull, out);
         break;
     default: break;
     }
@@ -311,7 +327,7 @@ void Rasteriser::draw(const DeviceState& state, Long primitive_type, Long fvf, s
     held_.clear();
 }
 
-void Rasteriser::triangle(const ClipVertex* a, const ClipVertex* b, const ClipVertex* c, int cull) {
+void Rasteriser::triangle(const ClipVertex* a, const ClipVertex* b, const ClipVertex* c, int cull, Tris& out) const {
     if (!a || !b || !c) return;
     if (!a->finite || !b->finite || !c->finite) return;
     if (a->outcode & b->outcode & c->outcode) return;
@@ -323,16 +339,16 @@ void Rasteriser::triangle(const ClipVertex* a, const ClipVertex* b, const ClipVe
         }
         if (fill_ == dx::D3DFILL_POINT) {
             for (const ClipVertex* v : {a, b, c})
-                if (v->outcode == 0) point(*v);
+                if (v->outcode == 0) point(*v, out);
         } else {
-            line(*a, *b);
-            line(*b, *c);
-            line(*c, *a);
+            line(*a, *b, out);
+            line(*b, *c, out);
+            line(*c, *a, out);
         }
         return;
     }
     if ((a->outcode | b->outcode | c->outcode) == 0) {
-        setup(*a, *b, *c, cull, *a);
+        setup(*a, *b, *c, cull, *a, out);
         return;
     }
     // Sutherland-Hodgman against each plane some vertex lies outside of.
@@ -357,12 +373,12 @@ void Rasteriser::triangle(const ClipVertex* a, const ClipVertex* b, const ClipVe
     }
     for (int i = 1; i + 1 < count; ++i) {
         if (!buf[cur][0].finite || !buf[cur][i].finite || !buf[cur][i + 1].finite) continue;
-        setup(buf[cur][0], buf[cur][i], buf[cur][i + 1], cull, *a);
+        setup(buf[cur][0], buf[cur][i], buf[cur][i + 1], cull, *a, out);
     }
 }
 
 void Rasteriser::setup(const ClipVertex& v0, const ClipVertex& v1, const ClipVertex& v2, int cull,
-                       const ClipVertex& provoking) {
+                       const ClipVertex& provoking, Tris& out) const {
     const ClipVertex* v[3] = {&v0, &v1, &v2};
     std::int64_t X[3], Y[3];
     for (int i = 0; i < 3; ++i) {
@@ -445,21 +461,21 @@ void Rasteriser::setup(const ClipVertex& v0, const ClipVertex& v1, const ClipVer
         for (int i = 0; i < 7; ++i) t.flat[i] = provoking.a[static_cast<std::size_t>(src[i])];
         t.flat[7] = 0;
     }
-    tris_.push_back(t);
+    out.push_back(t);
 }
 
-void Rasteriser::point(const ClipVertex& v) {
+void Rasteriser::point(const ClipVertex& v, Tris& out) const {
     if (!v.finite || v.outcode) return;
     // A pixel-sized square around the nearest pixel centre.
     const float px = std::nearbyint(v.sx), py = std::nearbyint(v.sy);
     ClipVertex q[4] = {v, v, v, v};
     const float ox[4] = {-0.5f, 0.5f, 0.5f, -0.5f}, oy[4] = {-0.5f, -0.5f, 0.5f, 0.5f};
     for (int i = 0; i < 4; ++i) q[i].sx = px + ox[i], q[i].sy = py + oy[i];
-    setup(q[0], q[1], q[2], dx::D3DCULL_NONE, v);
-    setup(q[0], q[2], q[3], dx::D3DCULL_NONE, v);
+    setup(q[0], q[1], q[2], dx::D3DCULL_NONE, v, out);
+    setup(q[0], q[2], q[3], dx::D3DCULL_NONE, v, out);
 }
 
-void Rasteriser::line(const ClipVertex& a, const ClipVertex& b) {
+void Rasteriser::line(const ClipVertex& a, const ClipVertex& b, Tris& out) const {
     if (!a.finite || !b.finite || a.outcode || b.outcode) return;
     // A one-pixel-wide quad along the major axis.
     const bool x_major = std::fabs(b.sx - a.sx) >= std::fabs(b.sy - a.sy);
@@ -469,33 +485,34 @@ void Rasteriser::line(const ClipVertex& a, const ClipVertex& b) {
     q[1].sx -= ox, q[1].sy -= oy;
     q[2].sx += ox, q[2].sy += oy;
     q[3].sx += ox, q[3].sy += oy;
-    setup(q[0], q[1], q[2], dx::D3DCULL_NONE, a);
-    setup(q[0], q[2], q[3], dx::D3DCULL_NONE, a);
+    setup(q[0], q[1], q[2], dx::D3DCULL_NONE, a, out);
+    setup(q[0], q[2], q[3], dx::D3DCULL_NONE, a, out);
 }
 
 void Rasteriser::raster_bins() {
-    if (tris_.empty()) return;
+    std::size_t total = 0;
+    for (std::size_t p = 0; p < tri_parts_; ++p) total += tris_[p].size();
+    if (total == 0) return;
     for (int b : busy_bins_) bins_[static_cast<std::size_t>(b)].clear();
     busy_bins_.clear();
     const int shift = 6;  // kTileSize == 64
-    for (std::size_t i = 0; i < tris_.size(); ++i) {
-        const SetupTriangle& t = tris_[i];
-        for (int ty = t.miny >> shift; ty <= t.maxy >> shift; ++ty)
-            for (int tx = t.minx >> shift; tx <= t.maxx >> shift; ++tx) {
-                auto& bin = bins_[static_cast<std::size_t>(ty) * tiles_x_ + tx];
-                if (bin.empty()) busy_bins_.push_back(ty * tiles_x_ + tx);
-                bin.push_back(static_cast<std::uint32_t>(i));
-            }
-    }
+    for (std::size_t p = 0; p < tri_parts_; ++p)
+        for (const SetupTriangle& t : tris_[p])
+            for (int ty = t.miny >> shift; ty <= t.maxy >> shift; ++ty)
+                for (int tx = t.minx >> shift; tx <= t.maxx >> shift; ++tx) {
+                    auto& bin = bins_[static_cast<std::size_t>(ty) * tiles_x_ + tx];
+                    if (bin.empty()) busy_bins_.push_back(ty * tiles_x_ + tx);
+                    bin.push_back(&t);
+                }
     const DrawContext& ctx = ctx_;
     auto run_tile = [&](int job) {
         const int tile = busy_bins_[static_cast<std::size_t>(job)];
         const int tx0 = (tile % tiles_x_) * kTileSize, ty0 = (tile / tiles_x_) * kTileSize;
-        for (std::uint32_t idx : bins_[static_cast<std::size_t>(tile)])
-            ctx.raster(ctx, tris_[idx], tx0, ty0, tx0 + kTileSize, ty0 + kTileSize);
+        for (const SetupTriangle* t : bins_[static_cast<std::size_t>(tile)])
+            ctx.raster(ctx, *t, tx0, ty0, tx0 + kTileSize, ty0 + kTileSize);
     };
     const int jobs = static_cast<int>(busy_bins_.size());
-    if (tris_.size() < 4 && jobs < 4) {
+    if (total < 4 && jobs < 4) {
         for (int j = 0; j < jobs; ++j) run_tile(j);
     } else {
         pool_->run(jobs, run_tile);

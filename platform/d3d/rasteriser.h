@@ -36,10 +36,14 @@ public:
 
 private:
     bool build_context(const DeviceState& state, Long fvf, DrawContext& ctx);
-    void triangle(const ClipVertex* v0, const ClipVertex* v1, const ClipVertex* v2, int cull);
-    void setup(const ClipVertex& v0, const ClipVertex& v1, const ClipVertex& v2, int cull, const ClipVertex& provoking);
-    void point(const ClipVertex& v);
-    void line(const ClipVertex& a, const ClipVertex& b);
+    // Set-up appends to `out`; it only reads the draw's state, so parts of
+    // a triangle list may be set up on several threads at once.
+    using Tris = std::vector<SetupTriangle>;
+    void triangle(const ClipVertex* v0, const ClipVertex* v1, const ClipVertex* v2, int cull, Tris& out) const;
+    void setup(const ClipVertex& v0, const ClipVertex& v1, const ClipVertex& v2, int cull, const ClipVertex& provoking,
+               Tris& out) const;
+    void point(const ClipVertex& v, Tris& out) const;
+    void line(const ClipVertex& a, const ClipVertex& b, Tris& out) const;
     void raster_bins();
 
     DirectDrawSurface7& target_;
@@ -52,8 +56,9 @@ private:
     bool flat_ = false;
     int fill_ = 3;
     std::vector<ClipVertex> verts_;
-    std::vector<SetupTriangle> tris_;
-    std::vector<std::vector<std::uint32_t>> bins_;
+    std::vector<Tris> tris_;       // set-up triangles in submission order, part after part
+    std::size_t tri_parts_ = 0;    // parts of tris_ in use
+    std::vector<std::vector<const SetupTriangle*>> bins_;
     std::vector<int> busy_bins_;
     int tiles_x_ = 0, tiles_y_ = 0;
 };
