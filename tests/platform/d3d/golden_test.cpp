@@ -7,6 +7,7 @@
 // before any fast path existed; a change here means a picture changed.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -275,6 +276,43 @@ TEST(FastPaths, SecondTextureStageMatchesTheGeneralCascadeForEachOperationAndArg
             for (int variant : {1, 2})
                 EXPECT_EQ(textured_pair(variant, false, op, swap), textured_pair(variant, true, op, swap))
                     << "op " << op << (swap ? " current first" : " texture first") << " variant " << variant;
+}
+
+// Triangle lists of more than two set-up parts (2048 triangles each) are set
+// up on several threads: culled, clipped (through the near plane), rejected
+// (index out of range) and degenerate triangles must still come out in
+// submission order, so later triangles win where they overlap.
+TEST(ParallelSetUp, LongListsDrawTheSamePictureOnEveryThreadCount) {
+    std::vector<D3DVERTEX> v;
+    std::vector<Integer> idx;
+    std::uint32_t seed = 4242;
+    auto rnd = [&seed] { seed = seed * 1664525u + 1013904223u; return static_cast<float>(seed >> 8) / 16777216.0f; };
+    for (int i = 0; i < 3000; ++i)
+        v.push_back(vtx(rnd() * 16 - 8, rnd() * 12 - 6, rnd() * 14 - 1.5f, 0, 0, -1, rnd() * 4, rnd() * 4));
+    for (int i = 0; i < 3 * 7000; ++i) idx.push_back(static_cast<Integer>(rnd() * 2999.0f));
+    idx[3 * 2500 + 1] = 3000;            // past the vertices: that triangle is skipped
+    idx[3 * 5000 + 2] = idx[3 * 5000];   // degenerate
+    std::vector<std::uint32_t> first;
+    for (int threads : {1, 2, 3, 4}) {
+        Scene s(96, 72, PixelFormat::x8r8g8b8(), 16);
+        s.dev->set_thread_count(threads);
+        s.dev->setRenderState(dx::D3DRENDERSTATE_CULLMODE, dx::D3DCULL_CCW);
+        s.dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 0);
+        s.dev->setRenderState(dx::D3DRENDERSTATE_ZENABLE, 0);  // overlap order decides each pixel
+        s.dev->setTexture(0, make_texture(8, 8, pattern(8, 8, false, 1)));
+        s.dev->setTransform(dx::D3DTRANSFORMSTATE_WORLD, identity());
+        s.dev->setTransform(dx::D3DTRANSFORMSTATE_VIEW, identity());
+        s.dev->setTransform(dx::D3DTRANSFORMSTATE_PROJECTION, camera_projection(96, 72));
+        s.dev->drawIndexedPrimitive(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_VERTEX, std::span(v), static_cast<Long>(v.size()),
+                                    std::span(idx), static_cast<Long>(idx.size()), 0);
+        if (first.empty()) {
+            first = s.pixels();
+            // Most of the picture is drawn (the clear colour is black).
+            EXPECT_LT(std::count(first.begin(), first.end(), 0u), static_cast<std::ptrdiff_t>(first.size() / 4));
+        } else {
+            EXPECT_EQ(s.pixels(), first) << threads << " threads";
+        }
+    }
 }
 
 }  // namespace
