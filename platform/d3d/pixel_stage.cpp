@@ -351,7 +351,12 @@ inline I4 read_depth(const DrawContext& ctx, int x, int y, int mask, bool inside
         std::int32_t v[4] = {0, 0, 0, 0};
         std::uint16_t p[4] = {0, 0, 0, 0};
         if (inside) {
+#if TARKO_D3D_SSE2
+            const __m128i four = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + x * 2));
+            return I4(_mm_unpacklo_epi16(four, _mm_setzero_si128()));
+#else
             std::memcpy(p, row + x * 2, 8);
+#endif
         } else {
             for (int i = 0; i < 4; ++i)
                 if (mask & (1 << i)) std::memcpy(&p[i], row + (x + i) * 2, 2);
@@ -373,10 +378,20 @@ inline I4 read_depth(const DrawContext& ctx, int x, int y, int mask, bool inside
 }
 
 template <DepthKind D>
-inline void write_depth(const DrawContext& ctx, int x, int y, int mask, I4 z) {
+inline void write_depth(const DrawContext& ctx, int x, int y, int mask, bool inside, I4 z) {
     std::uint8_t* row = ctx.depth + static_cast<std::ptrdiff_t>(y) * ctx.depth_pitch;
     alignas(16) std::int32_t out[4];
     if constexpr (D == DepthKind::Z16) {
+#if TARKO_D3D_SSE2
+        if (inside && mask == 15) {
+            // The low halves of the four lanes, side by side.
+            __m128i v = _mm_shufflelo_epi16(z.v, _MM_SHUFFLE(3, 3, 2, 0));
+            v = _mm_shufflehi_epi16(v, _MM_SHUFFLE(3, 3, 2, 0));
+            v = _mm_shuffle_epi32(v, _MM_SHUFFLE(3, 3, 2, 0));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(row + x * 2), v);
+            return;
+        }
+#endif
         z.store(out);
         for (int i = 0; i < 4; ++i)
             if (mask & (1 << i)) {
@@ -384,7 +399,12 @@ inline void write_depth(const DrawContext& ctx, int x, int y, int mask, I4 z) {
                 std::memcpy(row + (x + i) * 2, &p, 2);
             }
     } else {
-        (ctx.depth_shift ? shl<8>(z) : z).store(out);
+        const I4 raw = ctx.depth_shift ? shl<8>(z) : z;
+        if (inside && mask == 15) {
+            raw.store(row + x * 4);
+            return;
+        }
+        raw.store(out);
         for (int i = 0; i < 4; ++i)
             if (mask & (1 << i)) std::memcpy(row + (x + i) * 4, &out[i], 4);
     }
@@ -520,7 +540,7 @@ TARKO_D3D_INLINE void shade_group(const DrawContext& ctx, const SetupTriangle& t
     }
     write_target<T>(ctx, x, y, mask, inside, colour);
     if constexpr (D != DepthKind::None) {
-        if (ctx.z_write) write_depth<D>(ctx, x, y, mask, zq);
+        if (ctx.z_write) write_depth<D>(ctx, x, y, mask, inside, zq);
     }
 }
 
