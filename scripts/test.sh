@@ -43,6 +43,9 @@ if command -v xvfb-run >/dev/null; then
   xvfb-run -a -s "-screen 0 1024x768x24" "$ROOT/build/examples/demo/tarko_demo" --frames 60 \
     --out "$ROOT/build/demo-xvfb"
   test -s "$ROOT/build/demo-xvfb/console.png"
+  # Screenshot of the window: the demo writes what its window shows.
+  test -s "$ROOT/build/demo-xvfb/frame_0030.png"
+  echo "window screenshot: $ROOT/build/demo-xvfb/frame_0030.png"
 fi
 
 echo "== tests"
