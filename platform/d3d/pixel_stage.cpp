@@ -4,6 +4,7 @@
 // format and texture cascade, the rest are branches that stay the same for a
 // whole draw.
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "platform/constants.h"
@@ -411,7 +412,7 @@ inline void write_depth(const DrawContext& ctx, int x, int y, int mask, bool ins
 }
 
 template <TargetKind T, DepthKind D, CascadeKind K>
-TARKO_D3D_INLINE void shade_group(const DrawContext& ctx, const SetupTriangle& t, int x, int y,
+TARKO_D3D_INLINE void shade_group(const DrawContext& ctx, const SetupTriangle& t, const F4* fixed_w, int x, int y,
                                   I4 cover) {
     const int xs = ctx.scissor.x0, xe = ctx.scissor.x1;
     const bool inside = x >= xs && x + 3 < xe;
@@ -430,7 +431,9 @@ TARKO_D3D_INLINE void shade_group(const DrawContext& ctx, const SetupTriangle& t
         }
     }
 
-    const F4 w = F4(1.0f) / plane_at(t.p[kPlaneRhw], dx, dy);
+    // Screen-space triangles often have one rhw for all three vertices: then
+    // c + 0 dx + 0 dy is c exactly (c non-zero) and its reciprocal is taken once.
+    const F4 w = fixed_w ? *fixed_w : F4(1.0f) / plane_at(t.p[kPlaneRhw], dx, dy);
     Inputs in;
     if (t.is_flat) {
         in.diffuse = C4{F4(t.flat[0]), F4(t.flat[1]), F4(t.flat[2]), F4(t.flat[3])};
@@ -553,6 +556,9 @@ void raster_triangle(const DrawContext& ctx, const SetupTriangle& t, int tx0, in
     const int ys = std::max(t.miny, ty0), ye = std::min(t.maxy, ty1 - 1);
     if (xs > xe || ys > ye) return;
     const int gx0 = xs & ~3;  // tiles start on multiples of 4, so this stays in the tile
+    const Plane& rhw = t.p[kPlaneRhw];
+    const F4 w_once = F4(1.0f) / F4(rhw.c);
+    const F4* fixed_w = rhw.dx == 0.0f && rhw.dy == 0.0f && std::isnormal(rhw.c) ? &w_once : nullptr;
     std::int32_t a16[3], b16[3];
     for (int k = 0; k < 3; ++k) a16[k] = t.a[k] * 16, b16[k] = t.b[k] * 16;
     const I4 lane = I4::set(0, 1, 2, 3);
@@ -582,7 +588,7 @@ void raster_triangle(const DrawContext& ctx, const SetupTriangle& t, int tx0, in
             I4 e2 = I4(e[2]) + mul_lo(lane, I4(a16[2]));
             for (int j = 0; j < rows; ++j) {
                 const I4 cover = full ? cols : andnot(sar<31>(e0 | e1 | e2), cols);
-                if (movemask(cover)) shade_group<T, D, K>(ctx, t, bx, by + j, cover);
+                if (movemask(cover)) shade_group<T, D, K>(ctx, t, fixed_w, bx, by + j, cover);
                 e0 = e0 + I4(b16[0]);
                 e1 = e1 + I4(b16[1]);
                 e2 = e2 + I4(b16[2]);
