@@ -1,6 +1,8 @@
 // Shared test helpers.
 #include "support/test_support.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 
 #include "runtime/errors.h"
@@ -22,7 +24,8 @@ std::int32_t error_of(const std::function<void()>& f) {
 }
 
 std::filesystem::path scratch_dir(const std::string& name) {
-    auto dir = std::filesystem::temp_directory_path() / "tarko-tests" / name;
+    // ctest runs tests as parallel processes: each gets folders of its own.
+    auto dir = std::filesystem::temp_directory_path() / "tarko-tests" / (name + "-" + std::to_string(getpid()));
     std::error_code ec;
     std::filesystem::remove_all(dir, ec);
     std::filesystem::create_directories(dir);
