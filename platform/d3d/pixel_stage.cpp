@@ -68,14 +68,32 @@ inline I4 wrap_index(I4 i, int n) {
 // register: the four texels are weighted across, then down, rounding at each
 // step (w = 256 - x on the left texel, x on the right; all sums stay below
 // 65536, so the 16-bit lanes never wrap).
-TARKO_D3D_INLINE I4 bilinear_texels(const std::uint32_t* tex, I4 i00, I4 i10, I4 i01, I4 i11, F4 ax, F4 ay) {
-    alignas(16) std::int32_t idx[16];
-    i00.store(idx), i10.store(idx + 4), i01.store(idx + 8), i11.store(idx + 12);
-    const auto at = [tex, &idx](int k) { return static_cast<int>(tex[idx[k]]); };
-    const __m128i t00 = _mm_setr_epi32(at(0), at(1), at(2), at(3));
-    const __m128i t10 = _mm_setr_epi32(at(4), at(5), at(6), at(7));
-    const __m128i t01 = _mm_setr_epi32(at(8), at(9), at(10), at(11));
-    const __m128i t11 = _mm_setr_epi32(at(12), at(13), at(14), at(15));
+// `adjacent`: every right-hand texel follows its left-hand one in memory (no
+// lane wraps across the texture's edge), so each pair is one 8-byte read.
+TARKO_D3D_INLINE I4 bilinear_texels(const std::uint32_t* tex, I4 i00, I4 i10, I4 i01, I4 i11, F4 ax, F4 ay,
+                                    bool adjacent) {
+    __m128i t00, t10, t01, t11;
+    if (adjacent) {
+        alignas(16) std::int32_t idx[8];
+        i00.store(idx), i01.store(idx + 4);
+        const auto pair = [tex, &idx](int k) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(tex + idx[k])); };
+        const auto split = [&pair](int k, __m128i& left, __m128i& right) {
+            const __m128i a = _mm_unpacklo_epi32(pair(k), pair(k + 1));      // l0 l1 r0 r1
+            const __m128i b = _mm_unpacklo_epi32(pair(k + 2), pair(k + 3));  // l2 l3 r2 r3
+            left = _mm_unpacklo_epi64(a, b);
+            right = _mm_unpackhi_epi64(a, b);
+        };
+        split(0, t00, t10);
+        split(4, t01, t11);
+    } else {
+        alignas(16) std::int32_t idx[16];
+        i00.store(idx), i10.store(idx + 4), i01.store(idx + 8), i11.store(idx + 12);
+        const auto at = [tex, &idx](int k) { return static_cast<int>(tex[idx[k]]); };
+        t00 = _mm_setr_epi32(at(0), at(1), at(2), at(3));
+        t10 = _mm_setr_epi32(at(4), at(5), at(6), at(7));
+        t01 = _mm_setr_epi32(at(8), at(9), at(10), at(11));
+        t11 = _mm_setr_epi32(at(12), at(13), at(14), at(15));
+    }
     const __m128i zero = _mm_setzero_si128(), half = _mm_set1_epi16(128), full = _mm_set1_epi16(256);
     // Weights spread to the four channels of each pixel: lanes 0-3 pixel 0 (2), 4-7 pixel 1 (3).
     const auto spread = [](I4 w, __m128i& lo, __m128i& hi) {
@@ -125,7 +143,8 @@ TARKO_D3D_INLINE C4 sample(const Texture* t, bool bilinear, F4 u, F4 v) {
         ra = mul_lo(wrap_index(y0, h), I4(w)), rb = mul_lo(wrap_index(y0 + I4(1), h), I4(w));
     }
 #if TARKO_D3D_SSE2
-    return unpack_argb(bilinear_texels(tex, ra + xa, ra + xb, rb + xa, rb + xb, ax, ay));
+    const bool adjacent = movemask(cmpeq(xa, I4(w - 1))) == 0;  // then xb = xa + 1 in every lane
+    return unpack_argb(bilinear_texels(tex, ra + xa, ra + xb, rb + xa, rb + xb, ax, ay, adjacent));
 #else
     const C4 c00 = unpack_argb(gather(tex, ra + xa)), c10 = unpack_argb(gather(tex, ra + xb));
     const C4 c01 = unpack_argb(gather(tex, rb + xa)), c11 = unpack_argb(gather(tex, rb + xb));
