@@ -584,18 +584,26 @@ void raster_triangle(const DrawContext& ctx, const SetupTriangle& t, int tx0, in
 
     for (int by = ys; by <= ye; by += 4) {
         const int rows = std::min(4, ye - by + 1);
+        // Edge values at each block's top-left pixel step along the row (exact
+        // in 64 bits); the block's extremes are fixed offsets from them.
+        std::int64_t edge[3], step[3], hi_off[3], lo_off[3];
+        for (int k = 0; k < 3; ++k) {
+            edge[k] = static_cast<std::int64_t>(t.a[k]) * (gx0 * 16) + static_cast<std::int64_t>(t.b[k]) * (by * 16) +
+                      t.c[k];
+            step[k] = static_cast<std::int64_t>(t.a[k]) * 64;
+            const std::int64_t ax = static_cast<std::int64_t>(a16[k]) * 3;
+            const std::int64_t byy = static_cast<std::int64_t>(b16[k]) * (rows - 1);
+            hi_off[k] = std::max<std::int64_t>(ax, 0) + std::max<std::int64_t>(byy, 0);
+            lo_off[k] = std::min<std::int64_t>(ax, 0) + std::min<std::int64_t>(byy, 0);
+        }
         for (int bx = gx0; bx <= xe; bx += 4) {
             std::int32_t e[3];
             bool full = true, reject = false;
             for (int k = 0; k < 3; ++k) {
-                const std::int64_t e0 = static_cast<std::int64_t>(t.a[k]) * (bx * 16) +
-                                        static_cast<std::int64_t>(t.b[k]) * (by * 16) + t.c[k];
-                const std::int64_t ax = static_cast<std::int64_t>(a16[k]) * 3;
-                const std::int64_t byy = static_cast<std::int64_t>(b16[k]) * (rows - 1);
-                const std::int64_t hi = e0 + std::max<std::int64_t>(ax, 0) + std::max<std::int64_t>(byy, 0);
-                const std::int64_t lo = e0 + std::min<std::int64_t>(ax, 0) + std::min<std::int64_t>(byy, 0);
-                if (hi < 0) reject = true;
-                if (lo < 0) full = false;
+                const std::int64_t e0 = edge[k];
+                edge[k] += step[k];
+                if (e0 + hi_off[k] < 0) reject = true;
+                if (e0 + lo_off[k] < 0) full = false;
                 e[k] = static_cast<std::int32_t>(std::clamp(e0, -kClampEdge, kClampEdge));
             }
             if (reject) continue;
