@@ -87,7 +87,8 @@ Long RGB(double r, double g, double b) {
 }
 
 // Formats with `digits` significant digits the way the runtime prints numbers:
-// plain notation while the exponent allows it, "1.5E+16" beyond.
+// plain notation while the exponent allows it, "1.5E+16" beyond. Built with
+// append/insert: gcc 12 at -O3 misreads literal + string as an overlapping copy.
 static std::string format_number(double x, int digits) {
     if (std::isnan(x)) return "NaN";
     if (std::isinf(x)) return x < 0 ? "-Infinity" : "Infinity";
@@ -109,7 +110,7 @@ static std::string format_number(double x, int digits) {
     std::string out;
     if (exponent >= digits || exponent < -digits) {
         out = digits_only.substr(0, 1);
-        if (digits_only.size() > 1) out += "." + digits_only.substr(1);
+        if (digits_only.size() > 1) out.append(".").append(digits_only, 1);
         char eb[16];
         std::snprintf(eb, sizeof eb, "E%c%02d", exponent < 0 ? '-' : '+', std::abs(exponent));
         out += eb;
@@ -118,18 +119,19 @@ static std::string format_number(double x, int digits) {
         if (digits_only.size() <= int_len) {
             out = digits_only + std::string(int_len - digits_only.size(), '0');
         } else {
-            out = digits_only.substr(0, int_len) + "." + digits_only.substr(int_len);
+            out = digits_only.substr(0, int_len);
+            out.append(".").append(digits_only, int_len);
         }
     } else {
-        out = "." + std::string(static_cast<std::size_t>(-exponent - 1), '0') + digits_only;
+        out.assign(".").append(static_cast<std::size_t>(-exponent - 1), '0').append(digits_only);
     }
-    return negative ? "-" + out : out;
+    return negative ? out.insert(0, 1, '-') : out;
 }
 
 std::string CStr(double x) { return format_number(x, 15); }
 std::string CStrSingle(float x) { return format_number(static_cast<double>(x), 7); }
-std::string Str(double x) { return x < 0 ? CStr(x) : " " + CStr(x); }
-std::string StrSingle(float x) { return x < 0 ? CStrSingle(x) : " " + CStrSingle(x); }
+std::string Str(double x) { return x < 0 ? CStr(x) : CStr(x).insert(0, 1, ' '); }
+std::string StrSingle(float x) { return x < 0 ? CStrSingle(x) : CStrSingle(x).insert(0, 1, ' '); }
 
 std::string Hex(Long x) {
     char buf[16];
