@@ -70,7 +70,8 @@ PictureRoad road_for_name(const std::string& file_name) {
 }
 
 bool loads_by_stretching(const std::string& file_name) {
-    const std::string last = ascii_upper(file_name.substr(file_name.size() - std::min<std::size_t>(3, file_name.size())));
+    const std::size_t keep = std::min<std::size_t>(3, file_name.size());
+    const std::string last = ascii_upper(file_name.substr(file_name.size() - keep));
     return last == "JPG" || last == "GIF";
 }
 

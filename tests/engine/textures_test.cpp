@@ -333,12 +333,14 @@ TEST_F(Textures, CreateTextureGivesABlankSurfaceWhenTheFileFails) {
 TEST_F(Textures, CreateTextureTakesTheFirstFormatWithoutFourCCWhateverItsDepthOrAlpha) {
     open();
     {
-        platform::ScopedProfile p(with_texture_formats({dxt1(), PixelFormat::a8r8g8b8().dd(), PixelFormat::r5g6b5().dd()}));
+        platform::ScopedProfile p(
+            with_texture_formats({dxt1(), PixelFormat::a8r8g8b8().dd(), PixelFormat::r5g6b5().dd()}));
         EXPECT_EQ(engine.CreateTexture("", 8, 8)->format(), PixelFormat::a8r8g8b8());
     }
     {
         // A bump format listed first is taken as well: the list's order decides.
-        platform::ScopedProfile p(with_texture_formats({PixelFormat::bump_du_dv_8_8().dd(), PixelFormat::r5g6b5().dd()}));
+        platform::ScopedProfile p(
+            with_texture_formats({PixelFormat::bump_du_dv_8_8().dd(), PixelFormat::r5g6b5().dd()}));
         EXPECT_TRUE(engine.CreateTexture("", 8, 8)->format().is_bump());
     }
     EXPECT_TRUE(services.messages().empty());
@@ -649,7 +651,8 @@ TEST_F(Textures, KreateSurfaceFromFileGivesNothingOnAnyFailure) {
 
 TEST_F(Textures, TextureExCopiesABitmapOfTheSameSizeExactly) {
     open();
-    const Pixels picture = {kRed, kGreen, kBlue, kWhite, kBlack, 0xFFFF00, kBlue, kGreen, kRed, 0x00FFFF, kWhite, kBlack};
+    const Pixels picture = {kRed,  kGreen, kBlue, kWhite,   kBlack, 0xFFFF00,
+                            kBlue, kGreen, kRed,  0x00FFFF, kWhite, kBlack};
     auto t = engine.CreateTextureEX(file("six.bmp", bmp24(6, 2, picture)), 6, 2);
     ASSERT_TRUE(t);
     Pixels expected;
@@ -717,6 +720,16 @@ TEST_F(Textures, TextureExFailuresBeforeTheTgaRoadGoToTheCaller) {
     EXPECT_EQ(error_of([&] { engine.CreateTextureEX(file("four.pcx", four_bit), 8, 8); }), err::ObjectNotSet);
     ASSERT_EQ(services.messages().size(), 1u);
     EXPECT_EQ(services.messages()[0].text, "Sorry, can't load that pcx file!");
+    // Hostile headers: a 65535 x 65535 TGA passes the pixel limit (7); a PCX whose
+    // width 32767 - (-32768) + 1 = 65536 leaves a 16-bit number (6).
+    Bytes huge = tga24(1, 1, {kRed});
+    put16(huge, 12, 65535);
+    put16(huge, 14, 65535);
+    EXPECT_EQ(error_of([&] { engine.CreateTextureEX(file("huge.tga", huge), 8, 8); }), err::OutOfMemory);
+    Bytes wide = pcx8(2, 1, {1, 2}, {});
+    put16(wide, 4, 0x8000);
+    put16(wide, 8, 0x7FFF);
+    EXPECT_EQ(error_of([&] { engine.CreateTextureEX(file("wide.pcx", wide), 8, 8); }), err::Overflow);
     // Zero sizes: CreateTexture makes 256 x 256, but no bitmap of 0 x 0 exists to copy.
     const auto bmp = file("b.bmp", bmp24(2, 2, Pixels(4, kRed)));
     EXPECT_EQ(error_of([&] { engine.CreateTextureEX(bmp, 0, 0); }), err::ObjectNotSet);
@@ -771,6 +784,23 @@ TEST_F(Textures, ReloadingAFileMakesANewTextureWithTheSamePixels) {
     file("again.bmp", bmp24(2, 2, Pixels(4, kBlack)));
     EXPECT_EQ(raw_pixels(*engine.CreateTextureEX(name, 2, 2)), Pixels(4, 0));
     EXPECT_EQ(raw_pixels(*first)[0], 0xF800u);
+}
+
+TEST_F(Textures, NegativeSizesAreRefusedWithoutACrash) {
+    open();
+    const auto bmp = file("n.bmp", bmp24(2, 2, Pixels(4, kRed)));
+    EXPECT_EQ(error_of([&] { engine.CreateTextureEX(bmp, -4, 4); }), platform::DDERR_INVALIDPARAMS);
+    EXPECT_EQ(error_of([&] { engine.CreateTexture_ALPHA("", D3DTEXTR_TRANSPARENTWHITE, -3, 3); }),
+              platform::DDERR_INVALIDPARAMS);
+    EXPECT_EQ(error_of([&] { engine.CreateTexture_BUMPmap("", 2, -2); }), platform::DDERR_INVALIDPARAMS);
+    EXPECT_FALSE(engine.LoadSimpleTexture("", -1, -1));
+    DDSURFACEDESC2 d;
+    d.lWidth = -5;
+    EXPECT_FALSE(engine.KreateSurfaceFromFile(bmp, d));
+    // The file's surface fails on the size, and so does the blank one: Nothing.
+    Ref<DirectDrawSurface7> t;
+    EXPECT_EQ(error_of([&] { t = engine.CreateTexture(bmp, -8, 8); }), 0);
+    EXPECT_FALSE(t);
 }
 
 // ---- a frame
