@@ -138,6 +138,9 @@ public:
     // Worker threads of the rasteriser (0 = all cores, the default); pictures
     // are identical bit for bit for every count.
     void set_thread_count(int threads);
+    // Off: every draw goes through the general texture cascade and blend
+    // (the pictures must not change; tests compare the two).
+    void set_fast_paths(bool on);
     int draw_calls() const { return draw_calls_; }
 
 private:

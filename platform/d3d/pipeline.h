@@ -124,11 +124,14 @@ struct DrawContext {
     int alpha_ref = 0;
     bool blend = false;
     int src_blend = 2, dest_blend = 1;
+    bool blend_over = false;       // source alpha over inverse source alpha, done directly
     bool fog = false;
-    float fog_colour[3] = {0, 0, 0};
+    W2 fog_colour{0};              // widened A8R8G8B8
+    W2 alpha_lanes{0};             // 255 in each pixel's alpha lane, 0 elsewhere
     bool specular = false;
     bool colour_key = false;       // discard texels that matched the key
-    float tfactor[4] = {1, 1, 1, 1};
+    bool modulate_alpha = false;   // stage 0 multiplies the texture's alpha by the diffuse alpha
+    std::uint32_t tfactor = 0xFFFFFFFFu;
 
     using RasterFn = void (*)(const DrawContext&, const SetupTriangle&, int tile_x0, int tile_y0, int tile_x1,
                               int tile_y1);
@@ -153,8 +156,8 @@ struct SetupTriangle {
     int minx, miny, maxx, maxy;  // pixel bounds, inclusive, within the scissor
     float ref_x, ref_y;          // planes are taken relative to this point
     Plane p[kPlaneCount];
-    float flat[8];               // flat shading: diffuse rgba, specular rgb, unused
-    bool is_flat;
+    float flat[8];               // diffuse rgba, specular rgb, unused: for flat shading or
+    bool is_flat;                // when the three vertices share their colours
 };
 
 // Picks the pixel routine instantiated for this state combination.

@@ -38,6 +38,13 @@ inline C4 unpack_argb(I4 t) {
     return c;
 }
 
+inline I4 quantise(F4 c) { return to_int_round(clamp01(c) * F4(255.0f)); }
+inline I4 pack_argb(I4 r, I4 g, I4 b, I4 a) { return shl<24>(a) | shl<16>(r) | shl<8>(g) | b; }
+inline I4 pack(const C4& c) { return pack_argb(quantise(c.r), quantise(c.g), quantise(c.b), quantise(c.a)); }
+inline I4 alpha_byte(I4 p) { return shr<24>(p); }
+// The colour channels of `rgb` with the alpha of `a`.
+inline I4 with_alpha_of(I4 rgb, I4 a) { return (rgb & I4(0x00FFFFFF)) | (a & I4(static_cast<std::int32_t>(0xFF000000u))); }
+
 inline I4 clamp_index(I4 i, int n) {
     i = select(cmplt(i, I4(0)), I4(0), i);
     return select(cmpgt(i, I4(n - 1)), I4(n - 1), i);
@@ -63,62 +70,42 @@ inline I4 wrap_index(I4 i, int n) {
     return clamp_index(i, n);
 }
 
-#if TARKO_D3D_SSE2
-// Bilinear filtering with 8-bit weights on 16-bit lanes, two pixels to a
-// register: the four texels are weighted across, then down, rounding at each
-// step (w = 256 - x on the left texel, x on the right; all sums stay below
-// 65536, so the 16-bit lanes never wrap).
-// `adjacent`: every right-hand texel follows its left-hand one in memory (no
-// lane wraps across the texture's edge), so each pair is one 8-byte read.
+// round((a (256 - w) + b w) / 256) on 8-bit channels with 8-bit weights; the
+// sums stay below 65536.
+inline W2 lerp256(W2 a, W2 b, W2 w) { return shr<8>(a * (W2(256) - w) + b * w + W2(128)); }
+
+// Bilinear filtering: the four texels are weighted across, then down, with
+// weights in 1/256 (256 - x on the left texel, x on the right), rounding at
+// each step. `adjacent`: every right-hand texel follows its left-hand one in
+// memory (no lane wraps across the texture's edge), so each pair is one read.
 TARKO_D3D_INLINE I4 bilinear_texels(const std::uint32_t* tex, I4 i00, I4 i10, I4 i01, I4 i11, F4 ax, F4 ay,
-                                    bool adjacent) {
-    __m128i t00, t10, t01, t11;
+                                    [[maybe_unused]] bool adjacent) {
+    I4 t00, t10, t01, t11;
+#if TARKO_D3D_SSE2
     if (adjacent) {
         alignas(16) std::int32_t idx[8];
         i00.store(idx), i01.store(idx + 4);
         const auto pair = [tex, &idx](int k) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(tex + idx[k])); };
-        const auto split = [&pair](int k, __m128i& left, __m128i& right) {
+        const auto split = [&pair](int k, I4& left, I4& right) {
             const __m128i a = _mm_unpacklo_epi32(pair(k), pair(k + 1));      // l0 l1 r0 r1
             const __m128i b = _mm_unpacklo_epi32(pair(k + 2), pair(k + 3));  // l2 l3 r2 r3
-            left = _mm_unpacklo_epi64(a, b);
-            right = _mm_unpackhi_epi64(a, b);
+            left = I4(_mm_unpacklo_epi64(a, b));
+            right = I4(_mm_unpackhi_epi64(a, b));
         };
         split(0, t00, t10);
         split(4, t01, t11);
-    } else {
-        alignas(16) std::int32_t idx[16];
-        i00.store(idx), i10.store(idx + 4), i01.store(idx + 8), i11.store(idx + 12);
-        const auto at = [tex, &idx](int k) { return static_cast<int>(tex[idx[k]]); };
-        t00 = _mm_setr_epi32(at(0), at(1), at(2), at(3));
-        t10 = _mm_setr_epi32(at(4), at(5), at(6), at(7));
-        t01 = _mm_setr_epi32(at(8), at(9), at(10), at(11));
-        t11 = _mm_setr_epi32(at(12), at(13), at(14), at(15));
-    }
-    const __m128i zero = _mm_setzero_si128(), half = _mm_set1_epi16(128), full = _mm_set1_epi16(256);
-    // Weights spread to the four channels of each pixel: lanes 0-3 pixel 0 (2), 4-7 pixel 1 (3).
-    const auto spread = [](I4 w, __m128i& lo, __m128i& hi) {
-        const __m128i p = _mm_packs_epi32(w.v, w.v);
-        const __m128i q = _mm_unpacklo_epi16(p, p);
-        lo = _mm_unpacklo_epi32(q, q);
-        hi = _mm_unpackhi_epi32(q, q);
-    };
-    __m128i wx_lo, wx_hi, wy_lo, wy_hi;
-    spread(to_int_round(ax * F4(256.0f)), wx_lo, wx_hi);
-    spread(to_int_round(ay * F4(256.0f)), wy_lo, wy_hi);
-    const auto lerp = [&](__m128i a, __m128i b, __m128i w) {
-        const __m128i s = _mm_add_epi16(_mm_mullo_epi16(a, _mm_sub_epi16(full, w)), _mm_mullo_epi16(b, w));
-        return _mm_srli_epi16(_mm_add_epi16(s, half), 8);
-    };
-    const __m128i lo = lerp(lerp(_mm_unpacklo_epi8(t00, zero), _mm_unpacklo_epi8(t10, zero), wx_lo),
-                            lerp(_mm_unpacklo_epi8(t01, zero), _mm_unpacklo_epi8(t11, zero), wx_lo), wy_lo);
-    const __m128i hi = lerp(lerp(_mm_unpackhi_epi8(t00, zero), _mm_unpackhi_epi8(t10, zero), wx_hi),
-                            lerp(_mm_unpackhi_epi8(t01, zero), _mm_unpackhi_epi8(t11, zero), wx_hi), wy_hi);
-    return I4(_mm_packus_epi16(lo, hi));
-}
+    } else
 #endif
+    {
+        t00 = gather(tex, i00), t10 = gather(tex, i10), t01 = gather(tex, i01), t11 = gather(tex, i11);
+    }
+    const W2 wx = spread(to_int_round(ax * F4(256.0f))), wy = spread(to_int_round(ay * F4(256.0f)));
+    return narrow(lerp256(lerp256(widen(t00), widen(t10), wx), lerp256(widen(t01), widen(t11), wx), wy));
+}
 
-TARKO_D3D_INLINE C4 sample(const Texture* t, bool bilinear, F4 u, F4 v) {
-    if (!t) return C4{F4(1.0f), F4(1.0f), F4(1.0f), F4(1.0f)};  // no texture reads opaque white
+// Four texels as packed A8R8G8B8.
+TARKO_D3D_INLINE I4 sample(const Texture* t, bool bilinear, F4 u, F4 v) {
+    if (!t) return I4(-1);  // no texture reads opaque white
     const int w = t->width, h = t->height;
     const std::uint32_t* tex = t->texels.data();
     const F4 fu = wrap01(u) * F4(static_cast<float>(w));
@@ -126,7 +113,7 @@ TARKO_D3D_INLINE C4 sample(const Texture* t, bool bilinear, F4 u, F4 v) {
     if (!bilinear || t->bump) {
         const I4 ix = clamp_index(to_int_trunc(fu), w);
         const I4 iy = clamp_index(to_int_trunc(fv), h);
-        return unpack_argb(gather(tex, t->pow2 ? shl_var(iy, t->width_shift) + ix : mul_lo(iy, I4(w)) + ix));
+        return gather(tex, t->pow2 ? shl_var(iy, t->width_shift) + ix : mul_lo(iy, I4(w)) + ix);
     }
     const F4 tx = fu - F4(0.5f), ty = fv - F4(0.5f);
     const F4 x0f = floor4(tx), y0f = floor4(ty);
@@ -142,30 +129,17 @@ TARKO_D3D_INLINE C4 sample(const Texture* t, bool bilinear, F4 u, F4 v) {
         xa = wrap_index(x0, w), xb = wrap_index(x0 + I4(1), w);
         ra = mul_lo(wrap_index(y0, h), I4(w)), rb = mul_lo(wrap_index(y0 + I4(1), h), I4(w));
     }
-#if TARKO_D3D_SSE2
     const bool adjacent = movemask(cmpeq(xa, I4(w - 1))) == 0;  // then xb = xa + 1 in every lane
-    return unpack_argb(bilinear_texels(tex, ra + xa, ra + xb, rb + xa, rb + xb, ax, ay, adjacent));
-#else
-    const C4 c00 = unpack_argb(gather(tex, ra + xa)), c10 = unpack_argb(gather(tex, ra + xb));
-    const C4 c01 = unpack_argb(gather(tex, rb + xa)), c11 = unpack_argb(gather(tex, rb + xb));
-    auto lerp2 = [&](F4 p00, F4 p10, F4 p01, F4 p11) {
-        const F4 top = p00 + (p10 - p00) * ax;
-        const F4 bot = p01 + (p11 - p01) * ax;
-        return top + (bot - top) * ay;
-    };
-    return C4{lerp2(c00.r, c10.r, c01.r, c11.r), lerp2(c00.g, c10.g, c01.g, c11.g),
-              lerp2(c00.b, c10.b, c01.b, c11.b), lerp2(c00.a, c10.a, c01.a, c11.a)};
-#endif
+    return bilinear_texels(tex, ra + xa, ra + xb, rb + xa, rb + xb, ax, ay, adjacent);
 }
 
-// Bump texel as signed du, dv in -1..1 (r holds du, g dv after unpacking).
-inline void bump_values(const C4& c, F4& du, F4& dv) {
-    // unpack_argb put the low byte (du) in b and the next (dv) in g.
-    const I4 bu = to_int_round(c.b * F4(255.0f)), bv = to_int_round(c.g * F4(255.0f));
-    du = to_float(sar<24>(shl<24>(bu))) * F4(1.0f / 128.0f);
-    dv = to_float(sar<24>(shl<24>(bv))) * F4(1.0f / 128.0f);
+// Bump texel as signed du, dv in -1..1: du is the low byte, dv the next.
+inline void bump_values(I4 texel, F4& du, F4& dv) {
+    du = to_float(sar<24>(shl<24>(texel))) * F4(1.0f / 128.0f);
+    dv = to_float(sar<24>(shl<16>(texel))) * F4(1.0f / 128.0f);
 }
 
+// Stage arguments of the general cascade, each channel a multiple of 1/255.
 struct Inputs {
     C4 diffuse, specular, texture, tfactor, current;
 };
@@ -210,31 +184,7 @@ inline F4 op_channel(int op, F4 x, F4 y, F4 xa, const Inputs& in) {
     }
 }
 
-// The colour channels of a stage operation, with one dispatch for all three
-// (the sums are op_channel's).
-TARKO_D3D_INLINE void op_colour(int op, const C4& x, const C4& y, const Inputs& in, C4& out) {
-    const auto each = [&](auto f) {
-        out.r = f(x.r, y.r);
-        out.g = f(x.g, y.g);
-        out.b = f(x.b, y.b);
-    };
-    const F4 one(1.0f);
-    switch (op) {
-    case dx::D3DTOP_SELECTARG1: each([](F4 a, F4) { return a; }); break;
-    case dx::D3DTOP_SELECTARG2: each([](F4, F4 b) { return b; }); break;
-    case dx::D3DTOP_MODULATE: each([](F4 a, F4 b) { return a * b; }); break;
-    case dx::D3DTOP_MODULATE2X: each([&](F4 a, F4 b) { return min(a * b * F4(2.0f), one); }); break;
-    case dx::D3DTOP_MODULATE4X: each([&](F4 a, F4 b) { return min(a * b * F4(4.0f), one); }); break;
-    case dx::D3DTOP_ADD: each([&](F4 a, F4 b) { return min(a + b, one); }); break;
-    default:
-        out.r = op_channel(op, x.r, y.r, x.a, in);
-        out.g = op_channel(op, x.g, y.g, x.a, in);
-        out.b = op_channel(op, x.b, y.b, x.a, in);
-        break;
-    }
-}
-
-TARKO_D3D_INLINE C4 run_stage(const StageSetup& st, Inputs& in) {
+TARKO_D3D_INLINE C4 run_stage(const StageSetup& st, const Inputs& in) {
     C4 out = in.current;
     if (st.colour_op != dx::D3DTOP_DISABLE) {
         const C4 x = argument(st.colour_arg1, in), y = argument(st.colour_arg2, in);
@@ -244,7 +194,9 @@ TARKO_D3D_INLINE C4 run_stage(const StageSetup& st, Inputs& in) {
             out.r = out.g = out.b = out.a = clamp01(d);
             return out;
         }
-        op_colour(st.colour_op, x, y, in, out);
+        out.r = op_channel(st.colour_op, x.r, y.r, x.a, in);
+        out.g = op_channel(st.colour_op, x.g, y.g, x.a, in);
+        out.b = op_channel(st.colour_op, x.b, y.b, x.a, in);
     }
     if (st.alpha_op != dx::D3DTOP_DISABLE) {
         const C4 x = argument(st.alpha_arg1 & ~dx::D3DTA_ALPHAREPLICATE, in);
@@ -254,23 +206,60 @@ TARKO_D3D_INLINE C4 run_stage(const StageSetup& st, Inputs& in) {
     return out;
 }
 
-TARKO_D3D_INLINE F4 blend_factor(int f, const C4& s, const C4& d, F4 sc, F4 dc, bool alpha_channel, bool is_src) {
-    switch (f) {
-    case dx::D3DBLEND_ZERO: return F4(0.0f);
-    case dx::D3DBLEND_ONE: return F4(1.0f);
-    case dx::D3DBLEND_SRCCOLOR: return sc;
-    case dx::D3DBLEND_INVSRCCOLOR: return F4(1.0f) - sc;
-    case dx::D3DBLEND_SRCALPHA: return s.a;
-    case dx::D3DBLEND_INVSRCALPHA: return F4(1.0f) - s.a;
-    case dx::D3DBLEND_DESTALPHA: return d.a;
-    case dx::D3DBLEND_INVDESTALPHA: return F4(1.0f) - d.a;
-    case dx::D3DBLEND_DESTCOLOR: return dc;
-    case dx::D3DBLEND_INVDESTCOLOR: return F4(1.0f) - dc;
-    case dx::D3DBLEND_SRCALPHASAT: return alpha_channel ? F4(1.0f) : min(s.a, F4(1.0f) - d.a);
-    case 12: return is_src ? s.a : F4(1.0f) - s.a;            // BOTHSRCALPHA
-    case 13: return is_src ? F4(1.0f) - s.a : s.a;            // BOTHINVSRCALPHA
-    default: return is_src ? F4(1.0f) : F4(0.0f);
+// A texture combined with the current colour by a symmetric operation, on
+// packed pixels; the alpha is the current one. The same values as the
+// general cascade: products of 8-bit values rounded once.
+TARKO_D3D_INLINE I4 combine_texture(int op, I4 tex, I4 current) {
+    I4 c;
+    if (op == dx::D3DTOP_ADD) {
+        c = adds_u8(tex, current);
+    } else {
+        const W2 x = widen(tex) * widen(current);
+        c = narrow(op == dx::D3DTOP_MODULATE ? div255(x) : mul255_scaled(x, op == dx::D3DTOP_MODULATE2X ? 2 : 4));
     }
+    return with_alpha_of(c, current);
+}
+
+// Blend factors on 8-bit values (255 stands for one), channel by channel.
+inline I4 blend_factor(int f, I4 sc, I4 dc, I4 sa, I4 da, bool alpha_channel, bool is_src) {
+    const I4 one(255);
+    switch (f) {
+    case dx::D3DBLEND_ZERO: return I4(0);
+    case dx::D3DBLEND_ONE: return one;
+    case dx::D3DBLEND_SRCCOLOR: return sc;
+    case dx::D3DBLEND_INVSRCCOLOR: return one - sc;
+    case dx::D3DBLEND_SRCALPHA: return sa;
+    case dx::D3DBLEND_INVSRCALPHA: return one - sa;
+    case dx::D3DBLEND_DESTALPHA: return da;
+    case dx::D3DBLEND_INVDESTALPHA: return one - da;
+    case dx::D3DBLEND_DESTCOLOR: return dc;
+    case dx::D3DBLEND_INVDESTCOLOR: return one - dc;
+    case dx::D3DBLEND_SRCALPHASAT: {
+        if (alpha_channel) return one;
+        const I4 ida = one - da;
+        return select(cmplt(sa, ida), sa, ida);
+    }
+    case 12: return is_src ? sa : one - sa;            // BOTHSRCALPHA
+    case 13: return is_src ? one - sa : sa;            // BOTHINVSRCALPHA
+    default: return is_src ? one : I4(0);
+    }
+}
+
+// Any pair of blend factors: round((s fs + d fd) / 255), capped at 255.
+inline I4 blend_general(const DrawContext& ctx, I4 s, I4 d) {
+    const I4 sa = alpha_byte(s), da = alpha_byte(d);
+    I4 out(0);
+    for (int shift = 0; shift < 32; shift += 8) {
+        const I4 sc = shr_var(s, shift) & I4(255), dc = shr_var(d, shift) & I4(255);
+        const bool alpha = shift == 24;
+        const I4 sum = mul_lo(sc, blend_factor(ctx.src_blend, sc, dc, sa, da, alpha, true)) +
+                       mul_lo(dc, blend_factor(ctx.dest_blend, sc, dc, sa, da, alpha, false));
+        // The sum is below 2^18, exact in float; x / 255 is never half way.
+        I4 v = to_int_round(to_float(sum) / F4(255.0f));
+        v = select(cmpgt(v, I4(255)), I4(255), v);
+        out = out | shl_var(v, shift);
+    }
+    return out;
 }
 
 inline I4 compare(int func, I4 a, I4 b) {  // a func b, as signed whole numbers
@@ -288,21 +277,23 @@ inline I4 compare(int func, I4 a, I4 b) {  // a func b, as signed whole numbers
 
 inline F4 plane_at(const Plane& p, F4 dx, F4 dy) { return F4(p.c) + F4(p.dx) * dx + F4(p.dy) * dy; }
 
-inline I4 quantise(F4 c) { return to_int_round(clamp01(c) * F4(255.0f)); }
+constexpr std::int32_t kAlphaMask = static_cast<std::int32_t>(0xFF000000u);
 
+// Four target pixels as packed A8R8G8B8 (alpha 255 where the target has none).
 template <TargetKind T>
-TARKO_D3D_INLINE C4 read_target(const DrawContext& ctx, int x, int y, int mask, bool inside) {
+TARKO_D3D_INLINE I4 read_target(const DrawContext& ctx, int x, int y, int mask, bool inside) {
     const std::uint8_t* row = ctx.colour + static_cast<std::ptrdiff_t>(y) * ctx.colour_pitch;
     std::int32_t px[4] = {0, 0, 0, 0};
     if constexpr (T == TargetKind::X8R8G8B8) {
+        I4 c;
         if (inside) {
-            const C4 c = unpack_argb(I4::load(row + x * 4));
-            return ctx.colour_has_alpha ? c : C4{c.r, c.g, c.b, F4(1.0f)};
+            c = I4::load(row + x * 4);
+        } else {
+            for (int i = 0; i < 4; ++i)
+                if (mask & (1 << i)) std::memcpy(&px[i], row + (x + i) * 4, 4);
+            c = I4::load(px);
         }
-        for (int i = 0; i < 4; ++i)
-            if (mask & (1 << i)) std::memcpy(&px[i], row + (x + i) * 4, 4);
-        const C4 c = unpack_argb(I4::load(px));
-        return ctx.colour_has_alpha ? c : C4{c.r, c.g, c.b, F4(1.0f)};
+        return ctx.colour_has_alpha ? c : c | I4(kAlphaMask);
     } else if constexpr (T == TargetKind::R5G6B5) {
         for (int i = 0; i < 4; ++i)
             if (mask & (1 << i)) {
@@ -313,8 +304,7 @@ TARKO_D3D_INLINE C4 read_target(const DrawContext& ctx, int x, int y, int mask, 
         const I4 v = I4::load(px);
         // Widening replicates the top bits, as the surface's own reads do.
         const I4 r5 = shr<11>(v) & I4(31), g6 = shr<5>(v) & I4(63), b5 = v & I4(31);
-        const I4 r8 = shl<3>(r5) | shr<2>(r5), g8 = shl<2>(g6) | shr<4>(g6), b8 = shl<3>(b5) | shr<2>(b5);
-        return C4{to_float(r8) * F4(kInv255), to_float(g8) * F4(kInv255), to_float(b8) * F4(kInv255), F4(1.0f)};
+        return pack_argb(shl<3>(r5) | shr<2>(r5), shl<2>(g6) | shr<4>(g6), shl<3>(b5) | shr<2>(b5), I4(255));
     } else {
         const int bpp = ctx.colour_format->bytes_per_pixel();
         for (int i = 0; i < 4; ++i)
@@ -323,28 +313,26 @@ TARKO_D3D_INLINE C4 read_target(const DrawContext& ctx, int x, int y, int mask, 
                 std::memcpy(&raw, row + (x + i) * bpp, static_cast<std::size_t>(bpp));
                 px[i] = static_cast<std::int32_t>(ctx.colour_format->to_argb(raw));
             }
-        return unpack_argb(I4::load(px));
+        return I4::load(px);
     }
 }
 
 template <TargetKind T>
-TARKO_D3D_INLINE void write_target(const DrawContext& ctx, int x, int y, int mask, bool inside, const C4& c) {
+TARKO_D3D_INLINE void write_target(const DrawContext& ctx, int x, int y, int mask, bool inside, I4 c) {
     std::uint8_t* row = ctx.colour + static_cast<std::ptrdiff_t>(y) * ctx.colour_pitch;
-    const I4 r = quantise(c.r), g = quantise(c.g), b = quantise(c.b);
+    alignas(16) std::int32_t out[4];
     if constexpr (T == TargetKind::X8R8G8B8) {
-        I4 v = shl<16>(r) | shl<8>(g) | b;
-        if (ctx.colour_has_alpha) v = v | shl<24>(quantise(c.a));
+        const I4 v = ctx.colour_has_alpha ? c : c & I4(0x00FFFFFF);
         if (inside && mask == 15) {
             v.store(row + x * 4);
             return;
         }
-        alignas(16) std::int32_t out[4];
         v.store(out);
         for (int i = 0; i < 4; ++i)
             if (mask & (1 << i)) std::memcpy(row + (x + i) * 4, &out[i], 4);
     } else if constexpr (T == TargetKind::R5G6B5) {
-        const I4 v = shl<11>(shr<3>(r)) | shl<5>(shr<2>(g)) | shr<3>(b);  // narrowing drops low bits
-        alignas(16) std::int32_t out[4];
+        // Narrowing drops the low bits.
+        const I4 v = (shr<8>(c) & I4(0xF800)) | (shr<5>(c) & I4(0x07E0)) | (shr<3>(c) & I4(0x001F));
         v.store(out);
         for (int i = 0; i < 4; ++i)
             if (mask & (1 << i)) {
@@ -352,9 +340,7 @@ TARKO_D3D_INLINE void write_target(const DrawContext& ctx, int x, int y, int mas
                 std::memcpy(row + (x + i) * 2, &p, 2);
             }
     } else {
-        const I4 v = shl<24>(quantise(c.a)) | shl<16>(r) | shl<8>(g) | b;
-        alignas(16) std::int32_t out[4];
-        v.store(out);
+        c.store(out);
         const int bpp = ctx.colour_format->bytes_per_pixel();
         for (int i = 0; i < 4; ++i)
             if (mask & (1 << i)) {
@@ -430,9 +416,18 @@ inline void write_depth(const DrawContext& ctx, int x, int y, int mask, bool ins
     }
 }
 
+// What stays the same over a triangle: the perspective divide when all three
+// vertices share one rhw, and the colours of a flat (or one-coloured) triangle.
+struct TriangleConsts {
+    bool fixed_w = false;
+    F4 w{1.0f};
+    I4 diffuse{0}, specular{0};  // packed; meaningful when the triangle is flat
+    bool white = false;    // diffuse that leaves a modulated texture as it is
+};
+
 template <TargetKind T, DepthKind D, CascadeKind K>
-TARKO_D3D_INLINE void shade_group(const DrawContext& ctx, const SetupTriangle& t, const F4* fixed_w, int x, int y,
-                                  I4 cover) {
+TARKO_D3D_INLINE void shade_group(const DrawContext& ctx, const SetupTriangle& t, const TriangleConsts& k, int x,
+                                  int y, I4 cover) {
     const int xs = ctx.scissor.x0, xe = ctx.scissor.x1;
     const bool inside = x >= xs && x + 3 < xe;
     int mask = movemask(cover);
@@ -450,114 +445,88 @@ TARKO_D3D_INLINE void shade_group(const DrawContext& ctx, const SetupTriangle& t
         }
     }
 
-    // Screen-space triangles often have one rhw for all three vertices: then
-    // c + 0 dx + 0 dy is c exactly (c non-zero) and its reciprocal is taken once.
-    const F4 w = fixed_w ? *fixed_w : F4(1.0f) / plane_at(t.p[kPlaneRhw], dx, dy);
-    Inputs in;
+    const F4 w = k.fixed_w ? k.w : F4(1.0f) / plane_at(t.p[kPlaneRhw], dx, dy);
+    // Diffuse and specular are held in 8 bits per channel from here on.
+    I4 diffuse, specular(0);
     if (t.is_flat) {
-        in.diffuse = C4{F4(t.flat[0]), F4(t.flat[1]), F4(t.flat[2]), F4(t.flat[3])};
-        in.specular = C4{F4(t.flat[4]), F4(t.flat[5]), F4(t.flat[6]), F4(0.0f)};
+        diffuse = k.diffuse;
+        specular = k.specular;
     } else {
-        in.diffuse = C4{clamp01(plane_at(t.p[kPlaneR], dx, dy) * w), clamp01(plane_at(t.p[kPlaneG], dx, dy) * w),
-                        clamp01(plane_at(t.p[kPlaneB], dx, dy) * w), clamp01(plane_at(t.p[kPlaneA], dx, dy) * w)};
-        if (ctx.specular)
-            in.specular = C4{clamp01(plane_at(t.p[kPlaneSR], dx, dy) * w),
-                             clamp01(plane_at(t.p[kPlaneSG], dx, dy) * w),
-                             clamp01(plane_at(t.p[kPlaneSB], dx, dy) * w), F4(0.0f)};
-        else
-            in.specular = C4{F4(0.0f), F4(0.0f), F4(0.0f), F4(0.0f)};
+        const auto at = [&](int p) { return quantise(plane_at(t.p[p], dx, dy) * w); };
+        diffuse = pack_argb(at(kPlaneR), at(kPlaneG), at(kPlaneB), at(kPlaneA));
+        if (ctx.specular) specular = pack_argb(at(kPlaneSR), at(kPlaneSG), at(kPlaneSB), I4(0));
     }
 
-    C4 colour;
-    F4 key_alpha(1.0f);
+    I4 colour, key(-1);
     if constexpr (K == CascadeKind::Diffuse) {
-        colour = in.diffuse;
+        colour = diffuse;
     } else {
         const F4 u = plane_at(t.p[kPlaneU], dx, dy) * w;
         const F4 v = plane_at(t.p[kPlaneV], dx, dy) * w;
-        if constexpr (K == CascadeKind::ModulateTexture) {
-            const StageSetup& st = ctx.stages[0];
-            const C4 tex = sample(st.texture, st.bilinear, u, v);
-            key_alpha = tex.a;
-            colour = C4{tex.r * in.diffuse.r, tex.g * in.diffuse.g, tex.b * in.diffuse.b,
-                        st.alpha_op == dx::D3DTOP_MODULATE ? tex.a * in.diffuse.a : tex.a};
-        } else if constexpr (K == CascadeKind::TextureTwice) {
-            // As the general cascade computes it: coordinates plus a zero bump
-            // offset, symmetric operations so the argument order is moot.
-            const F4 u0 = u + F4(0.0f), v0 = v + F4(0.0f);
+        if constexpr (K == CascadeKind::ModulateTexture || K == CascadeKind::TextureTwice) {
+            // A selected texture alpha is the texture's alpha times 255 / 255.
             const StageSetup& s0 = ctx.stages[0];
-            const C4 tex = sample(s0.texture, s0.bilinear, u0, v0);
-            key_alpha = tex.a;
-            const C4 first{tex.r * in.diffuse.r, tex.g * in.diffuse.g, tex.b * in.diffuse.b,
-                           s0.alpha_op == dx::D3DTOP_MODULATE ? tex.a * in.diffuse.a : tex.a};
-            const StageSetup& s1 = ctx.stages[1];
-            const C4 tex1 = sample(s1.texture, s1.bilinear, u0, v0);
-            colour = first;
-            op_colour(s1.colour_op, tex1, first, in, colour);
+            const I4 tex = sample(s0.texture, s0.bilinear, u, v);
+            key = tex;
+            colour = k.white ? tex : narrow(mul255(widen(tex), widen(ctx.modulate_alpha ? diffuse : diffuse | I4(kAlphaMask))));
+            if constexpr (K == CascadeKind::TextureTwice) {
+                // The general cascade adds a zero bump offset first.
+                const StageSetup& s1 = ctx.stages[1];
+                colour = combine_texture(s1.colour_op, sample(s1.texture, s1.bilinear, u + F4(0.0f), v + F4(0.0f)),
+                                         colour);
+            }
         } else {
-            in.tfactor = C4{F4(ctx.tfactor[0]), F4(ctx.tfactor[1]), F4(ctx.tfactor[2]), F4(ctx.tfactor[3])};
+            Inputs in;
+            in.diffuse = unpack_argb(diffuse);
+            in.specular = unpack_argb(specular);
+            in.tfactor = unpack_argb(I4(static_cast<std::int32_t>(ctx.tfactor)));
             in.current = in.diffuse;
             in.texture = C4{F4(1.0f), F4(1.0f), F4(1.0f), F4(1.0f)};
+            I4 current = diffuse;
             F4 bu(0.0f), bv(0.0f);
             for (int s = 0; s < ctx.stage_count; ++s) {
                 const StageSetup& st = ctx.stages[static_cast<std::size_t>(s)];
                 if (st.colour_op == dx::D3DTOP_BUMPENVMAP || st.colour_op == 23) {
                     // The next stage's coordinates move by the matrix times (du, dv).
-                    F4 du, dv;
-                    const C4 b = sample(st.texture, false, u, v);
-                    if (st.texture && st.texture->bump) {
-                        bump_values(b, du, dv);
-                    } else {
-                        du = dv = F4(0.0f);
-                    }
+                    F4 du(0.0f), dv(0.0f);
+                    if (st.texture && st.texture->bump) bump_values(sample(st.texture, false, u, v), du, dv);
                     bu = F4(st.bump[0]) * du + F4(st.bump[2]) * dv;
                     bv = F4(st.bump[1]) * du + F4(st.bump[3]) * dv;
                     continue;
                 }
-                in.texture = sample(st.texture, st.bilinear, u + bu, v + bv);
-                if (s == 0) key_alpha = in.texture.a;
+                const I4 tex = sample(st.texture, st.bilinear, u + bu, v + bv);
+                in.texture = unpack_argb(tex);
+                if (s == 0) key = tex;
                 bu = bv = F4(0.0f);
-                in.current = run_stage(st, in);
+                // Each stage's result is held in 8 bits per channel.
+                current = pack(run_stage(st, in));
+                in.current = unpack_argb(current);
             }
-            colour = in.current;
+            colour = current;
         }
     }
     if (ctx.colour_key) {
-        mask &= movemask(cmple(F4(0.5f), key_alpha));
+        mask &= movemask(cmpgt(alpha_byte(key), I4(127)));
         if (!mask) return;
     }
 
-    if (ctx.specular) {
-        colour.r = min(colour.r + in.specular.r, F4(1.0f));
-        colour.g = min(colour.g + in.specular.g, F4(1.0f));
-        colour.b = min(colour.b + in.specular.b, F4(1.0f));
-    }
+    if (ctx.specular) colour = adds_u8(colour, specular);
     if (ctx.fog) {
-        const F4 f = clamp01(plane_at(t.p[kPlaneFog], dx, dy) * w);
-        const F4 g = F4(1.0f) - f;
-        colour.r = colour.r * f + F4(ctx.fog_colour[0]) * g;
-        colour.g = colour.g * f + F4(ctx.fog_colour[1]) * g;
-        colour.b = colour.b * f + F4(ctx.fog_colour[2]) * g;
+        // Fog factor in 8 bits; the alpha lanes weigh the colour fully.
+        const I4 f = quantise(plane_at(t.p[kPlaneFog], dx, dy) * w);
+        colour = narrow(lerp255(widen(colour), ctx.fog_colour, spread(f) | ctx.alpha_lanes));
     }
     if (ctx.alpha_test) {
-        mask &= movemask(compare(ctx.alpha_func, quantise(colour.a), I4(ctx.alpha_ref)));
+        mask &= movemask(compare(ctx.alpha_func, alpha_byte(colour), I4(ctx.alpha_ref)));
         if (!mask) return;
     }
-    colour.a = clamp01(colour.a);
     if (ctx.blend) {
-        const C4 d = read_target<T>(ctx, x, y, mask, inside);
-        const C4 s = colour;
-        if (ctx.src_blend == dx::D3DBLEND_SRCALPHA && ctx.dest_blend == dx::D3DBLEND_INVSRCALPHA) {
-            // The usual "over": the same sums as the general factors below.
-            const F4 ia = F4(1.0f) - s.a;
-            colour = C4{clamp01(s.r * s.a + d.r * ia), clamp01(s.g * s.a + d.g * ia), clamp01(s.b * s.a + d.b * ia),
-                        clamp01(s.a * s.a + d.a * ia)};
+        const I4 d = read_target<T>(ctx, x, y, mask, inside);
+        if (ctx.blend_over) {
+            const W2 s = widen(colour);
+            colour = narrow(lerp255(s, widen(d), alpha_of(s)));
         } else {
-            auto mix = [&](F4 sc, F4 dc, bool alpha) {
-                return clamp01(sc * blend_factor(ctx.src_blend, s, d, sc, dc, alpha, true) +
-                               dc * blend_factor(ctx.dest_blend, s, d, sc, dc, alpha, false));
-            };
-            colour = C4{mix(s.r, d.r, false), mix(s.g, d.g, false), mix(s.b, d.b, false), mix(s.a, d.a, true)};
+            colour = blend_general(ctx, colour, d);
         }
     }
     write_target<T>(ctx, x, y, mask, inside, colour);
@@ -575,9 +544,20 @@ void raster_triangle(const DrawContext& ctx, const SetupTriangle& t, int tx0, in
     const int ys = std::max(t.miny, ty0), ye = std::min(t.maxy, ty1 - 1);
     if (xs > xe || ys > ye) return;
     const int gx0 = xs & ~3;  // tiles start on multiples of 4, so this stays in the tile
+    // Screen-space triangles often have one rhw for all three vertices: then
+    // c + 0 dx + 0 dy is c exactly (c non-zero) and its reciprocal is taken once.
     const Plane& rhw = t.p[kPlaneRhw];
-    const F4 w_once = F4(1.0f) / F4(rhw.c);
-    const F4* fixed_w = rhw.dx == 0.0f && rhw.dy == 0.0f && std::isnormal(rhw.c) ? &w_once : nullptr;
+    TriangleConsts k;
+    k.fixed_w = rhw.dx == 0.0f && rhw.dy == 0.0f && std::isnormal(rhw.c);
+    k.w = F4(1.0f) / F4(rhw.c);
+    if (t.is_flat) {
+        k.diffuse = pack_argb(quantise(F4(t.flat[0])), quantise(F4(t.flat[1])), quantise(F4(t.flat[2])),
+                              quantise(F4(t.flat[3])));
+        k.specular = ctx.specular ? pack_argb(quantise(F4(t.flat[4])), quantise(F4(t.flat[5])),
+                                              quantise(F4(t.flat[6])), I4(0))
+                                  : I4(0);
+        k.white = movemask(cmpeq(ctx.modulate_alpha ? k.diffuse : k.diffuse | I4(kAlphaMask), I4(-1))) == 15;
+    }
     std::int32_t a16[3], b16[3];
     for (int k = 0; k < 3; ++k) a16[k] = t.a[k] * 16, b16[k] = t.b[k] * 16;
     const I4 lane = I4::set(0, 1, 2, 3);
@@ -615,7 +595,7 @@ void raster_triangle(const DrawContext& ctx, const SetupTriangle& t, int tx0, in
             I4 e2 = I4(e[2]) + mul_lo(lane, I4(a16[2]));
             for (int j = 0; j < rows; ++j) {
                 const I4 cover = full ? cols : andnot(sar<31>(e0 | e1 | e2), cols);
-                if (movemask(cover)) shade_group<T, D, K>(ctx, t, fixed_w, bx, by + j, cover);
+                if (movemask(cover)) shade_group<T, D, K>(ctx, t, k, bx, by + j, cover);
                 e0 = e0 + I4(b16[0]);
                 e1 = e1 + I4(b16[1]);
                 e2 = e2 + I4(b16[2]);

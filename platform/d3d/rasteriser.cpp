@@ -44,13 +44,6 @@ ClipVertex lerp_vertex(const ClipVertex& a, const ClipVertex& b, float t) {
     return r;
 }
 
-void colour_floats(std::uint32_t argb, float out[4]) {
-    out[0] = static_cast<float>((argb >> 16) & 255u) / 255.0f;
-    out[1] = static_cast<float>((argb >> 8) & 255u) / 255.0f;
-    out[2] = static_cast<float>(argb & 255u) / 255.0f;
-    out[3] = static_cast<float>(argb >> 24) / 255.0f;
-}
-
 bool is_modulate_texture(const StageSetup& s) {
     auto plain = [](int a) { return a == dx::D3DTA_DIFFUSE || a == dx::D3DTA_CURRENT; };
     const bool colour = s.colour_op == dx::D3DTOP_MODULATE &&
@@ -201,6 +194,7 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, DrawContext& ctx)
     ctx.colour_key = ctx.colour_key && any_key;
     CascadeKind cascade = CascadeKind::Generic;
     if (ctx.stage_count == 0) cascade = CascadeKind::Diffuse;
+    else if (!fast_paths_) cascade = CascadeKind::Generic;
     else if (ctx.stage_count == 1 && is_modulate_texture(ctx.stages[0])) cascade = CascadeKind::ModulateTexture;
     else if (ctx.stage_count == 2 && is_modulate_texture(ctx.stages[0]) && is_texture_on_current(ctx.stages[1]))
         cascade = CascadeKind::TextureTwice;
@@ -212,15 +206,16 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, DrawContext& ctx)
     ctx.src_blend = rs(dx::D3DRENDERSTATE_SRCBLEND);
     ctx.dest_blend = rs(dx::D3DRENDERSTATE_DESTBLEND);
     if (ctx.blend && ctx.src_blend == dx::D3DBLEND_ONE && ctx.dest_blend == dx::D3DBLEND_ZERO) ctx.blend = false;
+    ctx.blend_over = fast_paths_ && ctx.src_blend == dx::D3DBLEND_SRCALPHA && ctx.dest_blend == dx::D3DBLEND_INVSRCALPHA;
     const int fog_mode = rs(dx::D3DRENDERSTATE_FOGTABLEMODE) != 0 ? rs(dx::D3DRENDERSTATE_FOGTABLEMODE)
                                                                 : rs(dx::D3DRENDERSTATE_FOGVERTEXMODE);
     ctx.fog = rs(dx::D3DRENDERSTATE_FOGENABLE) != 0 && fvf != dx::D3DFVF_TLVERTEX && fog_mode >= dx::D3DFOG_EXP &&
               fog_mode <= dx::D3DFOG_LINEAR;
-    float fc[4];
-    colour_floats(static_cast<std::uint32_t>(rs(dx::D3DRENDERSTATE_FOGCOLOR)), fc);
-    std::copy(fc, fc + 3, ctx.fog_colour);
+    ctx.fog_colour = widen(I4(rs(dx::D3DRENDERSTATE_FOGCOLOR)));
+    ctx.alpha_lanes = widen(I4(static_cast<std::int32_t>(0xFF000000u)));
     ctx.specular = rs(dx::D3DRENDERSTATE_SPECULARENABLE) != 0;
-    colour_floats(static_cast<std::uint32_t>(rs(dx::D3DRENDERSTATE_TEXTUREFACTOR)), ctx.tfactor);
+    ctx.tfactor = static_cast<std::uint32_t>(rs(dx::D3DRENDERSTATE_TEXTUREFACTOR));
+    ctx.modulate_alpha = ctx.stage_count > 0 && ctx.stages[0].alpha_op == dx::D3DTOP_MODULATE;
     ctx.raster = select_raster(target, depth, cascade);
 
     flat_ = rs(dx::D3DRENDERSTATE_SHADEMODE) == dx::D3DSHADE_FLAT;
@@ -455,10 +450,19 @@ void Rasteriser::setup(const ClipVertex& v0, const ClipVertex& v1, const ClipVer
         const auto ai = static_cast<std::size_t>(a);
         t.p[p] = plane(v[0]->a[ai] * r0, v[1]->a[ai] * r1, v[2]->a[ai] * r2);
     }
-    t.is_flat = flat_;
-    if (flat_) {
-        const int src[7] = {kDiffR, kDiffG, kDiffB, kDiffA, kSpecR, kSpecG, kSpecB};
-        for (int i = 0; i < 7; ++i) t.flat[i] = provoking.a[static_cast<std::size_t>(src[i])];
+    // A triangle whose vertices share their colours is drawn in that colour,
+    // as a flat one is in its first vertex's.
+    const int src[7] = {kDiffR, kDiffG, kDiffB, kDiffA, kSpecR, kSpecG, kSpecB};
+    const int compared = ctx_.specular ? 7 : 4;
+    bool one_colour = true;
+    for (int i = 0; i < compared && one_colour; ++i) {
+        const auto a = static_cast<std::size_t>(src[i]);
+        one_colour = v[0]->a[a] == v[1]->a[a] && v[0]->a[a] == v[2]->a[a];
+    }
+    t.is_flat = flat_ || one_colour;
+    if (t.is_flat) {
+        const ClipVertex& from = flat_ ? provoking : *v[0];
+        for (int i = 0; i < 7; ++i) t.flat[i] = from.a[static_cast<std::size_t>(src[i])];
         t.flat[7] = 0;
     }
     out.push_back(t);

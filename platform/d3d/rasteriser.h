@@ -31,6 +31,7 @@ public:
               std::size_t vertex_count, std::span<const Integer> indices);
     void set_threads(int threads);
     int threads() const { return pool_->size(); }
+    void set_fast_paths(bool on) { fast_paths_ = on; }
 
     static constexpr int kTileSize = 64;
 
@@ -54,6 +55,7 @@ private:
     GuardBand guard_{};
     int vp_right_ = 0, vp_bottom_ = 0;  // last pixel column and row of the viewport
     bool flat_ = false;
+    bool fast_paths_ = true;
     int fill_ = 3;
     std::vector<ClipVertex> verts_;
     std::vector<Tris> tris_;       // set-up triangles in submission order, part after part

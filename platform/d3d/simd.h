@@ -66,11 +66,13 @@ template <int n> inline I4 shl(I4 a) { return I4(_mm_slli_epi32(a.v, n)); }
 template <int n> inline I4 shr(I4 a) { return I4(_mm_srli_epi32(a.v, n)); }   // logical
 template <int n> inline I4 sar(I4 a) { return I4(_mm_srai_epi32(a.v, n)); }   // arithmetic
 inline I4 shl_var(I4 a, int n) { return I4(_mm_sll_epi32(a.v, _mm_cvtsi32_si128(n))); }
+inline I4 shr_var(I4 a, int n) { return I4(_mm_srl_epi32(a.v, _mm_cvtsi32_si128(n))); }
 inline I4 cmpgt(I4 a, I4 b) { return I4(_mm_cmpgt_epi32(a.v, b.v)); }
 inline I4 cmplt(I4 a, I4 b) { return I4(_mm_cmplt_epi32(a.v, b.v)); }
 inline I4 cmpeq(I4 a, I4 b) { return I4(_mm_cmpeq_epi32(a.v, b.v)); }
 inline I4 select(I4 m, I4 a, I4 b) { return I4(_mm_or_si128(_mm_and_si128(m.v, a.v), _mm_andnot_si128(m.v, b.v))); }
 inline int movemask(I4 m) { return _mm_movemask_ps(_mm_castsi128_ps(m.v)); }
+inline I4 adds_u8(I4 a, I4 b) { return I4(_mm_adds_epu8(a.v, b.v)); }  // byte by byte, saturating
 // 32-bit multiply of the low halves (SSE2 lacks pmulld).
 inline I4 mul_lo(I4 a, I4 b) {
     const __m128i even = _mm_mul_epu32(a.v, b.v);
@@ -134,6 +136,7 @@ template <int n> inline I4 shl(I4 a) { TARKO_D3D_I4_OP(static_cast<std::int32_t>
 template <int n> inline I4 shr(I4 a) { TARKO_D3D_I4_OP(static_cast<std::int32_t>(static_cast<std::uint32_t>(a.v[i]) >> n)); }
 template <int n> inline I4 sar(I4 a) { TARKO_D3D_I4_OP(a.v[i] >> n); }
 inline I4 shl_var(I4 a, int n) { TARKO_D3D_I4_OP(static_cast<std::int32_t>(static_cast<std::uint32_t>(a.v[i]) << n)); }
+inline I4 shr_var(I4 a, int n) { TARKO_D3D_I4_OP(static_cast<std::int32_t>(static_cast<std::uint32_t>(a.v[i]) >> n)); }
 inline I4 cmpgt(I4 a, I4 b) { TARKO_D3D_I4_OP(a.v[i] > b.v[i] ? -1 : 0); }
 inline I4 cmplt(I4 a, I4 b) { TARKO_D3D_I4_OP(a.v[i] < b.v[i] ? -1 : 0); }
 inline I4 cmpeq(I4 a, I4 b) { TARKO_D3D_I4_OP(a.v[i] == b.v[i] ? -1 : 0); }
@@ -143,6 +146,18 @@ inline int movemask(I4 m) {
     for (int i = 0; i < 4; ++i) r |= (m.v[i] < 0 ? 1 : 0) << i;
     return r;
 }
+inline I4 adds_u8(I4 a, I4 b) {
+    I4 r;
+    for (int i = 0; i < 4; ++i) {
+        std::uint32_t x = 0;
+        for (int c = 0; c < 32; c += 8) {
+            const std::uint32_t s = ((static_cast<std::uint32_t>(a.v[i]) >> c) & 255u) + ((static_cast<std::uint32_t>(b.v[i]) >> c) & 255u);
+            x |= (s > 255u ? 255u : s) << c;
+        }
+        r.v[i] = static_cast<std::int32_t>(x);
+    }
+    return r;
+}
 inline I4 mul_lo(I4 a, I4 b) {
     TARKO_D3D_I4_OP(static_cast<std::int32_t>(static_cast<std::uint32_t>(a.v[i]) * static_cast<std::uint32_t>(b.v[i])));
 }
@@ -150,6 +165,102 @@ inline I4 mul_lo(I4 a, I4 b) {
 #undef TARKO_D3D_I4_OP
 
 #endif
+
+// Four packed A8R8G8B8 pixels widened to sixteen 16-bit lanes, channel by
+// channel in memory order (b, g, r, a): lanes 0-7 hold pixels 0 and 1, lanes
+// 8-15 pixels 2 and 3. Colour arithmetic on 8-bit values happens here.
+#if TARKO_D3D_SSE2
+struct W2 {
+    __m128i lo, hi;
+    W2() = default;
+    W2(__m128i l, __m128i h) : lo(l), hi(h) {}
+    W2(std::uint16_t x) : lo(_mm_set1_epi16(static_cast<short>(x))), hi(lo) {}  // NOLINT: broadcast
+};
+inline W2 widen(I4 p) {
+    const __m128i z = _mm_setzero_si128();
+    return W2(_mm_unpacklo_epi8(p.v, z), _mm_unpackhi_epi8(p.v, z));
+}
+inline I4 narrow(W2 w) { return I4(_mm_packus_epi16(w.lo, w.hi)); }  // saturates to 0..255
+inline W2 operator+(W2 a, W2 b) { return W2(_mm_add_epi16(a.lo, b.lo), _mm_add_epi16(a.hi, b.hi)); }
+inline W2 operator-(W2 a, W2 b) { return W2(_mm_sub_epi16(a.lo, b.lo), _mm_sub_epi16(a.hi, b.hi)); }
+inline W2 operator*(W2 a, W2 b) { return W2(_mm_mullo_epi16(a.lo, b.lo), _mm_mullo_epi16(a.hi, b.hi)); }
+inline W2 mulhi(W2 a, W2 b) { return W2(_mm_mulhi_epu16(a.lo, b.lo), _mm_mulhi_epu16(a.hi, b.hi)); }  // unsigned
+inline W2 operator&(W2 a, W2 b) { return W2(_mm_and_si128(a.lo, b.lo), _mm_and_si128(a.hi, b.hi)); }
+inline W2 operator|(W2 a, W2 b) { return W2(_mm_or_si128(a.lo, b.lo), _mm_or_si128(a.hi, b.hi)); }
+inline W2 andnot(W2 a, W2 b) { return W2(_mm_andnot_si128(a.lo, b.lo), _mm_andnot_si128(a.hi, b.hi)); }
+template <int n> inline W2 shr(W2 a) { return W2(_mm_srli_epi16(a.lo, n), _mm_srli_epi16(a.hi, n)); }
+inline W2 cmpgt(W2 a, W2 b) { return W2(_mm_cmpgt_epi16(a.lo, b.lo), _mm_cmpgt_epi16(a.hi, b.hi)); }  // signed
+inline W2 min_u8(W2 a, W2 b) { return W2(_mm_min_epi16(a.lo, b.lo), _mm_min_epi16(a.hi, b.hi)); }  // lanes below 32768
+// Each pixel's alpha in all four of its lanes.
+inline W2 alpha_of(W2 a) {
+    const auto f = [](__m128i x) { return _mm_shufflehi_epi16(_mm_shufflelo_epi16(x, 0xFF), 0xFF); };
+    return W2(f(a.lo), f(a.hi));
+}
+// Lane i of `v` (0..32767) in the four lanes of pixel i.
+inline W2 spread(I4 v) {
+    const __m128i p = _mm_packs_epi32(v.v, v.v);
+    const __m128i q = _mm_unpacklo_epi16(p, p);
+    return W2(_mm_unpacklo_epi32(q, q), _mm_unpackhi_epi32(q, q));
+}
+#else
+struct W2 {
+    std::uint16_t v[16];
+    W2() = default;
+    W2(std::uint16_t x) { for (auto& l : v) l = x; }  // NOLINT: broadcast
+};
+#define TARKO_D3D_W2_OP(expr) W2 r; for (int i = 0; i < 16; ++i) r.v[i] = static_cast<std::uint16_t>(expr); return r
+inline W2 widen(I4 p) { TARKO_D3D_W2_OP((static_cast<std::uint32_t>(p.v[i / 4]) >> (8 * (i % 4))) & 255u); }
+inline I4 narrow(W2 w) {
+    I4 r;
+    for (int p = 0; p < 4; ++p) {
+        std::uint32_t x = 0;
+        for (int c = 0; c < 4; ++c) {
+            const auto l = static_cast<std::int16_t>(w.v[p * 4 + c]);
+            x |= static_cast<std::uint32_t>(l < 0 ? 0 : (l > 255 ? 255 : l)) << (8 * c);
+        }
+        r.v[p] = static_cast<std::int32_t>(x);
+    }
+    return r;
+}
+inline W2 operator+(W2 a, W2 b) { TARKO_D3D_W2_OP(a.v[i] + b.v[i]); }
+inline W2 operator-(W2 a, W2 b) { TARKO_D3D_W2_OP(a.v[i] - b.v[i]); }
+inline W2 operator*(W2 a, W2 b) { TARKO_D3D_W2_OP(static_cast<std::uint32_t>(a.v[i]) * b.v[i]); }
+inline W2 mulhi(W2 a, W2 b) { TARKO_D3D_W2_OP((static_cast<std::uint32_t>(a.v[i]) * b.v[i]) >> 16); }
+inline W2 operator&(W2 a, W2 b) { TARKO_D3D_W2_OP(a.v[i] & b.v[i]); }
+inline W2 operator|(W2 a, W2 b) { TARKO_D3D_W2_OP(a.v[i] | b.v[i]); }
+inline W2 andnot(W2 a, W2 b) { TARKO_D3D_W2_OP(~a.v[i] & b.v[i]); }
+template <int n> inline W2 shr(W2 a) { TARKO_D3D_W2_OP(a.v[i] >> n); }
+inline W2 cmpgt(W2 a, W2 b) {
+    TARKO_D3D_W2_OP(static_cast<std::int16_t>(a.v[i]) > static_cast<std::int16_t>(b.v[i]) ? 0xFFFF : 0);
+}
+inline W2 min_u8(W2 a, W2 b) { TARKO_D3D_W2_OP(a.v[i] < b.v[i] ? a.v[i] : b.v[i]); }
+inline W2 alpha_of(W2 a) { TARKO_D3D_W2_OP(a.v[(i & ~3) + 3]); }
+inline W2 spread(I4 v) { TARKO_D3D_W2_OP(v.v[i / 4]); }
+#undef TARKO_D3D_W2_OP
+#endif
+
+// round(x / 255) for x in 0..65025 (a product of two 8-bit values, or a sum
+// of such products weighted to 255 in all).
+inline W2 div255(W2 x) {
+    x = x + W2(128);
+    return shr<8>(x + shr<8>(x));
+}
+inline W2 mul255(W2 a, W2 b) { return div255(a * b); }
+inline W2 shl2(W2 a) { return a + a + a + a; }
+// round((a f + b (255 - f)) / 255): a where f is 255, b where it is 0.
+inline W2 lerp255(W2 a, W2 b, W2 f) { return div255(a * f + b * (W2(255) - f)); }
+inline W2 select(W2 m, W2 a, W2 b) { return (m & a) | andnot(m, b); }
+// round(m x / 255) for x in 0..65025 and m = 2 or 4, capped at 255: the
+// whole part of x / 255 times m, plus m times the remainder rounded.
+inline W2 mul255_scaled(W2 x, int m) {
+    const W2 q = shr<7>(mulhi(x, W2(0x8081)));  // x / 255, rounded down
+    const W2 r = x - q * W2(255);
+    W2 v;
+    // Masks are all ones (minus one) where a threshold is passed.
+    if (m == 2) v = q + q - cmpgt(r, W2(63)) - cmpgt(r, W2(191));
+    else v = shl2(q) - cmpgt(r, W2(31)) - cmpgt(r, W2(95)) - cmpgt(r, W2(159)) - cmpgt(r, W2(223));
+    return min_u8(v, W2(255));
+}
 
 // Largest whole number not above each lane (inputs within the int32 range).
 inline F4 floor4(F4 a) {
