@@ -78,7 +78,7 @@ inline W2 lerp256(W2 a, W2 b, W2 w) { return shr<8>(a * (W2(256) - w) + b * w + 
 // weights in 1/256 (256 - x on the left texel, x on the right), rounding at
 // each step. `adjacent`: every right-hand texel follows its left-hand one in
 // memory (no lane wraps across the texture's edge), so each pair is one read.
-TARKO_D3D_INLINE I4 bilinear_texels(const std::uint32_t* tex, I4 i00, I4 i10, I4 i01, I4 i11, F4 ax, F4 ay,
+TARKO_D3D_INLINE I4 bilinear_texels(const std::uint32_t* tex, I4 i00, I4 i10, I4 i01, I4 i11, W2 wx, W2 wy,
                                     [[maybe_unused]] bool adjacent) {
     I4 t00, t10, t01, t11;
 #if TARKO_D3D_SSE2
@@ -99,8 +99,15 @@ TARKO_D3D_INLINE I4 bilinear_texels(const std::uint32_t* tex, I4 i00, I4 i10, I4
     {
         t00 = gather(tex, i00), t10 = gather(tex, i10), t01 = gather(tex, i01), t11 = gather(tex, i11);
     }
-    const W2 wx = spread(to_int_round(ax * F4(256.0f))), wy = spread(to_int_round(ay * F4(256.0f)));
     return narrow(lerp256(lerp256(widen(t00), widen(t10), wx), lerp256(widen(t01), widen(t11), wx), wy));
+}
+
+// Texel coordinate with 8 fractional bits: u times the texture's size (a power
+// of two, so the product is exact) rounded to 1/256. Far coordinates are
+// held within the int32 range; NaN ends up at the low end.
+inline I4 fixed_coordinate(F4 u, float size_256, float offset) {
+    const F4 limit(1073741824.0f);
+    return to_int_round(min(max(u * F4(size_256), F4(-1073741824.0f)), limit) - F4(offset));
 }
 
 // Four texels as packed A8R8G8B8.
@@ -108,29 +115,39 @@ TARKO_D3D_INLINE I4 sample(const Texture* t, bool bilinear, F4 u, F4 v) {
     if (!t) return I4(-1);  // no texture reads opaque white
     const int w = t->width, h = t->height;
     const std::uint32_t* tex = t->texels.data();
+    if (t->pow2) {
+        // Power-of-two sizes wrap by masking the whole texel numbers.
+        const I4 mw(w - 1), mh(h - 1);
+        const float sw = static_cast<float>(w) * 256.0f, sh = static_cast<float>(h) * 256.0f;
+        if (!bilinear || t->bump) {
+            const I4 x = sar<8>(fixed_coordinate(u, sw, 0.0f)) & mw, y = sar<8>(fixed_coordinate(v, sh, 0.0f)) & mh;
+            return gather(tex, shl_var(y, t->width_shift) + x);
+        }
+        // Texel centres lie half a texel in.
+        const I4 fx = fixed_coordinate(u, sw, 128.0f), fy = fixed_coordinate(v, sh, 128.0f);
+        const I4 x0 = sar<8>(fx), y0 = sar<8>(fy);
+        const I4 xa = x0 & mw, xb = (x0 + I4(1)) & mw;
+        const I4 ra = shl_var(y0 & mh, t->width_shift), rb = shl_var((y0 + I4(1)) & mh, t->width_shift);
+        const bool adjacent = movemask(cmpeq(xa, mw)) == 0;  // then xb = xa + 1 in every lane
+        return bilinear_texels(tex, ra + xa, ra + xb, rb + xa, rb + xb, spread(fx & I4(255)), spread(fy & I4(255)),
+                               adjacent);
+    }
     const F4 fu = wrap01(u) * F4(static_cast<float>(w));
     const F4 fv = wrap01(v) * F4(static_cast<float>(h));
     if (!bilinear || t->bump) {
         const I4 ix = clamp_index(to_int_trunc(fu), w);
         const I4 iy = clamp_index(to_int_trunc(fv), h);
-        return gather(tex, t->pow2 ? shl_var(iy, t->width_shift) + ix : mul_lo(iy, I4(w)) + ix);
+        return gather(tex, mul_lo(iy, I4(w)) + ix);
     }
     const F4 tx = fu - F4(0.5f), ty = fv - F4(0.5f);
     const F4 x0f = floor4(tx), y0f = floor4(ty);
-    const F4 ax = tx - x0f, ay = ty - y0f;
     const I4 x0 = to_int_trunc(x0f), y0 = to_int_trunc(y0f);
-    I4 xa, xb, ra, rb;
-    if (t->pow2) {
-        // x0 lies in -1..w-1 (u wrapped to 0..1), so masking wraps exactly as wrap_index.
-        const I4 mw(w - 1), mh(h - 1);
-        xa = x0 & mw, xb = (x0 + I4(1)) & mw;
-        ra = shl_var(y0 & mh, t->width_shift), rb = shl_var((y0 + I4(1)) & mh, t->width_shift);
-    } else {
-        xa = wrap_index(x0, w), xb = wrap_index(x0 + I4(1), w);
-        ra = mul_lo(wrap_index(y0, h), I4(w)), rb = mul_lo(wrap_index(y0 + I4(1), h), I4(w));
-    }
-    const bool adjacent = movemask(cmpeq(xa, I4(w - 1))) == 0;  // then xb = xa + 1 in every lane
-    return bilinear_texels(tex, ra + xa, ra + xb, rb + xa, rb + xb, ax, ay, adjacent);
+    const I4 xa = wrap_index(x0, w), xb = wrap_index(x0 + I4(1), w);
+    const I4 ra = mul_lo(wrap_index(y0, h), I4(w)), rb = mul_lo(wrap_index(y0 + I4(1), h), I4(w));
+    // Weights in 1/256 (a weight of 256 takes the right-hand texel whole).
+    const W2 wx = spread(to_int_round((tx - x0f) * F4(256.0f))), wy = spread(to_int_round((ty - y0f) * F4(256.0f)));
+    const bool adjacent = movemask(cmpeq(xa, I4(w - 1))) == 0;
+    return bilinear_texels(tex, ra + xa, ra + xb, rb + xa, rb + xb, wx, wy, adjacent);
 }
 
 // Bump texel as signed du, dv in -1..1: du is the low byte, dv the next.
