@@ -141,6 +141,9 @@ public:
     // Off: every draw goes through the general texture cascade and blend
     // (the pictures must not change; tests compare the two).
     void set_fast_paths(bool on);
+    // Off: the four-lane pixel routines even where the processor has the
+    // eight-lane (AVX2) ones (the pictures must not change).
+    void set_wide_pixels(bool on);
     int draw_calls() const { return draw_calls_; }
 
 private:

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "platform/d3d/device_state.h"
-#include "platform/d3d/simd.h"
 
 namespace tarko::platform::d3d {
 
@@ -126,8 +125,7 @@ struct DrawContext {
     int src_blend = 2, dest_blend = 1;
     bool blend_over = false;       // source alpha over inverse source alpha, done directly
     bool fog = false;
-    W2 fog_colour{0};              // widened A8R8G8B8
-    W2 alpha_lanes{0};             // 255 in each pixel's alpha lane, 0 elsewhere
+    std::uint32_t fog_colour = 0;  // A8R8G8B8
     bool specular = false;
     bool colour_key = false;       // discard texels that matched the key
     bool modulate_alpha = false;   // stage 0 multiplies the texture's alpha by the diffuse alpha
@@ -160,7 +158,16 @@ struct SetupTriangle {
     bool is_flat;                // when the three vertices share their colours
 };
 
-// Picks the pixel routine instantiated for this state combination.
-DrawContext::RasterFn select_raster(TargetKind target, DepthKind depth, CascadeKind cascade);
+// The pixel routines instantiated for each state combination, once per
+// instruction set (pixel_stage_body.h).
+namespace avx2 { DrawContext::RasterFn select_raster(TargetKind, DepthKind, CascadeKind); }
+namespace sse2 { DrawContext::RasterFn select_raster(TargetKind, DepthKind, CascadeKind); }
+namespace portable { DrawContext::RasterFn select_raster(TargetKind, DepthKind, CascadeKind); }
+
+// Whether this processor runs the eight-lane (AVX2) routines.
+bool wide_pixels_available();
+// Picks the routine for this state combination; `wide` allows the eight-lane
+// ones where available. Both kinds draw the same pictures bit for bit.
+DrawContext::RasterFn select_raster(TargetKind target, DepthKind depth, CascadeKind cascade, bool wide);
 
 }  // namespace tarko::platform::d3d

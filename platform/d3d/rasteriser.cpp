@@ -211,12 +211,11 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, DrawContext& ctx)
                                                                 : rs(dx::D3DRENDERSTATE_FOGVERTEXMODE);
     ctx.fog = rs(dx::D3DRENDERSTATE_FOGENABLE) != 0 && fvf != dx::D3DFVF_TLVERTEX && fog_mode >= dx::D3DFOG_EXP &&
               fog_mode <= dx::D3DFOG_LINEAR;
-    ctx.fog_colour = widen(I4(rs(dx::D3DRENDERSTATE_FOGCOLOR)));
-    ctx.alpha_lanes = widen(I4(static_cast<std::int32_t>(0xFF000000u)));
+    ctx.fog_colour = static_cast<std::uint32_t>(rs(dx::D3DRENDERSTATE_FOGCOLOR));
     ctx.specular = rs(dx::D3DRENDERSTATE_SPECULARENABLE) != 0;
     ctx.tfactor = static_cast<std::uint32_t>(rs(dx::D3DRENDERSTATE_TEXTUREFACTOR));
     ctx.modulate_alpha = ctx.stage_count > 0 && ctx.stages[0].alpha_op == dx::D3DTOP_MODULATE;
-    ctx.raster = select_raster(target, depth, cascade);
+    ctx.raster = select_raster(target, depth, cascade, wide_);
 
     flat_ = rs(dx::D3DRENDERSTATE_SHADEMODE) == dx::D3DSHADE_FLAT;
     fill_ = rs(dx::D3DRENDERSTATE_FILLMODE);

@@ -1,272 +1,411 @@
-// Four-lane float and int vectors for the pixel stages: SSE2 on x86-64, plain
-// arrays elsewhere (or when TARKO_D3D_SCALAR is defined). Both give the same
-// results bit for bit: only IEEE add, sub, mul, div, min, max and conversions
-// with round-to-nearest-even are used.
-#pragma once
-
+// Lane vectors for the pixel stages, in one of three instruction sets chosen
+// by the including file through TARKO_D3D_ISA before the include:
+//   avx2      eight lanes (the file is compiled for AVX2),
+//   sse2      four lanes (x86-64's baseline),
+//   portable  four lanes as plain arrays (other machines, or TARKO_D3D_SCALAR).
+// All of them give the same results lane for lane: only IEEE add, sub, mul,
+// div, min, max (the second operand wins on NaN), conversions rounding to
+// nearest-even, and integer operations are used. Each set lives in its own
+// namespace, so files built for different sets link together.
+//
+//   Fv  float lanes            Iv  int32 lanes (one packed A8R8G8B8 pixel each)
+//   Wv  the pixels of an Iv widened to 16-bit lanes, four per pixel in memory
+//       order (b, g, r, a): colour arithmetic on 8-bit values happens here.
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 
+#ifndef TARKO_D3D_ISA
 #if defined(__SSE2__) && !defined(TARKO_D3D_SCALAR)
-#define TARKO_D3D_SSE2 1
+#define TARKO_D3D_ISA sse2
+#else
+#define TARKO_D3D_ISA portable
+#endif
+#endif
+
+#define TARKO_D3D_ISA_avx2 1
+#define TARKO_D3D_ISA_sse2 2
+#define TARKO_D3D_ISA_portable 3
+#define TARKO_D3D_ISA_ID_(x) TARKO_D3D_ISA_##x
+#define TARKO_D3D_ISA_ID(x) TARKO_D3D_ISA_ID_(x)
+#define TARKO_D3D_ISA_IS(x) (TARKO_D3D_ISA_ID(TARKO_D3D_ISA) == TARKO_D3D_ISA_##x)
+
+#if TARKO_D3D_ISA_IS(avx2)
+#include <immintrin.h>
+#elif TARKO_D3D_ISA_IS(sse2)
 #include <emmintrin.h>
 #endif
 
-namespace tarko::platform::d3d {
+namespace tarko::platform::d3d::TARKO_D3D_ISA {
 
-#if TARKO_D3D_SSE2
+#if TARKO_D3D_ISA_IS(avx2)
 
-struct I4;
-struct F4 {
-    __m128 v;
-    F4() = default;
-    explicit F4(__m128 x) : v(x) {}
-    F4(float x) : v(_mm_set1_ps(x)) {}  // NOLINT: broadcast
-    static F4 set(float a, float b, float c, float d) { return F4(_mm_setr_ps(a, b, c, d)); }
-    static F4 load(const float* p) { return F4(_mm_loadu_ps(p)); }
-    void store(float* p) const { _mm_storeu_ps(p, v); }
-    float lane(int i) const { alignas(16) float t[4]; _mm_store_ps(t, v); return t[i]; }
+constexpr int kLanes = 8;
+
+struct Fv {
+    __m256 v;
+    Fv() = default;
+    explicit Fv(__m256 x) : v(x) {}
+    Fv(float x) : v(_mm256_set1_ps(x)) {}  // NOLINT: broadcast
+    static Fv load(const float* p) { return Fv(_mm256_loadu_ps(p)); }
+    void store(float* p) const { _mm256_storeu_ps(p, v); }
 };
-struct I4 {
-    __m128i v;
-    I4() = default;
-    explicit I4(__m128i x) : v(x) {}
-    I4(std::int32_t x) : v(_mm_set1_epi32(x)) {}  // NOLINT: broadcast
-    static I4 set(std::int32_t a, std::int32_t b, std::int32_t c, std::int32_t d) { return I4(_mm_setr_epi32(a, b, c, d)); }
-    static I4 load(const void* p) { return I4(_mm_loadu_si128(static_cast<const __m128i*>(p))); }
-    void store(void* p) const { _mm_storeu_si128(static_cast<__m128i*>(p), v); }
-    std::int32_t lane(int i) const { alignas(16) std::int32_t t[4]; _mm_store_si128(reinterpret_cast<__m128i*>(t), v); return t[i]; }
+struct Iv {
+    __m256i v;
+    Iv() = default;
+    explicit Iv(__m256i x) : v(x) {}
+    Iv(std::int32_t x) : v(_mm256_set1_epi32(x)) {}  // NOLINT: broadcast
+    static Iv load(const void* p) { return Iv(_mm256_loadu_si256(static_cast<const __m256i*>(p))); }
+    void store(void* p) const { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
 };
 
-inline F4 operator+(F4 a, F4 b) { return F4(_mm_add_ps(a.v, b.v)); }
-inline F4 operator-(F4 a, F4 b) { return F4(_mm_sub_ps(a.v, b.v)); }
-inline F4 operator*(F4 a, F4 b) { return F4(_mm_mul_ps(a.v, b.v)); }
-inline F4 operator/(F4 a, F4 b) { return F4(_mm_div_ps(a.v, b.v)); }
-inline F4 min(F4 a, F4 b) { return F4(_mm_min_ps(a.v, b.v)); }
-inline F4 max(F4 a, F4 b) { return F4(_mm_max_ps(a.v, b.v)); }
-inline I4 cmplt(F4 a, F4 b) { return I4(_mm_castps_si128(_mm_cmplt_ps(a.v, b.v))); }
-inline I4 cmple(F4 a, F4 b) { return I4(_mm_castps_si128(_mm_cmple_ps(a.v, b.v))); }
-inline I4 cmpeq(F4 a, F4 b) { return I4(_mm_castps_si128(_mm_cmpeq_ps(a.v, b.v))); }
-inline F4 select(I4 m, F4 a, F4 b) {  // m ? a : b
-    const __m128 mm = _mm_castsi128_ps(m.v);
-    return F4(_mm_or_ps(_mm_and_ps(mm, a.v), _mm_andnot_ps(mm, b.v)));
+inline Fv operator+(Fv a, Fv b) { return Fv(_mm256_add_ps(a.v, b.v)); }
+inline Fv operator-(Fv a, Fv b) { return Fv(_mm256_sub_ps(a.v, b.v)); }
+inline Fv operator*(Fv a, Fv b) { return Fv(_mm256_mul_ps(a.v, b.v)); }
+inline Fv operator/(Fv a, Fv b) { return Fv(_mm256_div_ps(a.v, b.v)); }
+inline Fv min(Fv a, Fv b) { return Fv(_mm256_min_ps(a.v, b.v)); }
+inline Fv max(Fv a, Fv b) { return Fv(_mm256_max_ps(a.v, b.v)); }
+inline Iv cmplt(Fv a, Fv b) { return Iv(_mm256_castps_si256(_mm256_cmp_ps(a.v, b.v, _CMP_LT_OQ))); }
+inline Iv cmple(Fv a, Fv b) { return Iv(_mm256_castps_si256(_mm256_cmp_ps(a.v, b.v, _CMP_LE_OQ))); }
+inline Fv select(Iv m, Fv a, Fv b) { return Fv(_mm256_blendv_ps(b.v, a.v, _mm256_castsi256_ps(m.v))); }
+inline Iv to_int_round(Fv a) { return Iv(_mm256_cvtps_epi32(a.v)); }
+inline Iv to_int_trunc(Fv a) { return Iv(_mm256_cvttps_epi32(a.v)); }
+inline Fv to_float(Iv a) { return Fv(_mm256_cvtepi32_ps(a.v)); }
+inline Fv lane_offsets() { return Fv(_mm256_setr_ps(0, 1, 2, 3, 4, 5, 6, 7)); }
+
+inline Iv operator+(Iv a, Iv b) { return Iv(_mm256_add_epi32(a.v, b.v)); }
+inline Iv operator-(Iv a, Iv b) { return Iv(_mm256_sub_epi32(a.v, b.v)); }
+inline Iv operator&(Iv a, Iv b) { return Iv(_mm256_and_si256(a.v, b.v)); }
+inline Iv operator|(Iv a, Iv b) { return Iv(_mm256_or_si256(a.v, b.v)); }
+inline Iv operator^(Iv a, Iv b) { return Iv(_mm256_xor_si256(a.v, b.v)); }
+inline Iv andnot(Iv a, Iv b) { return Iv(_mm256_andnot_si256(a.v, b.v)); }  // ~a & b
+template <int n> inline Iv shl(Iv a) { return Iv(_mm256_slli_epi32(a.v, n)); }
+template <int n> inline Iv shr(Iv a) { return Iv(_mm256_srli_epi32(a.v, n)); }
+template <int n> inline Iv sar(Iv a) { return Iv(_mm256_srai_epi32(a.v, n)); }
+inline Iv shl_var(Iv a, int n) { return Iv(_mm256_sll_epi32(a.v, _mm_cvtsi32_si128(n))); }
+inline Iv shr_var(Iv a, int n) { return Iv(_mm256_srl_epi32(a.v, _mm_cvtsi32_si128(n))); }
+inline Iv cmpgt(Iv a, Iv b) { return Iv(_mm256_cmpgt_epi32(a.v, b.v)); }
+inline Iv cmplt(Iv a, Iv b) { return Iv(_mm256_cmpgt_epi32(b.v, a.v)); }
+inline Iv cmpeq(Iv a, Iv b) { return Iv(_mm256_cmpeq_epi32(a.v, b.v)); }
+inline Iv select(Iv m, Iv a, Iv b) { return Iv(_mm256_blendv_epi8(b.v, a.v, m.v)); }
+inline int movemask(Iv m) { return _mm256_movemask_ps(_mm256_castsi256_ps(m.v)); }
+inline Iv adds_u8(Iv a, Iv b) { return Iv(_mm256_adds_epu8(a.v, b.v)); }
+inline Iv mul_lo(Iv a, Iv b) { return Iv(_mm256_mullo_epi32(a.v, b.v)); }
+inline Iv lane_numbers() { return Iv(_mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7)); }
+inline Iv gather(const std::uint32_t* base, Iv index) {
+    return Iv(_mm256_i32gather_epi32(reinterpret_cast<const int*>(base), index.v, 4));
 }
-inline I4 to_int_round(F4 a) { return I4(_mm_cvtps_epi32(a.v)); }   // nearest, ties to even
-inline I4 to_int_trunc(F4 a) { return I4(_mm_cvttps_epi32(a.v)); }
-inline F4 to_float(I4 a) { return F4(_mm_cvtepi32_ps(a.v)); }
+// Eight 16-bit values, zero-extended; and the low halves of the lanes stored.
+inline Iv load_u16(const void* p) { return Iv(_mm256_cvtepu16_epi32(_mm_loadu_si128(static_cast<const __m128i*>(p)))); }
+inline void store_u16(void* p, Iv a) {  // lanes within 0..65535
+    _mm_storeu_si128(static_cast<__m128i*>(p),
+                     _mm_packus_epi32(_mm256_castsi256_si128(a.v), _mm256_extracti128_si256(a.v, 1)));
+}
 
-inline I4 operator+(I4 a, I4 b) { return I4(_mm_add_epi32(a.v, b.v)); }
-inline I4 operator-(I4 a, I4 b) { return I4(_mm_sub_epi32(a.v, b.v)); }
-inline I4 operator&(I4 a, I4 b) { return I4(_mm_and_si128(a.v, b.v)); }
-inline I4 operator|(I4 a, I4 b) { return I4(_mm_or_si128(a.v, b.v)); }
-inline I4 operator^(I4 a, I4 b) { return I4(_mm_xor_si128(a.v, b.v)); }
-inline I4 andnot(I4 a, I4 b) { return I4(_mm_andnot_si128(a.v, b.v)); }  // ~a & b
-template <int n> inline I4 shl(I4 a) { return I4(_mm_slli_epi32(a.v, n)); }
-template <int n> inline I4 shr(I4 a) { return I4(_mm_srli_epi32(a.v, n)); }   // logical
-template <int n> inline I4 sar(I4 a) { return I4(_mm_srai_epi32(a.v, n)); }   // arithmetic
-inline I4 shl_var(I4 a, int n) { return I4(_mm_sll_epi32(a.v, _mm_cvtsi32_si128(n))); }
-inline I4 shr_var(I4 a, int n) { return I4(_mm_srl_epi32(a.v, _mm_cvtsi32_si128(n))); }
-inline I4 cmpgt(I4 a, I4 b) { return I4(_mm_cmpgt_epi32(a.v, b.v)); }
-inline I4 cmplt(I4 a, I4 b) { return I4(_mm_cmplt_epi32(a.v, b.v)); }
-inline I4 cmpeq(I4 a, I4 b) { return I4(_mm_cmpeq_epi32(a.v, b.v)); }
-inline I4 select(I4 m, I4 a, I4 b) { return I4(_mm_or_si128(_mm_and_si128(m.v, a.v), _mm_andnot_si128(m.v, b.v))); }
-inline int movemask(I4 m) { return _mm_movemask_ps(_mm_castsi128_ps(m.v)); }
-inline I4 adds_u8(I4 a, I4 b) { return I4(_mm_adds_epu8(a.v, b.v)); }  // byte by byte, saturating
+struct Wv {
+    __m256i lo, hi;  // pixels 0-3, 4-7
+    Wv() = default;
+    Wv(__m256i l, __m256i h) : lo(l), hi(h) {}
+    Wv(std::uint16_t x) : lo(_mm256_set1_epi16(static_cast<short>(x))), hi(lo) {}  // NOLINT: broadcast
+};
+inline Wv widen(Iv p) {
+    return Wv(_mm256_cvtepu8_epi16(_mm256_castsi256_si128(p.v)), _mm256_cvtepu8_epi16(_mm256_extracti128_si256(p.v, 1)));
+}
+inline Iv narrow(Wv w) { return Iv(_mm256_permute4x64_epi64(_mm256_packus_epi16(w.lo, w.hi), 0xD8)); }
+#define TARKO_D3D_W_OP(f) Wv(f(a.lo, b.lo), f(a.hi, b.hi))
+inline Wv operator+(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm256_add_epi16); }
+inline Wv operator-(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm256_sub_epi16); }
+inline Wv operator*(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm256_mullo_epi16); }
+inline Wv mulhi(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm256_mulhi_epu16); }
+inline Wv operator&(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm256_and_si256); }
+inline Wv operator|(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm256_or_si256); }
+inline Wv andnot(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm256_andnot_si256); }
+inline Wv cmpgt(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm256_cmpgt_epi16); }  // signed
+inline Wv min_u8(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm256_min_epi16); }   // lanes below 32768
+#undef TARKO_D3D_W_OP
+template <int n> inline Wv shr(Wv a) { return Wv(_mm256_srli_epi16(a.lo, n), _mm256_srli_epi16(a.hi, n)); }
+inline Wv alpha_of(Wv a) {
+    const auto f = [](__m256i x) { return _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(x, 0xFF), 0xFF); };
+    return Wv(f(a.lo), f(a.hi));
+}
+inline Wv spread(Iv v) {  // lanes 0..32767
+    const __m256i pick = _mm256_setr_epi8(0, 1, 0, 1, 0, 1, 0, 1, 4, 5, 4, 5, 4, 5, 4, 5,
+                                          8, 9, 8, 9, 8, 9, 8, 9, 12, 13, 12, 13, 12, 13, 12, 13);
+    const auto part = [&pick](__m128i four) {
+        // Pixels 0 and 1 of the four in the low half, 2 and 3 in the high.
+        return _mm256_shuffle_epi8(_mm256_broadcastsi128_si256(four), pick);
+    };
+    return Wv(part(_mm256_castsi256_si128(v.v)), part(_mm256_extracti128_si256(v.v, 1)));
+}
+
+#elif TARKO_D3D_ISA_IS(sse2)
+
+constexpr int kLanes = 4;
+
+struct Fv {
+    __m128 v;
+    Fv() = default;
+    explicit Fv(__m128 x) : v(x) {}
+    Fv(float x) : v(_mm_set1_ps(x)) {}  // NOLINT: broadcast
+    static Fv load(const float* p) { return Fv(_mm_loadu_ps(p)); }
+    void store(float* p) const { _mm_storeu_ps(p, v); }
+};
+struct Iv {
+    __m128i v;
+    Iv() = default;
+    explicit Iv(__m128i x) : v(x) {}
+    Iv(std::int32_t x) : v(_mm_set1_epi32(x)) {}  // NOLINT: broadcast
+    static Iv load(const void* p) { return Iv(_mm_loadu_si128(static_cast<const __m128i*>(p))); }
+    void store(void* p) const { _mm_storeu_si128(static_cast<__m128i*>(p), v); }
+};
+
+inline Fv operator+(Fv a, Fv b) { return Fv(_mm_add_ps(a.v, b.v)); }
+inline Fv operator-(Fv a, Fv b) { return Fv(_mm_sub_ps(a.v, b.v)); }
+inline Fv operator*(Fv a, Fv b) { return Fv(_mm_mul_ps(a.v, b.v)); }
+inline Fv operator/(Fv a, Fv b) { return Fv(_mm_div_ps(a.v, b.v)); }
+inline Fv min(Fv a, Fv b) { return Fv(_mm_min_ps(a.v, b.v)); }
+inline Fv max(Fv a, Fv b) { return Fv(_mm_max_ps(a.v, b.v)); }
+inline Iv cmplt(Fv a, Fv b) { return Iv(_mm_castps_si128(_mm_cmplt_ps(a.v, b.v))); }
+inline Iv cmple(Fv a, Fv b) { return Iv(_mm_castps_si128(_mm_cmple_ps(a.v, b.v))); }
+inline Fv select(Iv m, Fv a, Fv b) {  // m ? a : b
+    const __m128 mm = _mm_castsi128_ps(m.v);
+    return Fv(_mm_or_ps(_mm_and_ps(mm, a.v), _mm_andnot_ps(mm, b.v)));
+}
+inline Iv to_int_round(Fv a) { return Iv(_mm_cvtps_epi32(a.v)); }   // nearest, ties to even
+inline Iv to_int_trunc(Fv a) { return Iv(_mm_cvttps_epi32(a.v)); }
+inline Fv to_float(Iv a) { return Fv(_mm_cvtepi32_ps(a.v)); }
+inline Fv lane_offsets() { return Fv(_mm_setr_ps(0, 1, 2, 3)); }
+
+inline Iv operator+(Iv a, Iv b) { return Iv(_mm_add_epi32(a.v, b.v)); }
+inline Iv operator-(Iv a, Iv b) { return Iv(_mm_sub_epi32(a.v, b.v)); }
+inline Iv operator&(Iv a, Iv b) { return Iv(_mm_and_si128(a.v, b.v)); }
+inline Iv operator|(Iv a, Iv b) { return Iv(_mm_or_si128(a.v, b.v)); }
+inline Iv operator^(Iv a, Iv b) { return Iv(_mm_xor_si128(a.v, b.v)); }
+inline Iv andnot(Iv a, Iv b) { return Iv(_mm_andnot_si128(a.v, b.v)); }  // ~a & b
+template <int n> inline Iv shl(Iv a) { return Iv(_mm_slli_epi32(a.v, n)); }
+template <int n> inline Iv shr(Iv a) { return Iv(_mm_srli_epi32(a.v, n)); }   // logical
+template <int n> inline Iv sar(Iv a) { return Iv(_mm_srai_epi32(a.v, n)); }   // arithmetic
+inline Iv shl_var(Iv a, int n) { return Iv(_mm_sll_epi32(a.v, _mm_cvtsi32_si128(n))); }
+inline Iv shr_var(Iv a, int n) { return Iv(_mm_srl_epi32(a.v, _mm_cvtsi32_si128(n))); }
+inline Iv cmpgt(Iv a, Iv b) { return Iv(_mm_cmpgt_epi32(a.v, b.v)); }
+inline Iv cmplt(Iv a, Iv b) { return Iv(_mm_cmplt_epi32(a.v, b.v)); }
+inline Iv cmpeq(Iv a, Iv b) { return Iv(_mm_cmpeq_epi32(a.v, b.v)); }
+inline Iv select(Iv m, Iv a, Iv b) { return Iv(_mm_or_si128(_mm_and_si128(m.v, a.v), _mm_andnot_si128(m.v, b.v))); }
+inline int movemask(Iv m) { return _mm_movemask_ps(_mm_castsi128_ps(m.v)); }
+inline Iv adds_u8(Iv a, Iv b) { return Iv(_mm_adds_epu8(a.v, b.v)); }  // byte by byte, saturating
 // 32-bit multiply of the low halves (SSE2 lacks pmulld).
-inline I4 mul_lo(I4 a, I4 b) {
+inline Iv mul_lo(Iv a, Iv b) {
     const __m128i even = _mm_mul_epu32(a.v, b.v);
     const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(a.v, 32), _mm_srli_epi64(b.v, 32));
-    return I4(_mm_unpacklo_epi32(_mm_shuffle_epi32(even, _MM_SHUFFLE(0, 0, 2, 0)),
+    return Iv(_mm_unpacklo_epi32(_mm_shuffle_epi32(even, _MM_SHUFFLE(0, 0, 2, 0)),
                                  _mm_shuffle_epi32(odd, _MM_SHUFFLE(0, 0, 2, 0))));
 }
+inline Iv lane_numbers() { return Iv(_mm_setr_epi32(0, 1, 2, 3)); }
+inline Iv gather(const std::uint32_t* base, Iv index) {
+    alignas(16) std::int32_t idx[4];
+    index.store(idx);
+    return Iv(_mm_setr_epi32(static_cast<int>(base[idx[0]]), static_cast<int>(base[idx[1]]),
+                             static_cast<int>(base[idx[2]]), static_cast<int>(base[idx[3]])));
+}
+inline Iv load_u16(const void* p) {
+    return Iv(_mm_unpacklo_epi16(_mm_loadl_epi64(static_cast<const __m128i*>(p)), _mm_setzero_si128()));
+}
+inline void store_u16(void* p, Iv a) {  // the low halves of the four lanes, side by side
+    __m128i v = _mm_shufflelo_epi16(a.v, _MM_SHUFFLE(3, 3, 2, 0));
+    v = _mm_shufflehi_epi16(v, _MM_SHUFFLE(3, 3, 2, 0));
+    _mm_storel_epi64(static_cast<__m128i*>(p), _mm_shuffle_epi32(v, _MM_SHUFFLE(3, 3, 2, 0)));
+}
 
-#else
+struct Wv {
+    __m128i lo, hi;  // pixels 0-1, 2-3
+    Wv() = default;
+    Wv(__m128i l, __m128i h) : lo(l), hi(h) {}
+    Wv(std::uint16_t x) : lo(_mm_set1_epi16(static_cast<short>(x))), hi(lo) {}  // NOLINT: broadcast
+};
+inline Wv widen(Iv p) {
+    const __m128i z = _mm_setzero_si128();
+    return Wv(_mm_unpacklo_epi8(p.v, z), _mm_unpackhi_epi8(p.v, z));
+}
+inline Iv narrow(Wv w) { return Iv(_mm_packus_epi16(w.lo, w.hi)); }  // saturates to 0..255
+#define TARKO_D3D_W_OP(f) Wv(f(a.lo, b.lo), f(a.hi, b.hi))
+inline Wv operator+(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm_add_epi16); }
+inline Wv operator-(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm_sub_epi16); }
+inline Wv operator*(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm_mullo_epi16); }
+inline Wv mulhi(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm_mulhi_epu16); }  // unsigned
+inline Wv operator&(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm_and_si128); }
+inline Wv operator|(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm_or_si128); }
+inline Wv andnot(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm_andnot_si128); }
+inline Wv cmpgt(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm_cmpgt_epi16); }  // signed
+inline Wv min_u8(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm_min_epi16); }   // lanes below 32768
+#undef TARKO_D3D_W_OP
+template <int n> inline Wv shr(Wv a) { return Wv(_mm_srli_epi16(a.lo, n), _mm_srli_epi16(a.hi, n)); }
+// Each pixel's alpha in all four of its lanes.
+inline Wv alpha_of(Wv a) {
+    const auto f = [](__m128i x) { return _mm_shufflehi_epi16(_mm_shufflelo_epi16(x, 0xFF), 0xFF); };
+    return Wv(f(a.lo), f(a.hi));
+}
+// Lane i of `v` (0..32767) in the four lanes of pixel i.
+inline Wv spread(Iv v) {
+    const __m128i p = _mm_packs_epi32(v.v, v.v);
+    const __m128i q = _mm_unpacklo_epi16(p, p);
+    return Wv(_mm_unpacklo_epi32(q, q), _mm_unpackhi_epi32(q, q));
+}
 
-struct I4;
-struct F4 {
+#else  // portable
+
+constexpr int kLanes = 4;
+
+struct Fv {
     float v[4];
-    F4() = default;
-    F4(float x) : v{x, x, x, x} {}  // NOLINT: broadcast
-    static F4 set(float a, float b, float c, float d) { F4 r; r.v[0] = a; r.v[1] = b; r.v[2] = c; r.v[3] = d; return r; }
-    static F4 load(const float* p) { F4 r; std::memcpy(r.v, p, sizeof r.v); return r; }
+    Fv() = default;
+    Fv(float x) : v{x, x, x, x} {}  // NOLINT: broadcast
+    static Fv load(const float* p) { Fv r; std::memcpy(r.v, p, sizeof r.v); return r; }
     void store(float* p) const { std::memcpy(p, v, sizeof v); }
-    float lane(int i) const { return v[i]; }
 };
-struct I4 {
+struct Iv {
     std::int32_t v[4];
-    I4() = default;
-    I4(std::int32_t x) : v{x, x, x, x} {}  // NOLINT: broadcast
-    static I4 set(std::int32_t a, std::int32_t b, std::int32_t c, std::int32_t d) { I4 r; r.v[0] = a; r.v[1] = b; r.v[2] = c; r.v[3] = d; return r; }
-    static I4 load(const void* p) { I4 r; std::memcpy(r.v, p, sizeof r.v); return r; }
+    Iv() = default;
+    Iv(std::int32_t x) : v{x, x, x, x} {}  // NOLINT: broadcast
+    static Iv load(const void* p) { Iv r; std::memcpy(r.v, p, sizeof r.v); return r; }
     void store(void* p) const { std::memcpy(p, v, sizeof v); }
-    std::int32_t lane(int i) const { return v[i]; }
 };
 
-#define TARKO_D3D_F4_OP(expr) F4 r; for (int i = 0; i < 4; ++i) r.v[i] = (expr); return r
-#define TARKO_D3D_I4_OP(expr) I4 r; for (int i = 0; i < 4; ++i) r.v[i] = (expr); return r
-inline F4 operator+(F4 a, F4 b) { TARKO_D3D_F4_OP(a.v[i] + b.v[i]); }
-inline F4 operator-(F4 a, F4 b) { TARKO_D3D_F4_OP(a.v[i] - b.v[i]); }
-inline F4 operator*(F4 a, F4 b) { TARKO_D3D_F4_OP(a.v[i] * b.v[i]); }
-inline F4 operator/(F4 a, F4 b) { TARKO_D3D_F4_OP(a.v[i] / b.v[i]); }
+#define TARKO_D3D_F_OP(expr) Fv r; for (int i = 0; i < 4; ++i) r.v[i] = (expr); return r
+#define TARKO_D3D_I_OP(expr) Iv r; for (int i = 0; i < 4; ++i) r.v[i] = (expr); return r
+inline Fv operator+(Fv a, Fv b) { TARKO_D3D_F_OP(a.v[i] + b.v[i]); }
+inline Fv operator-(Fv a, Fv b) { TARKO_D3D_F_OP(a.v[i] - b.v[i]); }
+inline Fv operator*(Fv a, Fv b) { TARKO_D3D_F_OP(a.v[i] * b.v[i]); }
+inline Fv operator/(Fv a, Fv b) { TARKO_D3D_F_OP(a.v[i] / b.v[i]); }
 // Same operand order as minps/maxps: the second operand wins on NaN.
-inline F4 min(F4 a, F4 b) { TARKO_D3D_F4_OP(a.v[i] < b.v[i] ? a.v[i] : b.v[i]); }
-inline F4 max(F4 a, F4 b) { TARKO_D3D_F4_OP(a.v[i] > b.v[i] ? a.v[i] : b.v[i]); }
-inline I4 cmplt(F4 a, F4 b) { TARKO_D3D_I4_OP(a.v[i] < b.v[i] ? -1 : 0); }
-inline I4 cmple(F4 a, F4 b) { TARKO_D3D_I4_OP(a.v[i] <= b.v[i] ? -1 : 0); }
-inline I4 cmpeq(F4 a, F4 b) { TARKO_D3D_I4_OP(a.v[i] == b.v[i] ? -1 : 0); }
-inline F4 select(I4 m, F4 a, F4 b) { TARKO_D3D_F4_OP(m.v[i] ? a.v[i] : b.v[i]); }
+inline Fv min(Fv a, Fv b) { TARKO_D3D_F_OP(a.v[i] < b.v[i] ? a.v[i] : b.v[i]); }
+inline Fv max(Fv a, Fv b) { TARKO_D3D_F_OP(a.v[i] > b.v[i] ? a.v[i] : b.v[i]); }
+inline Iv cmplt(Fv a, Fv b) { TARKO_D3D_I_OP(a.v[i] < b.v[i] ? -1 : 0); }
+inline Iv cmple(Fv a, Fv b) { TARKO_D3D_I_OP(a.v[i] <= b.v[i] ? -1 : 0); }
+inline Fv select(Iv m, Fv a, Fv b) { TARKO_D3D_F_OP(m.v[i] ? a.v[i] : b.v[i]); }
 inline std::int32_t cvt_lane(float f, bool round) {
     if (!(f > -2147483648.0f && f < 2147483648.0f)) return INT32_MIN;  // as cvtps: NaN and overflow
     return static_cast<std::int32_t>(round ? std::nearbyint(f) : f);
 }
-inline I4 to_int_round(F4 a) { TARKO_D3D_I4_OP(cvt_lane(a.v[i], true)); }
-inline I4 to_int_trunc(F4 a) { TARKO_D3D_I4_OP(cvt_lane(a.v[i], false)); }
-inline F4 to_float(I4 a) { TARKO_D3D_F4_OP(static_cast<float>(a.v[i])); }
-inline std::int32_t wrap_add(std::int32_t a, std::int32_t b) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
-}
-inline I4 operator+(I4 a, I4 b) { TARKO_D3D_I4_OP(wrap_add(a.v[i], b.v[i])); }
-inline I4 operator-(I4 a, I4 b) { TARKO_D3D_I4_OP(static_cast<std::int32_t>(static_cast<std::uint32_t>(a.v[i]) - static_cast<std::uint32_t>(b.v[i]))); }
-inline I4 operator&(I4 a, I4 b) { TARKO_D3D_I4_OP(a.v[i] & b.v[i]); }
-inline I4 operator|(I4 a, I4 b) { TARKO_D3D_I4_OP(a.v[i] | b.v[i]); }
-inline I4 operator^(I4 a, I4 b) { TARKO_D3D_I4_OP(a.v[i] ^ b.v[i]); }
-inline I4 andnot(I4 a, I4 b) { TARKO_D3D_I4_OP(~a.v[i] & b.v[i]); }
-template <int n> inline I4 shl(I4 a) { TARKO_D3D_I4_OP(static_cast<std::int32_t>(static_cast<std::uint32_t>(a.v[i]) << n)); }
-template <int n> inline I4 shr(I4 a) { TARKO_D3D_I4_OP(static_cast<std::int32_t>(static_cast<std::uint32_t>(a.v[i]) >> n)); }
-template <int n> inline I4 sar(I4 a) { TARKO_D3D_I4_OP(a.v[i] >> n); }
-inline I4 shl_var(I4 a, int n) { TARKO_D3D_I4_OP(static_cast<std::int32_t>(static_cast<std::uint32_t>(a.v[i]) << n)); }
-inline I4 shr_var(I4 a, int n) { TARKO_D3D_I4_OP(static_cast<std::int32_t>(static_cast<std::uint32_t>(a.v[i]) >> n)); }
-inline I4 cmpgt(I4 a, I4 b) { TARKO_D3D_I4_OP(a.v[i] > b.v[i] ? -1 : 0); }
-inline I4 cmplt(I4 a, I4 b) { TARKO_D3D_I4_OP(a.v[i] < b.v[i] ? -1 : 0); }
-inline I4 cmpeq(I4 a, I4 b) { TARKO_D3D_I4_OP(a.v[i] == b.v[i] ? -1 : 0); }
-inline I4 select(I4 m, I4 a, I4 b) { TARKO_D3D_I4_OP(m.v[i] ? a.v[i] : b.v[i]); }
-inline int movemask(I4 m) {
+inline Iv to_int_round(Fv a) { TARKO_D3D_I_OP(cvt_lane(a.v[i], true)); }
+inline Iv to_int_trunc(Fv a) { TARKO_D3D_I_OP(cvt_lane(a.v[i], false)); }
+inline Fv to_float(Iv a) { TARKO_D3D_F_OP(static_cast<float>(a.v[i])); }
+inline Fv lane_offsets() { TARKO_D3D_F_OP(static_cast<float>(i)); }
+inline std::int32_t wrap(std::uint32_t x) { return static_cast<std::int32_t>(x); }
+inline std::uint32_t u(std::int32_t x) { return static_cast<std::uint32_t>(x); }
+inline Iv operator+(Iv a, Iv b) { TARKO_D3D_I_OP(wrap(u(a.v[i]) + u(b.v[i]))); }
+inline Iv operator-(Iv a, Iv b) { TARKO_D3D_I_OP(wrap(u(a.v[i]) - u(b.v[i]))); }
+inline Iv operator&(Iv a, Iv b) { TARKO_D3D_I_OP(a.v[i] & b.v[i]); }
+inline Iv operator|(Iv a, Iv b) { TARKO_D3D_I_OP(a.v[i] | b.v[i]); }
+inline Iv operator^(Iv a, Iv b) { TARKO_D3D_I_OP(a.v[i] ^ b.v[i]); }
+inline Iv andnot(Iv a, Iv b) { TARKO_D3D_I_OP(~a.v[i] & b.v[i]); }
+template <int n> inline Iv shl(Iv a) { TARKO_D3D_I_OP(wrap(u(a.v[i]) << n)); }
+template <int n> inline Iv shr(Iv a) { TARKO_D3D_I_OP(wrap(u(a.v[i]) >> n)); }
+template <int n> inline Iv sar(Iv a) { TARKO_D3D_I_OP(a.v[i] >> n); }
+inline Iv shl_var(Iv a, int n) { TARKO_D3D_I_OP(wrap(u(a.v[i]) << n)); }
+inline Iv shr_var(Iv a, int n) { TARKO_D3D_I_OP(wrap(u(a.v[i]) >> n)); }
+inline Iv cmpgt(Iv a, Iv b) { TARKO_D3D_I_OP(a.v[i] > b.v[i] ? -1 : 0); }
+inline Iv cmplt(Iv a, Iv b) { TARKO_D3D_I_OP(a.v[i] < b.v[i] ? -1 : 0); }
+inline Iv cmpeq(Iv a, Iv b) { TARKO_D3D_I_OP(a.v[i] == b.v[i] ? -1 : 0); }
+inline Iv select(Iv m, Iv a, Iv b) { TARKO_D3D_I_OP(m.v[i] ? a.v[i] : b.v[i]); }
+inline int movemask(Iv m) {
     int r = 0;
     for (int i = 0; i < 4; ++i) r |= (m.v[i] < 0 ? 1 : 0) << i;
     return r;
 }
-inline I4 adds_u8(I4 a, I4 b) {
-    I4 r;
+inline Iv adds_u8(Iv a, Iv b) {
+    Iv r;
     for (int i = 0; i < 4; ++i) {
         std::uint32_t x = 0;
         for (int c = 0; c < 32; c += 8) {
-            const std::uint32_t s = ((static_cast<std::uint32_t>(a.v[i]) >> c) & 255u) + ((static_cast<std::uint32_t>(b.v[i]) >> c) & 255u);
+            const std::uint32_t s = ((u(a.v[i]) >> c) & 255u) + ((u(b.v[i]) >> c) & 255u);
             x |= (s > 255u ? 255u : s) << c;
         }
-        r.v[i] = static_cast<std::int32_t>(x);
+        r.v[i] = wrap(x);
     }
     return r;
 }
-inline I4 mul_lo(I4 a, I4 b) {
-    TARKO_D3D_I4_OP(static_cast<std::int32_t>(static_cast<std::uint32_t>(a.v[i]) * static_cast<std::uint32_t>(b.v[i])));
+inline Iv mul_lo(Iv a, Iv b) { TARKO_D3D_I_OP(wrap(u(a.v[i]) * u(b.v[i]))); }
+inline Iv lane_numbers() { TARKO_D3D_I_OP(i); }
+inline Iv gather(const std::uint32_t* base, Iv index) { TARKO_D3D_I_OP(wrap(base[index.v[i]])); }
+inline Iv load_u16(const void* p) {
+    std::uint16_t h[4];
+    std::memcpy(h, p, sizeof h);
+    TARKO_D3D_I_OP(h[i]);
 }
-#undef TARKO_D3D_F4_OP
-#undef TARKO_D3D_I4_OP
+inline void store_u16(void* p, Iv a) {
+    std::uint16_t h[4];
+    for (int i = 0; i < 4; ++i) h[i] = static_cast<std::uint16_t>(a.v[i]);
+    std::memcpy(p, h, sizeof h);
+}
+#undef TARKO_D3D_F_OP
+#undef TARKO_D3D_I_OP
 
-#endif
-
-// Four packed A8R8G8B8 pixels widened to sixteen 16-bit lanes, channel by
-// channel in memory order (b, g, r, a): lanes 0-7 hold pixels 0 and 1, lanes
-// 8-15 pixels 2 and 3. Colour arithmetic on 8-bit values happens here.
-#if TARKO_D3D_SSE2
-struct W2 {
-    __m128i lo, hi;
-    W2() = default;
-    W2(__m128i l, __m128i h) : lo(l), hi(h) {}
-    W2(std::uint16_t x) : lo(_mm_set1_epi16(static_cast<short>(x))), hi(lo) {}  // NOLINT: broadcast
-};
-inline W2 widen(I4 p) {
-    const __m128i z = _mm_setzero_si128();
-    return W2(_mm_unpacklo_epi8(p.v, z), _mm_unpackhi_epi8(p.v, z));
-}
-inline I4 narrow(W2 w) { return I4(_mm_packus_epi16(w.lo, w.hi)); }  // saturates to 0..255
-inline W2 operator+(W2 a, W2 b) { return W2(_mm_add_epi16(a.lo, b.lo), _mm_add_epi16(a.hi, b.hi)); }
-inline W2 operator-(W2 a, W2 b) { return W2(_mm_sub_epi16(a.lo, b.lo), _mm_sub_epi16(a.hi, b.hi)); }
-inline W2 operator*(W2 a, W2 b) { return W2(_mm_mullo_epi16(a.lo, b.lo), _mm_mullo_epi16(a.hi, b.hi)); }
-inline W2 mulhi(W2 a, W2 b) { return W2(_mm_mulhi_epu16(a.lo, b.lo), _mm_mulhi_epu16(a.hi, b.hi)); }  // unsigned
-inline W2 operator&(W2 a, W2 b) { return W2(_mm_and_si128(a.lo, b.lo), _mm_and_si128(a.hi, b.hi)); }
-inline W2 operator|(W2 a, W2 b) { return W2(_mm_or_si128(a.lo, b.lo), _mm_or_si128(a.hi, b.hi)); }
-inline W2 andnot(W2 a, W2 b) { return W2(_mm_andnot_si128(a.lo, b.lo), _mm_andnot_si128(a.hi, b.hi)); }
-template <int n> inline W2 shr(W2 a) { return W2(_mm_srli_epi16(a.lo, n), _mm_srli_epi16(a.hi, n)); }
-inline W2 cmpgt(W2 a, W2 b) { return W2(_mm_cmpgt_epi16(a.lo, b.lo), _mm_cmpgt_epi16(a.hi, b.hi)); }  // signed
-inline W2 min_u8(W2 a, W2 b) { return W2(_mm_min_epi16(a.lo, b.lo), _mm_min_epi16(a.hi, b.hi)); }  // lanes below 32768
-// Each pixel's alpha in all four of its lanes.
-inline W2 alpha_of(W2 a) {
-    const auto f = [](__m128i x) { return _mm_shufflehi_epi16(_mm_shufflelo_epi16(x, 0xFF), 0xFF); };
-    return W2(f(a.lo), f(a.hi));
-}
-// Lane i of `v` (0..32767) in the four lanes of pixel i.
-inline W2 spread(I4 v) {
-    const __m128i p = _mm_packs_epi32(v.v, v.v);
-    const __m128i q = _mm_unpacklo_epi16(p, p);
-    return W2(_mm_unpacklo_epi32(q, q), _mm_unpackhi_epi32(q, q));
-}
-#else
-struct W2 {
+struct Wv {
     std::uint16_t v[16];
-    W2() = default;
-    W2(std::uint16_t x) { for (auto& l : v) l = x; }  // NOLINT: broadcast
+    Wv() = default;
+    Wv(std::uint16_t x) { for (auto& l : v) l = x; }  // NOLINT: broadcast
 };
-#define TARKO_D3D_W2_OP(expr) W2 r; for (int i = 0; i < 16; ++i) r.v[i] = static_cast<std::uint16_t>(expr); return r
-inline W2 widen(I4 p) { TARKO_D3D_W2_OP((static_cast<std::uint32_t>(p.v[i / 4]) >> (8 * (i % 4))) & 255u); }
-inline I4 narrow(W2 w) {
-    I4 r;
+#define TARKO_D3D_W_OP(expr) Wv r; for (int i = 0; i < 16; ++i) r.v[i] = static_cast<std::uint16_t>(expr); return r
+inline Wv widen(Iv p) { TARKO_D3D_W_OP((u(p.v[i / 4]) >> (8 * (i % 4))) & 255u); }
+inline Iv narrow(Wv w) {
+    Iv r;
     for (int p = 0; p < 4; ++p) {
         std::uint32_t x = 0;
         for (int c = 0; c < 4; ++c) {
             const auto l = static_cast<std::int16_t>(w.v[p * 4 + c]);
             x |= static_cast<std::uint32_t>(l < 0 ? 0 : (l > 255 ? 255 : l)) << (8 * c);
         }
-        r.v[p] = static_cast<std::int32_t>(x);
+        r.v[p] = wrap(x);
     }
     return r;
 }
-inline W2 operator+(W2 a, W2 b) { TARKO_D3D_W2_OP(a.v[i] + b.v[i]); }
-inline W2 operator-(W2 a, W2 b) { TARKO_D3D_W2_OP(a.v[i] - b.v[i]); }
-inline W2 operator*(W2 a, W2 b) { TARKO_D3D_W2_OP(static_cast<std::uint32_t>(a.v[i]) * b.v[i]); }
-inline W2 mulhi(W2 a, W2 b) { TARKO_D3D_W2_OP((static_cast<std::uint32_t>(a.v[i]) * b.v[i]) >> 16); }
-inline W2 operator&(W2 a, W2 b) { TARKO_D3D_W2_OP(a.v[i] & b.v[i]); }
-inline W2 operator|(W2 a, W2 b) { TARKO_D3D_W2_OP(a.v[i] | b.v[i]); }
-inline W2 andnot(W2 a, W2 b) { TARKO_D3D_W2_OP(~a.v[i] & b.v[i]); }
-template <int n> inline W2 shr(W2 a) { TARKO_D3D_W2_OP(a.v[i] >> n); }
-inline W2 cmpgt(W2 a, W2 b) {
-    TARKO_D3D_W2_OP(static_cast<std::int16_t>(a.v[i]) > static_cast<std::int16_t>(b.v[i]) ? 0xFFFF : 0);
+inline Wv operator+(Wv a, Wv b) { TARKO_D3D_W_OP(a.v[i] + b.v[i]); }
+inline Wv operator-(Wv a, Wv b) { TARKO_D3D_W_OP(a.v[i] - b.v[i]); }
+inline Wv operator*(Wv a, Wv b) { TARKO_D3D_W_OP(static_cast<std::uint32_t>(a.v[i]) * b.v[i]); }
+inline Wv mulhi(Wv a, Wv b) { TARKO_D3D_W_OP((static_cast<std::uint32_t>(a.v[i]) * b.v[i]) >> 16); }
+inline Wv operator&(Wv a, Wv b) { TARKO_D3D_W_OP(a.v[i] & b.v[i]); }
+inline Wv operator|(Wv a, Wv b) { TARKO_D3D_W_OP(a.v[i] | b.v[i]); }
+inline Wv andnot(Wv a, Wv b) { TARKO_D3D_W_OP(~a.v[i] & b.v[i]); }
+template <int n> inline Wv shr(Wv a) { TARKO_D3D_W_OP(a.v[i] >> n); }
+inline Wv cmpgt(Wv a, Wv b) {
+    TARKO_D3D_W_OP(static_cast<std::int16_t>(a.v[i]) > static_cast<std::int16_t>(b.v[i]) ? 0xFFFF : 0);
 }
-inline W2 min_u8(W2 a, W2 b) { TARKO_D3D_W2_OP(a.v[i] < b.v[i] ? a.v[i] : b.v[i]); }
-inline W2 alpha_of(W2 a) { TARKO_D3D_W2_OP(a.v[(i & ~3) + 3]); }
-inline W2 spread(I4 v) { TARKO_D3D_W2_OP(v.v[i / 4]); }
-#undef TARKO_D3D_W2_OP
+inline Wv min_u8(Wv a, Wv b) { TARKO_D3D_W_OP(a.v[i] < b.v[i] ? a.v[i] : b.v[i]); }
+inline Wv alpha_of(Wv a) { TARKO_D3D_W_OP(a.v[(i & ~3) + 3]); }
+inline Wv spread(Iv v) { TARKO_D3D_W_OP(v.v[i / 4]); }
+#undef TARKO_D3D_W_OP
+
 #endif
+
+constexpr int kAllLanes = (1 << kLanes) - 1;  // movemask of a full vector
+
+// Largest whole number not above each lane (inputs within the int32 range).
+inline Fv floor_lanes(Fv a) {
+    const Fv t = to_float(to_int_trunc(a));
+    return select(cmplt(a, t), t - Fv(1.0f), t);
+}
+inline Fv clamp01(Fv a) { return min(max(a, Fv(0.0f)), Fv(1.0f)); }
 
 // round(x / 255) for x in 0..65025 (a product of two 8-bit values, or a sum
 // of such products weighted to 255 in all).
-inline W2 div255(W2 x) {
-    x = x + W2(128);
+inline Wv div255(Wv x) {
+    x = x + Wv(128);
     return shr<8>(x + shr<8>(x));
 }
-inline W2 mul255(W2 a, W2 b) { return div255(a * b); }
-inline W2 shl2(W2 a) { return a + a + a + a; }
+inline Wv mul255(Wv a, Wv b) { return div255(a * b); }
+inline Wv times4(Wv a) { return a + a + a + a; }
 // round((a f + b (255 - f)) / 255): a where f is 255, b where it is 0.
-inline W2 lerp255(W2 a, W2 b, W2 f) { return div255(a * f + b * (W2(255) - f)); }
-inline W2 select(W2 m, W2 a, W2 b) { return (m & a) | andnot(m, b); }
+inline Wv lerp255(Wv a, Wv b, Wv f) { return div255(a * f + b * (Wv(255) - f)); }
+inline Wv select(Wv m, Wv a, Wv b) { return (m & a) | andnot(m, b); }
 // round(m x / 255) for x in 0..65025 and m = 2 or 4, capped at 255: the
 // whole part of x / 255 times m, plus m times the remainder rounded.
-inline W2 mul255_scaled(W2 x, int m) {
-    const W2 q = shr<7>(mulhi(x, W2(0x8081)));  // x / 255, rounded down
-    const W2 r = x - q * W2(255);
-    W2 v;
+inline Wv mul255_scaled(Wv x, int m) {
+    const Wv q = shr<7>(mulhi(x, Wv(0x8081)));  // x / 255, rounded down
+    const Wv r = x - q * Wv(255);
     // Masks are all ones (minus one) where a threshold is passed.
-    if (m == 2) v = q + q - cmpgt(r, W2(63)) - cmpgt(r, W2(191));
-    else v = shl2(q) - cmpgt(r, W2(31)) - cmpgt(r, W2(95)) - cmpgt(r, W2(159)) - cmpgt(r, W2(223));
-    return min_u8(v, W2(255));
+    const Wv v = m == 2 ? q + q - cmpgt(r, Wv(63)) - cmpgt(r, Wv(191))
+                        : times4(q) - cmpgt(r, Wv(31)) - cmpgt(r, Wv(95)) - cmpgt(r, Wv(159)) - cmpgt(r, Wv(223));
+    return min_u8(v, Wv(255));
 }
 
-// Largest whole number not above each lane (inputs within the int32 range).
-inline F4 floor4(F4 a) {
-    const F4 t = to_float(to_int_trunc(a));
-    return select(cmplt(a, t), t - F4(1.0f), t);
-}
-inline F4 clamp01(F4 a) { return min(max(a, F4(0.0f)), F4(1.0f)); }
-
-}  // namespace tarko::platform::d3d
+}  // namespace tarko::platform::d3d::TARKO_D3D_ISA

@@ -1,0 +1,643 @@
+// The pixel routines, compiled once per instruction set: the including file
+// defines TARKO_D3D_ISA (see simd.h) and gets select_raster in the namespace
+// of that name. Four pixels of a row (eight with AVX2) go through together;
+// the routine is instantiated per target format, depth format and texture
+// cascade, the rest are branches that stay the same for a whole draw. Block
+// stages: coverage, early depth, texture stages, specular, fog, alpha test,
+// blend and write.
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "platform/constants.h"
+#include "platform/d3d/pipeline.h"
+#include "platform/d3d/simd.h"
+
+namespace tarko::platform::d3d::TARKO_D3D_ISA {
+
+namespace {
+
+// The pixel routines are instantiated per state combination; their helpers
+// must fold into them so constants and texture facts stay in registers.
+#if defined(__GNUC__)
+#define TARKO_D3D_INLINE [[gnu::always_inline]] inline
+#else
+#define TARKO_D3D_INLINE inline
+#endif
+
+struct C4 {
+    Fv r, g, b, a;
+};
+
+constexpr float kInv255 = 1.0f / 255.0f;
+
+inline C4 unpack_argb(Iv t) {
+    C4 c;
+    const Iv m = Iv(255);
+    c.b = to_float(t & m) * Fv(kInv255);
+    c.g = to_float(shr<8>(t) & m) * Fv(kInv255);
+    c.r = to_float(shr<16>(t) & m) * Fv(kInv255);
+    c.a = to_float(shr<24>(t)) * Fv(kInv255);
+    return c;
+}
+
+inline Iv quantise(Fv c) { return to_int_round(clamp01(c) * Fv(255.0f)); }
+inline Iv pack_argb(Iv r, Iv g, Iv b, Iv a) { return shl<24>(a) | shl<16>(r) | shl<8>(g) | b; }
+inline Iv pack(const C4& c) { return pack_argb(quantise(c.r), quantise(c.g), quantise(c.b), quantise(c.a)); }
+inline Iv alpha_byte(Iv p) { return shr<24>(p); }
+// The colour channels of `rgb` with the alpha of `a`.
+inline Iv with_alpha_of(Iv rgb, Iv a) { return (rgb & Iv(0x00FFFFFF)) | (a & Iv(static_cast<std::int32_t>(0xFF000000u))); }
+
+inline Iv clamp_index(Iv i, int n) {
+    i = select(cmplt(i, Iv(0)), Iv(0), i);
+    return select(cmpgt(i, Iv(n - 1)), Iv(n - 1), i);
+}
+
+// Coordinates far outside 0..1 keep their fraction; the clamp keeps the
+// integer conversions in range (NaN ends up at texel 0).
+inline Fv wrap01(Fv u) {
+    u = min(max(u, Fv(-1048576.0f)), Fv(1048576.0f));
+    return u - floor_lanes(u);
+}
+
+inline Iv wrap_index(Iv i, int n) {
+    i = select(cmplt(i, Iv(0)), i + Iv(n), i);
+    i = select(cmplt(i, Iv(n)), i, i - Iv(n));
+    return clamp_index(i, n);
+}
+
+// round((a (256 - w) + b w) / 256) on 8-bit channels with 8-bit weights; the
+// sums stay below 65536.
+inline Wv lerp256(Wv a, Wv b, Wv w) { return shr<8>(a * (Wv(256) - w) + b * w + Wv(128)); }
+
+// Bilinear filtering: the four texels are weighted across, then down, with
+// weights in 1/256 (256 - x on the left texel, x on the right), rounding at
+// each step. `adjacent`: every right-hand texel follows its left-hand one in
+// memory (no lane wraps across the texture's edge), so each pair is one read.
+TARKO_D3D_INLINE Iv bilinear_texels(const std::uint32_t* tex, Iv i00, Iv i10, Iv i01, Iv i11, Wv wx, Wv wy,
+                                    [[maybe_unused]] bool adjacent) {
+    Iv t00, t10, t01, t11;
+#if TARKO_D3D_ISA_IS(sse2)
+    if (adjacent) {
+        alignas(16) std::int32_t idx[8];
+        i00.store(idx), i01.store(idx + 4);
+        const auto pair = [tex, &idx](int k) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(tex + idx[k])); };
+        const auto split = [&pair](int k, Iv& left, Iv& right) {
+            const __m128i a = _mm_unpacklo_epi32(pair(k), pair(k + 1));      // l0 l1 r0 r1
+            const __m128i b = _mm_unpacklo_epi32(pair(k + 2), pair(k + 3));  // l2 l3 r2 r3
+            left = Iv(_mm_unpacklo_epi64(a, b));
+            right = Iv(_mm_unpackhi_epi64(a, b));
+        };
+        split(0, t00, t10);
+        split(4, t01, t11);
+    } else
+#endif
+    {
+        t00 = gather(tex, i00), t10 = gather(tex, i10), t01 = gather(tex, i01), t11 = gather(tex, i11);
+    }
+    return narrow(lerp256(lerp256(widen(t00), widen(t10), wx), lerp256(widen(t01), widen(t11), wx), wy));
+}
+
+// Texel coordinate with 8 fractional bits: u times the texture's size (a power
+// of two, so the product is exact) rounded to 1/256. Far coordinates are
+// held within the int32 range; NaN ends up at the low end.
+inline Iv fixed_coordinate(Fv u, float size_256, float offset) {
+    const Fv limit(1073741824.0f);
+    return to_int_round(min(max(u * Fv(size_256), Fv(-1073741824.0f)), limit) - Fv(offset));
+}
+
+// Four texels as packed A8R8G8B8.
+TARKO_D3D_INLINE Iv sample(const Texture* t, bool bilinear, Fv u, Fv v) {
+    if (!t) return Iv(-1);  // no texture reads opaque white
+    const int w = t->width, h = t->height;
+    const std::uint32_t* tex = t->texels.data();
+    if (t->pow2) {
+        // Power-of-two sizes wrap by masking the whole texel numbers.
+        const Iv mw(w - 1), mh(h - 1);
+        const float sw = static_cast<float>(w) * 256.0f, sh = static_cast<float>(h) * 256.0f;
+        if (!bilinear || t->bump) {
+            const Iv x = sar<8>(fixed_coordinate(u, sw, 0.0f)) & mw, y = sar<8>(fixed_coordinate(v, sh, 0.0f)) & mh;
+            return gather(tex, shl_var(y, t->width_shift) + x);
+        }
+        // Texel centres lie half a texel in.
+        const Iv fx = fixed_coordinate(u, sw, 128.0f), fy = fixed_coordinate(v, sh, 128.0f);
+        const Iv x0 = sar<8>(fx), y0 = sar<8>(fy);
+        const Iv xa = x0 & mw, xb = (x0 + Iv(1)) & mw;
+        const Iv ra = shl_var(y0 & mh, t->width_shift), rb = shl_var((y0 + Iv(1)) & mh, t->width_shift);
+        const bool adjacent = movemask(cmpeq(xa, mw)) == 0;  // then xb = xa + 1 in every lane
+        return bilinear_texels(tex, ra + xa, ra + xb, rb + xa, rb + xb, spread(fx & Iv(255)), spread(fy & Iv(255)),
+                               adjacent);
+    }
+    const Fv fu = wrap01(u) * Fv(static_cast<float>(w));
+    const Fv fv = wrap01(v) * Fv(static_cast<float>(h));
+    if (!bilinear || t->bump) {
+        const Iv ix = clamp_index(to_int_trunc(fu), w);
+        const Iv iy = clamp_index(to_int_trunc(fv), h);
+        return gather(tex, mul_lo(iy, Iv(w)) + ix);
+    }
+    const Fv tx = fu - Fv(0.5f), ty = fv - Fv(0.5f);
+    const Fv x0f = floor_lanes(tx), y0f = floor_lanes(ty);
+    const Iv x0 = to_int_trunc(x0f), y0 = to_int_trunc(y0f);
+    const Iv xa = wrap_index(x0, w), xb = wrap_index(x0 + Iv(1), w);
+    const Iv ra = mul_lo(wrap_index(y0, h), Iv(w)), rb = mul_lo(wrap_index(y0 + Iv(1), h), Iv(w));
+    // Weights in 1/256 (a weight of 256 takes the right-hand texel whole).
+    const Wv wx = spread(to_int_round((tx - x0f) * Fv(256.0f))), wy = spread(to_int_round((ty - y0f) * Fv(256.0f)));
+    const bool adjacent = movemask(cmpeq(xa, Iv(w - 1))) == 0;
+    return bilinear_texels(tex, ra + xa, ra + xb, rb + xa, rb + xb, wx, wy, adjacent);
+}
+
+// Bump texel as signed du, dv in -1..1: du is the low byte, dv the next.
+inline void bump_values(Iv texel, Fv& du, Fv& dv) {
+    du = to_float(sar<24>(shl<24>(texel))) * Fv(1.0f / 128.0f);
+    dv = to_float(sar<24>(shl<16>(texel))) * Fv(1.0f / 128.0f);
+}
+
+// Stage arguments of the general cascade, each channel a multiple of 1/255.
+struct Inputs {
+    C4 diffuse, specular, texture, tfactor, current;
+};
+
+TARKO_D3D_INLINE C4 argument(int arg, const Inputs& in) {
+    C4 v;
+    switch (arg & 0xF) {
+    case dx::D3DTA_DIFFUSE: v = in.diffuse; break;
+    case dx::D3DTA_CURRENT: v = in.current; break;
+    case dx::D3DTA_TEXTURE: v = in.texture; break;
+    case dx::D3DTA_TFACTOR: v = in.tfactor; break;
+    case dx::D3DTA_SPECULAR: v = in.specular; break;
+    default: v = in.current; break;
+    }
+    if (arg & dx::D3DTA_COMPLEMENT) v = C4{Fv(1.0f) - v.r, Fv(1.0f) - v.g, Fv(1.0f) - v.b, Fv(1.0f) - v.a};
+    if (arg & dx::D3DTA_ALPHAREPLICATE) v.r = v.g = v.b = v.a;
+    return v;
+}
+
+// One channel of a stage operation; x and y are the two arguments, xa the
+// first argument's alpha.
+inline Fv op_channel(int op, Fv x, Fv y, Fv xa, const Inputs& in) {
+    switch (op) {
+    case dx::D3DTOP_SELECTARG1: return x;
+    case dx::D3DTOP_SELECTARG2: return y;
+    case dx::D3DTOP_MODULATE: return x * y;
+    case dx::D3DTOP_MODULATE2X: return min(x * y * Fv(2.0f), Fv(1.0f));
+    case dx::D3DTOP_MODULATE4X: return min(x * y * Fv(4.0f), Fv(1.0f));
+    case dx::D3DTOP_ADD: return min(x + y, Fv(1.0f));
+    case dx::D3DTOP_ADDSIGNED: return clamp01(x + y - Fv(0.5f));
+    case dx::D3DTOP_ADDSIGNED2X: return clamp01((x + y - Fv(0.5f)) * Fv(2.0f));
+    case dx::D3DTOP_SUBTRACT: return max(x - y, Fv(0.0f));
+    case dx::D3DTOP_ADDSMOOTH: return min(x + y - x * y, Fv(1.0f));
+    case dx::D3DTOP_BLENDDIFFUSEALPHA: return y + (x - y) * in.diffuse.a;
+    case dx::D3DTOP_BLENDTEXTUREALPHA: return y + (x - y) * in.texture.a;
+    case dx::D3DTOP_BLENDFACTORALPHA: return y + (x - y) * in.tfactor.a;
+    case 15: return min(x + y * (Fv(1.0f) - in.texture.a), Fv(1.0f));  // BLENDTEXTUREALPHAPM
+    case dx::D3DTOP_BLENDCURRENTALPHA: return y + (x - y) * in.current.a;
+    case 18: return min(x + xa * y, Fv(1.0f));                  // MODULATEALPHA_ADDCOLOR
+    case 20: return min(x + (Fv(1.0f) - xa) * y, Fv(1.0f));     // MODULATEINVALPHA_ADDCOLOR
+    default: return x;  // unknown operations select the first argument
+    }
+}
+
+TARKO_D3D_INLINE C4 run_stage(const StageSetup& st, const Inputs& in) {
+    C4 out = in.current;
+    if (st.colour_op != dx::D3DTOP_DISABLE) {
+        const C4 x = argument(st.colour_arg1, in), y = argument(st.colour_arg2, in);
+        if (st.colour_op == dx::D3DTOP_DOTPRODUCT3) {
+            const Fv d = ((x.r - Fv(0.5f)) * (y.r - Fv(0.5f)) + (x.g - Fv(0.5f)) * (y.g - Fv(0.5f)) +
+                          (x.b - Fv(0.5f)) * (y.b - Fv(0.5f))) * Fv(4.0f);
+            out.r = out.g = out.b = out.a = clamp01(d);
+            return out;
+        }
+        out.r = op_channel(st.colour_op, x.r, y.r, x.a, in);
+        out.g = op_channel(st.colour_op, x.g, y.g, x.a, in);
+        out.b = op_channel(st.colour_op, x.b, y.b, x.a, in);
+    }
+    if (st.alpha_op != dx::D3DTOP_DISABLE) {
+        const C4 x = argument(st.alpha_arg1 & ~dx::D3DTA_ALPHAREPLICATE, in);
+        const C4 y = argument(st.alpha_arg2 & ~dx::D3DTA_ALPHAREPLICATE, in);
+        out.a = op_channel(st.alpha_op, x.a, y.a, x.a, in);
+    }
+    return out;
+}
+
+// A texture combined with the current colour by a symmetric operation, on
+// packed pixels; the alpha is the current one. The same values as the
+// general cascade: products of 8-bit values rounded once.
+TARKO_D3D_INLINE Iv combine_texture(int op, Iv tex, Iv current) {
+    Iv c;
+    if (op == dx::D3DTOP_ADD) {
+        c = adds_u8(tex, current);
+    } else {
+        const Wv x = widen(tex) * widen(current);
+        c = narrow(op == dx::D3DTOP_MODULATE ? div255(x) : mul255_scaled(x, op == dx::D3DTOP_MODULATE2X ? 2 : 4));
+    }
+    return with_alpha_of(c, current);
+}
+
+// Blend factors on 8-bit values (255 stands for one), channel by channel.
+inline Iv blend_factor(int f, Iv sc, Iv dc, Iv sa, Iv da, bool alpha_channel, bool is_src) {
+    const Iv one(255);
+    switch (f) {
+    case dx::D3DBLEND_ZERO: return Iv(0);
+    case dx::D3DBLEND_ONE: return one;
+    case dx::D3DBLEND_SRCCOLOR: return sc;
+    case dx::D3DBLEND_INVSRCCOLOR: return one - sc;
+    case dx::D3DBLEND_SRCALPHA: return sa;
+    case dx::D3DBLEND_INVSRCALPHA: return one - sa;
+    case dx::D3DBLEND_DESTALPHA: return da;
+    case dx::D3DBLEND_INVDESTALPHA: return one - da;
+    case dx::D3DBLEND_DESTCOLOR: return dc;
+    case dx::D3DBLEND_INVDESTCOLOR: return one - dc;
+    case dx::D3DBLEND_SRCALPHASAT: {
+        if (alpha_channel) return one;
+        const Iv ida = one - da;
+        return select(cmplt(sa, ida), sa, ida);
+    }
+    case 12: return is_src ? sa : one - sa;            // BOTHSRCALPHA
+    case 13: return is_src ? one - sa : sa;            // BOTHINVSRCALPHA
+    default: return is_src ? one : Iv(0);
+    }
+}
+
+// Any pair of blend factors: round((s fs + d fd) / 255), capped at 255.
+inline Iv blend_general(const DrawContext& ctx, Iv s, Iv d) {
+    const Iv sa = alpha_byte(s), da = alpha_byte(d);
+    Iv out(0);
+    for (int shift = 0; shift < 32; shift += 8) {
+        const Iv sc = shr_var(s, shift) & Iv(255), dc = shr_var(d, shift) & Iv(255);
+        const bool alpha = shift == 24;
+        const Iv sum = mul_lo(sc, blend_factor(ctx.src_blend, sc, dc, sa, da, alpha, true)) +
+                       mul_lo(dc, blend_factor(ctx.dest_blend, sc, dc, sa, da, alpha, false));
+        // The sum is below 2^18, exact in float; x / 255 is never half way.
+        Iv v = to_int_round(to_float(sum) / Fv(255.0f));
+        v = select(cmpgt(v, Iv(255)), Iv(255), v);
+        out = out | shl_var(v, shift);
+    }
+    return out;
+}
+
+inline Iv compare(int func, Iv a, Iv b) {  // a func b, as signed whole numbers
+    switch (func) {
+    case dx::D3DCMP_NEVER: return Iv(0);
+    case dx::D3DCMP_LESS: return cmplt(a, b);
+    case dx::D3DCMP_EQUAL: return cmpeq(a, b);
+    case dx::D3DCMP_LESSEQUAL: return cmpgt(a, b) ^ Iv(-1);
+    case dx::D3DCMP_GREATER: return cmpgt(a, b);
+    case dx::D3DCMP_NOTEQUAL: return cmpeq(a, b) ^ Iv(-1);
+    case dx::D3DCMP_GREATEREQUAL: return cmplt(a, b) ^ Iv(-1);
+    default: return Iv(-1);
+    }
+}
+
+inline Fv plane_at(const Plane& p, Fv dx, Fv dy) { return Fv(p.c) + Fv(p.dx) * dx + Fv(p.dy) * dy; }
+
+constexpr std::int32_t kAlphaMask = static_cast<std::int32_t>(0xFF000000u);
+
+// Four target pixels as packed A8R8G8B8 (alpha 255 where the target has none).
+template <TargetKind T>
+TARKO_D3D_INLINE Iv read_target(const DrawContext& ctx, int x, int y, int mask, bool inside) {
+    const std::uint8_t* row = ctx.colour + static_cast<std::ptrdiff_t>(y) * ctx.colour_pitch;
+    std::int32_t px[kLanes] = {};
+    if constexpr (T == TargetKind::X8R8G8B8) {
+        Iv c;
+        if (inside) {
+            c = Iv::load(row + x * 4);
+        } else {
+            for (int i = 0; i < kLanes; ++i)
+                if (mask & (1 << i)) std::memcpy(&px[i], row + (x + i) * 4, 4);
+            c = Iv::load(px);
+        }
+        return ctx.colour_has_alpha ? c : c | Iv(kAlphaMask);
+    } else if constexpr (T == TargetKind::R5G6B5) {
+        for (int i = 0; i < kLanes; ++i)
+            if (mask & (1 << i)) {
+                std::uint16_t v;
+                std::memcpy(&v, row + (x + i) * 2, 2);
+                px[i] = v;
+            }
+        const Iv v = Iv::load(px);
+        // Widening replicates the top bits, as the surface's own reads do.
+        const Iv r5 = shr<11>(v) & Iv(31), g6 = shr<5>(v) & Iv(63), b5 = v & Iv(31);
+        return pack_argb(shl<3>(r5) | shr<2>(r5), shl<2>(g6) | shr<4>(g6), shl<3>(b5) | shr<2>(b5), Iv(255));
+    } else {
+        const int bpp = ctx.colour_format->bytes_per_pixel();
+        for (int i = 0; i < kLanes; ++i)
+            if (mask & (1 << i)) {
+                std::uint32_t raw = 0;
+                std::memcpy(&raw, row + (x + i) * bpp, static_cast<std::size_t>(bpp));
+                px[i] = static_cast<std::int32_t>(ctx.colour_format->to_argb(raw));
+            }
+        return Iv::load(px);
+    }
+}
+
+template <TargetKind T>
+TARKO_D3D_INLINE void write_target(const DrawContext& ctx, int x, int y, int mask, bool inside, Iv c) {
+    std::uint8_t* row = ctx.colour + static_cast<std::ptrdiff_t>(y) * ctx.colour_pitch;
+    alignas(32) std::int32_t out[kLanes];
+    if constexpr (T == TargetKind::X8R8G8B8) {
+        const Iv v = ctx.colour_has_alpha ? c : c & Iv(0x00FFFFFF);
+        if (inside && mask == kAllLanes) {
+            v.store(row + x * 4);
+            return;
+        }
+        v.store(out);
+        for (int i = 0; i < kLanes; ++i)
+            if (mask & (1 << i)) std::memcpy(row + (x + i) * 4, &out[i], 4);
+    } else if constexpr (T == TargetKind::R5G6B5) {
+        // Narrowing drops the low bits.
+        const Iv v = (shr<8>(c) & Iv(0xF800)) | (shr<5>(c) & Iv(0x07E0)) | (shr<3>(c) & Iv(0x001F));
+        v.store(out);
+        for (int i = 0; i < kLanes; ++i)
+            if (mask & (1 << i)) {
+                const auto p = static_cast<std::uint16_t>(out[i]);
+                std::memcpy(row + (x + i) * 2, &p, 2);
+            }
+    } else {
+        c.store(out);
+        const int bpp = ctx.colour_format->bytes_per_pixel();
+        for (int i = 0; i < kLanes; ++i)
+            if (mask & (1 << i)) {
+                const std::uint32_t raw = ctx.colour_format->from_argb(static_cast<std::uint32_t>(out[i]));
+                std::memcpy(row + (x + i) * bpp, &raw, static_cast<std::size_t>(bpp));
+            }
+    }
+}
+
+template <DepthKind D>
+inline Iv read_depth(const DrawContext& ctx, int x, int y, int mask, bool inside) {
+    const std::uint8_t* row = ctx.depth + static_cast<std::ptrdiff_t>(y) * ctx.depth_pitch;
+    if constexpr (D == DepthKind::Z16) {
+        if (inside) return load_u16(row + x * 2);
+        std::int32_t v[kLanes] = {};
+        for (int i = 0; i < kLanes; ++i)
+            if (mask & (1 << i)) {
+                std::uint16_t p;
+                std::memcpy(&p, row + (x + i) * 2, 2);
+                v[i] = p;
+            }
+        return Iv::load(v);
+    } else {
+        Iv v;
+        if (inside) {
+            v = Iv::load(row + x * 4);
+        } else {
+            std::int32_t p[kLanes] = {};
+            for (int i = 0; i < kLanes; ++i)
+                if (mask & (1 << i)) std::memcpy(&p[i], row + (x + i) * 4, 4);
+            v = Iv::load(p);
+        }
+        return ctx.depth_shift ? shr<8>(v) : v;
+    }
+}
+
+template <DepthKind D>
+inline void write_depth(const DrawContext& ctx, int x, int y, int mask, bool inside, Iv z) {
+    std::uint8_t* row = ctx.depth + static_cast<std::ptrdiff_t>(y) * ctx.depth_pitch;
+    alignas(32) std::int32_t out[kLanes];
+    if constexpr (D == DepthKind::Z16) {
+        if (inside && mask == kAllLanes) {
+            store_u16(row + x * 2, z);
+            return;
+        }
+        z.store(out);
+        for (int i = 0; i < kLanes; ++i)
+            if (mask & (1 << i)) {
+                const auto p = static_cast<std::uint16_t>(out[i]);
+                std::memcpy(row + (x + i) * 2, &p, 2);
+            }
+    } else {
+        const Iv raw = ctx.depth_shift ? shl<8>(z) : z;
+        if (inside && mask == kAllLanes) {
+            raw.store(row + x * 4);
+            return;
+        }
+        raw.store(out);
+        for (int i = 0; i < kLanes; ++i)
+            if (mask & (1 << i)) std::memcpy(row + (x + i) * 4, &out[i], 4);
+    }
+}
+
+// What stays the same over a triangle: the perspective divide when all three
+// vertices share one rhw, and the colours of a flat (or one-coloured) triangle.
+struct TriangleConsts {
+    bool fixed_w = false;
+    Fv w{1.0f};
+    Iv diffuse{0}, specular{0};  // packed; meaningful when the triangle is flat
+    bool white = false;    // diffuse that leaves a modulated texture as it is
+    Wv fog{0};             // fog colour, widened
+    Wv alpha_lanes{0};     // 255 in each pixel's alpha lane, 0 elsewhere
+};
+
+template <TargetKind T, DepthKind D, CascadeKind K>
+TARKO_D3D_INLINE void shade_group(const DrawContext& ctx, const SetupTriangle& t, const TriangleConsts& k, int x,
+                                  int y, Iv cover) {
+    const int xs = ctx.scissor.x0, xe = ctx.scissor.x1;
+    const bool inside = x >= xs && x + kLanes - 1 < xe;
+    int mask = movemask(cover);
+    const Fv dx = lane_offsets() + Fv(static_cast<float>(x) - t.ref_x);
+    const Fv dy = Fv(static_cast<float>(y) - t.ref_y);
+
+    Iv zq;
+    if constexpr (D != DepthKind::None) {
+        const Fv z = clamp01(plane_at(t.p[kPlaneZ], dx, dy));
+        zq = to_int_round(z * Fv(ctx.depth_scale));
+        if (ctx.z_test) {
+            const Iv pass = compare(ctx.z_func, zq, read_depth<D>(ctx, x, y, mask, inside));
+            mask &= movemask(pass);
+            if (!mask) return;
+        }
+    }
+
+    const Fv w = k.fixed_w ? k.w : Fv(1.0f) / plane_at(t.p[kPlaneRhw], dx, dy);
+    // Diffuse and specular are held in 8 bits per channel from here on.
+    Iv diffuse, specular(0);
+    if (t.is_flat) {
+        diffuse = k.diffuse;
+        specular = k.specular;
+    } else {
+        const auto at = [&](int p) { return quantise(plane_at(t.p[p], dx, dy) * w); };
+        diffuse = pack_argb(at(kPlaneR), at(kPlaneG), at(kPlaneB), at(kPlaneA));
+        if (ctx.specular) specular = pack_argb(at(kPlaneSR), at(kPlaneSG), at(kPlaneSB), Iv(0));
+    }
+
+    Iv colour, key(-1);
+    if constexpr (K == CascadeKind::Diffuse) {
+        colour = diffuse;
+    } else {
+        const Fv u = plane_at(t.p[kPlaneU], dx, dy) * w;
+        const Fv v = plane_at(t.p[kPlaneV], dx, dy) * w;
+        if constexpr (K == CascadeKind::ModulateTexture || K == CascadeKind::TextureTwice) {
+            // A selected texture alpha is the texture's alpha times 255 / 255.
+            const StageSetup& s0 = ctx.stages[0];
+            const Iv tex = sample(s0.texture, s0.bilinear, u, v);
+            key = tex;
+            colour = k.white ? tex : narrow(mul255(widen(tex), widen(ctx.modulate_alpha ? diffuse : diffuse | Iv(kAlphaMask))));
+            if constexpr (K == CascadeKind::TextureTwice) {
+                // The general cascade adds a zero bump offset first.
+                const StageSetup& s1 = ctx.stages[1];
+                colour = combine_texture(s1.colour_op, sample(s1.texture, s1.bilinear, u + Fv(0.0f), v + Fv(0.0f)),
+                                         colour);
+            }
+        } else {
+            Inputs in;
+            in.diffuse = unpack_argb(diffuse);
+            in.specular = unpack_argb(specular);
+            in.tfactor = unpack_argb(Iv(static_cast<std::int32_t>(ctx.tfactor)));
+            in.current = in.diffuse;
+            in.texture = C4{Fv(1.0f), Fv(1.0f), Fv(1.0f), Fv(1.0f)};
+            Iv current = diffuse;
+            Fv bu(0.0f), bv(0.0f);
+            for (int s = 0; s < ctx.stage_count; ++s) {
+                const StageSetup& st = ctx.stages[static_cast<std::size_t>(s)];
+                if (st.colour_op == dx::D3DTOP_BUMPENVMAP || st.colour_op == 23) {
+                    // The next stage's coordinates move by the matrix times (du, dv).
+                    Fv du(0.0f), dv(0.0f);
+                    if (st.texture && st.texture->bump) bump_values(sample(st.texture, false, u, v), du, dv);
+                    bu = Fv(st.bump[0]) * du + Fv(st.bump[2]) * dv;
+                    bv = Fv(st.bump[1]) * du + Fv(st.bump[3]) * dv;
+                    continue;
+                }
+                const Iv tex = sample(st.texture, st.bilinear, u + bu, v + bv);
+                in.texture = unpack_argb(tex);
+                if (s == 0) key = tex;
+                bu = bv = Fv(0.0f);
+                // Each stage's result is held in 8 bits per channel.
+                current = pack(run_stage(st, in));
+                in.current = unpack_argb(current);
+            }
+            colour = current;
+        }
+    }
+    if (ctx.colour_key) {
+        mask &= movemask(cmpgt(alpha_byte(key), Iv(127)));
+        if (!mask) return;
+    }
+
+    if (ctx.specular) colour = adds_u8(colour, specular);
+    if (ctx.fog) {
+        // Fog factor in 8 bits; the alpha lanes weigh the colour fully.
+        const Iv f = quantise(plane_at(t.p[kPlaneFog], dx, dy) * w);
+        colour = narrow(lerp255(widen(colour), k.fog, spread(f) | k.alpha_lanes));
+    }
+    if (ctx.alpha_test) {
+        mask &= movemask(compare(ctx.alpha_func, alpha_byte(colour), Iv(ctx.alpha_ref)));
+        if (!mask) return;
+    }
+    if (ctx.blend) {
+        const Iv d = read_target<T>(ctx, x, y, mask, inside);
+        if (ctx.blend_over) {
+            const Wv s = widen(colour);
+            colour = narrow(lerp255(s, widen(d), alpha_of(s)));
+        } else {
+            colour = blend_general(ctx, colour, d);
+        }
+    }
+    write_target<T>(ctx, x, y, mask, inside, colour);
+    if constexpr (D != DepthKind::None) {
+        if (ctx.z_write) write_depth<D>(ctx, x, y, mask, inside, zq);
+    }
+}
+
+constexpr std::int64_t kClampEdge = std::int64_t{1} << 30;
+
+template <TargetKind T, DepthKind D, CascadeKind K>
+void raster_triangle(const DrawContext& ctx, const SetupTriangle& t, int tx0, int ty0, int tx1,
+                     int ty1) {
+    const int xs = std::max(t.minx, tx0), xe = std::min(t.maxx, tx1 - 1);
+    const int ys = std::max(t.miny, ty0), ye = std::min(t.maxy, ty1 - 1);
+    if (xs > xe || ys > ye) return;
+    const int gx0 = xs & ~(kLanes - 1);  // tiles start on multiples of 8, so this stays in the tile
+    // Screen-space triangles often have one rhw for all three vertices: then
+    // c + 0 dx + 0 dy is c exactly (c non-zero) and its reciprocal is taken once.
+    const Plane& rhw = t.p[kPlaneRhw];
+    TriangleConsts k;
+    k.fixed_w = rhw.dx == 0.0f && rhw.dy == 0.0f && std::isnormal(rhw.c);
+    k.w = Fv(1.0f) / Fv(rhw.c);
+    if (ctx.fog) {
+        k.fog = widen(Iv(static_cast<std::int32_t>(ctx.fog_colour)));
+        k.alpha_lanes = widen(Iv(kAlphaMask));
+    }
+    if (t.is_flat) {
+        k.diffuse = pack_argb(quantise(Fv(t.flat[0])), quantise(Fv(t.flat[1])), quantise(Fv(t.flat[2])),
+                              quantise(Fv(t.flat[3])));
+        k.specular = ctx.specular ? pack_argb(quantise(Fv(t.flat[4])), quantise(Fv(t.flat[5])),
+                                              quantise(Fv(t.flat[6])), Iv(0))
+                                  : Iv(0);
+        k.white = movemask(cmpeq(ctx.modulate_alpha ? k.diffuse : k.diffuse | Iv(kAlphaMask), Iv(-1))) == kAllLanes;
+    }
+    std::int32_t a16[3], b16[3];
+    for (int k = 0; k < 3; ++k) a16[k] = t.a[k] * 16, b16[k] = t.b[k] * 16;
+    const Iv lane = lane_numbers();
+
+    for (int by = ys; by <= ye; by += 4) {
+        const int rows = std::min(4, ye - by + 1);
+        // Edge values at each block's top-left pixel step along the row (exact
+        // in 64 bits); the block's extremes are fixed offsets from them.
+        std::int64_t edge[3], step[3], hi_off[3], lo_off[3];
+        for (int k = 0; k < 3; ++k) {
+            edge[k] = static_cast<std::int64_t>(t.a[k]) * (gx0 * 16) + static_cast<std::int64_t>(t.b[k]) * (by * 16) +
+                      t.c[k];
+            step[k] = static_cast<std::int64_t>(a16[k]) * kLanes;
+            const std::int64_t ax = static_cast<std::int64_t>(a16[k]) * (kLanes - 1);
+            const std::int64_t byy = static_cast<std::int64_t>(b16[k]) * (rows - 1);
+            hi_off[k] = std::max<std::int64_t>(ax, 0) + std::max<std::int64_t>(byy, 0);
+            lo_off[k] = std::min<std::int64_t>(ax, 0) + std::min<std::int64_t>(byy, 0);
+        }
+        for (int bx = gx0; bx <= xe; bx += kLanes) {
+            std::int32_t e[3];
+            bool full = true, reject = false;
+            for (int k = 0; k < 3; ++k) {
+                const std::int64_t e0 = edge[k];
+                edge[k] += step[k];
+                if (e0 + hi_off[k] < 0) reject = true;
+                if (e0 + lo_off[k] < 0) full = false;
+                e[k] = static_cast<std::int32_t>(std::clamp(e0, -kClampEdge, kClampEdge));
+            }
+            if (reject) continue;
+            // Lanes outside this triangle's columns (scissor, tile) stay off.
+            const Iv xv = Iv(bx) + lane;
+            const Iv cols = andnot(cmplt(xv, Iv(xs)) | cmpgt(xv, Iv(xe)), Iv(-1));
+            Iv e0 = Iv(e[0]) + mul_lo(lane, Iv(a16[0]));
+            Iv e1 = Iv(e[1]) + mul_lo(lane, Iv(a16[1]));
+            Iv e2 = Iv(e[2]) + mul_lo(lane, Iv(a16[2]));
+            for (int j = 0; j < rows; ++j) {
+                const Iv cover = full ? cols : andnot(sar<31>(e0 | e1 | e2), cols);
+                if (movemask(cover)) shade_group<T, D, K>(ctx, t, k, bx, by + j, cover);
+                e0 = e0 + Iv(b16[0]);
+                e1 = e1 + Iv(b16[1]);
+                e2 = e2 + Iv(b16[2]);
+            }
+        }
+    }
+}
+
+template <TargetKind T, DepthKind D>
+DrawContext::RasterFn pick_cascade(CascadeKind k) {
+    switch (k) {
+    case CascadeKind::Diffuse: return &raster_triangle<T, D, CascadeKind::Diffuse>;
+    case CascadeKind::ModulateTexture: return &raster_triangle<T, D, CascadeKind::ModulateTexture>;
+    case CascadeKind::TextureTwice: return &raster_triangle<T, D, CascadeKind::TextureTwice>;
+    default: return &raster_triangle<T, D, CascadeKind::Generic>;
+    }
+}
+
+template <TargetKind T>
+DrawContext::RasterFn pick_depth(DepthKind d, CascadeKind k) {
+    switch (d) {
+    case DepthKind::Z16: return pick_cascade<T, DepthKind::Z16>(k);
+    case DepthKind::Z32: return pick_cascade<T, DepthKind::Z32>(k);
+    default: return pick_cascade<T, DepthKind::None>(k);
+    }
+}
+
+}  // namespace
+
+DrawContext::RasterFn select_raster(TargetKind target, DepthKind depth, CascadeKind cascade) {
+    switch (target) {
+    case TargetKind::R5G6B5: return pick_depth<TargetKind::R5G6B5>(depth, cascade);
+    case TargetKind::X8R8G8B8: return pick_depth<TargetKind::X8R8G8B8>(depth, cascade);
+    default: return pick_depth<TargetKind::Other>(depth, cascade);
+    }
+}
+
+}  // namespace tarko::platform::d3d
