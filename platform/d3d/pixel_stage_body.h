@@ -91,6 +91,28 @@ TARKO_D3D_INLINE Iv bilinear_texels(const std::uint32_t* tex, Iv i00, Iv i10, Iv
         split(0, t00, t10);
         split(4, t01, t11);
     } else
+#elif TARKO_D3D_ISA_IS(avx2)
+    if (adjacent) {
+        // Each pair is one 64-bit read, then the lefts and rights are sorted out.
+        alignas(32) std::int32_t idx[16];
+        i00.store(idx), i01.store(idx + 8);
+        const auto pair = [tex, &idx](int k) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(tex + idx[k])); };
+        const auto four = [&pair](int k, __m128i& left, __m128i& right) {
+            const __m128i a = _mm_unpacklo_epi32(pair(k), pair(k + 1));      // l0 l1 r0 r1
+            const __m128i b = _mm_unpacklo_epi32(pair(k + 2), pair(k + 3));  // l2 l3 r2 r3
+            left = _mm_unpacklo_epi64(a, b);
+            right = _mm_unpackhi_epi64(a, b);
+        };
+        const auto split = [&four](int k, Iv& left, Iv& right) {
+            __m128i l0, r0, l1, r1;
+            four(k, l0, r0);
+            four(k + 4, l1, r1);
+            left = Iv(_mm256_set_m128i(l1, l0));
+            right = Iv(_mm256_set_m128i(r1, r0));
+        };
+        split(0, t00, t10);
+        split(8, t01, t11);
+    } else
 #endif
     {
         t00 = gather(tex, i00), t10 = gather(tex, i10), t01 = gather(tex, i01), t11 = gather(tex, i11);
