@@ -66,13 +66,10 @@ inline Iv wrap_index(Iv i, int n) {
     return clamp_index(i, n);
 }
 
-// round((a (256 - w) + b w) / 256) on 8-bit channels with 8-bit weights; the
-// sums stay below 65536.
-inline Wv lerp256(Wv a, Wv b, Wv w) { return shr<8>(a * (Wv(256) - w) + b * w + Wv(128)); }
 
 // Bilinear filtering: the four texels are weighted across, then down, with
-// weights in 1/256 (256 - x on the left texel, x on the right), rounding at
-// each step. `adjacent`: every right-hand texel follows its left-hand one in
+// weights in 1/256 (256 - x on the left texel, x on the right, x < 256),
+// rounding at each step. `adjacent`: every right-hand texel follows its left-hand one in
 // memory (no lane wraps across the texture's edge), so each pair is one read.
 TARKO_D3D_INLINE Iv bilinear_texels(const std::uint32_t* tex, Iv i00, Iv i10, Iv i01, Iv i11, Wv wx, Wv wy,
                                     [[maybe_unused]] bool adjacent) {
@@ -121,11 +118,12 @@ TARKO_D3D_INLINE Iv bilinear_texels(const std::uint32_t* tex, Iv i00, Iv i10, Iv
 }
 
 // Texel coordinate with 8 fractional bits: u times the texture's size (a power
-// of two, so the product is exact) rounded to 1/256. Far coordinates are
-// held within the int32 range; NaN ends up at the low end.
+// of two, so the product is exact) rounded to 1/256. Coordinates beyond 2^23
+// texels have no fraction left to filter with; they land somewhere in the
+// texture, the same place on every machine.
 inline Iv fixed_coordinate(Fv u, float size_256, float offset) {
-    const Fv limit(1073741824.0f);
-    return to_int_round(min(max(u * Fv(size_256), Fv(-1073741824.0f)), limit) - Fv(offset));
+    // Out of range and NaN convert to INT32_MIN, which the masks keep in the texture.
+    return to_int_round(u * Fv(size_256) - Fv(offset));
 }
 
 // Four texels as packed A8R8G8B8.
@@ -157,15 +155,14 @@ TARKO_D3D_INLINE Iv sample(const Texture* t, bool bilinear, Fv u, Fv v) {
         const Iv iy = clamp_index(to_int_trunc(fv), h);
         return gather(tex, mul_lo(iy, Iv(w)) + ix);
     }
-    const Fv tx = fu - Fv(0.5f), ty = fv - Fv(0.5f);
-    const Fv x0f = floor_lanes(tx), y0f = floor_lanes(ty);
-    const Iv x0 = to_int_trunc(x0f), y0 = to_int_trunc(y0f);
+    // Positions in 1/256 texel from the centre of texel 0, which lies half a texel in.
+    const Iv fx = to_int_round((fu - Fv(0.5f)) * Fv(256.0f)), fy = to_int_round((fv - Fv(0.5f)) * Fv(256.0f));
+    const Iv x0 = sar<8>(fx), y0 = sar<8>(fy);
     const Iv xa = wrap_index(x0, w), xb = wrap_index(x0 + Iv(1), w);
     const Iv ra = mul_lo(wrap_index(y0, h), Iv(w)), rb = mul_lo(wrap_index(y0 + Iv(1), h), Iv(w));
-    // Weights in 1/256 (a weight of 256 takes the right-hand texel whole).
-    const Wv wx = spread(to_int_round((tx - x0f) * Fv(256.0f))), wy = spread(to_int_round((ty - y0f) * Fv(256.0f)));
     const bool adjacent = movemask(cmpeq(xa, Iv(w - 1))) == 0;
-    return bilinear_texels(tex, ra + xa, ra + xb, rb + xa, rb + xb, wx, wy, adjacent);
+    return bilinear_texels(tex, ra + xa, ra + xb, rb + xa, rb + xb, spread(fx & Iv(255)), spread(fy & Iv(255)),
+                           adjacent);
 }
 
 // Bump texel as signed du, dv in -1..1: du is the low byte, dv the next.

@@ -124,6 +124,7 @@ inline Wv cmpgt(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm256_cmpgt_epi16); }  // s
 inline Wv min_u8(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm256_min_epi16); }   // lanes below 32768
 #undef TARKO_D3D_W_OP
 template <int n> inline Wv shr(Wv a) { return Wv(_mm256_srli_epi16(a.lo, n), _mm256_srli_epi16(a.hi, n)); }
+template <int n> inline Wv shl(Wv a) { return Wv(_mm256_slli_epi16(a.lo, n), _mm256_slli_epi16(a.hi, n)); }
 inline Wv alpha_of(Wv a) {
     const auto f = [](__m256i x) { return _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(x, 0xFF), 0xFF); };
     return Wv(f(a.lo), f(a.hi));
@@ -239,6 +240,7 @@ inline Wv cmpgt(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm_cmpgt_epi16); }  // sign
 inline Wv min_u8(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm_min_epi16); }   // lanes below 32768
 #undef TARKO_D3D_W_OP
 template <int n> inline Wv shr(Wv a) { return Wv(_mm_srli_epi16(a.lo, n), _mm_srli_epi16(a.hi, n)); }
+template <int n> inline Wv shl(Wv a) { return Wv(_mm_slli_epi16(a.lo, n), _mm_slli_epi16(a.hi, n)); }
 // Each pixel's alpha in all four of its lanes.
 inline Wv alpha_of(Wv a) {
     const auto f = [](__m128i x) { return _mm_shufflehi_epi16(_mm_shufflelo_epi16(x, 0xFF), 0xFF); };
@@ -367,6 +369,7 @@ inline Wv operator&(Wv a, Wv b) { TARKO_D3D_W_OP(a.v[i] & b.v[i]); }
 inline Wv operator|(Wv a, Wv b) { TARKO_D3D_W_OP(a.v[i] | b.v[i]); }
 inline Wv andnot(Wv a, Wv b) { TARKO_D3D_W_OP(~a.v[i] & b.v[i]); }
 template <int n> inline Wv shr(Wv a) { TARKO_D3D_W_OP(a.v[i] >> n); }
+template <int n> inline Wv shl(Wv a) { TARKO_D3D_W_OP(a.v[i] << n); }
 inline Wv cmpgt(Wv a, Wv b) {
     TARKO_D3D_W_OP(static_cast<std::int16_t>(a.v[i]) > static_cast<std::int16_t>(b.v[i]) ? 0xFFFF : 0);
 }
@@ -393,10 +396,21 @@ inline Wv div255(Wv x) {
     return shr<8>(x + shr<8>(x));
 }
 inline Wv mul255(Wv a, Wv b) { return div255(a * b); }
-inline Wv times4(Wv a) { return a + a + a + a; }
+inline Wv times4(Wv a) { return shl<2>(a); }
 // round((a f + b (255 - f)) / 255): a where f is 255, b where it is 0.
 inline Wv lerp255(Wv a, Wv b, Wv f) { return div255(a * f + b * (Wv(255) - f)); }
 inline Wv select(Wv m, Wv a, Wv b) { return (m & a) | andnot(m, b); }
+// round((a (256 - w) + b w) / 256), halves up, for 8-bit a, b and w in 0..255:
+// a + floor(((b - a) w + 128) / 256), which AVX2's rounding high multiply of
+// (b - a) by w * 128 gives in one step.
+inline Wv lerp256(Wv a, Wv b, Wv w) {
+#if TARKO_D3D_ISA_IS(avx2) && !defined(NO_MULHRS)
+    const Wv d = b - a, s = shl<7>(w);
+    return a + Wv(_mm256_mulhrs_epi16(d.lo, s.lo), _mm256_mulhrs_epi16(d.hi, s.hi));
+#else
+    return shr<8>(a * (Wv(256) - w) + b * w + Wv(128));
+#endif
+}
 // round(m x / 255) for x in 0..65025 and m = 2 or 4, capped at 255: the
 // whole part of x / 255 times m, plus m times the remainder rounded.
 inline Wv mul255_scaled(Wv x, int m) {

@@ -56,6 +56,15 @@ TEST(ColourArithmetic, ProductsOfTwoChannelsRoundToNearestForEveryPair) {
 
 TEST(ColourArithmetic, MixesAndSaturatingSumsStayWithinEightBits) {
     SKIP_WITHOUT_LANES();
+    // Filter weights in 1/256: halves round up, as (a (256 - w) + b w + 128) / 256.
+    for (int w = 0; w < 256; ++w)
+        for (int a = 0; a < 256; a += 3) {
+            int va[kChannels], vb[kChannels], vw[kChannels];
+            for (int i = 0; i < kChannels; ++i) va[i] = a, vb[i] = (a * 5 + i * 9 + w) & 255, vw[i] = w;
+            const Wv mix = lerp256(lanes(va), lanes(vb), lanes(vw));
+            for (int i = 0; i < kChannels; ++i)
+                ASSERT_EQ(lane(mix, i), (a * (256 - w) + vb[i] * w + 128) / 256) << a << " " << vb[i] << " " << w;
+        }
     for (int f = 0; f < 256; ++f)
         for (int a = 0; a < 256; a += 5) {
             int va[kChannels], vb[kChannels], vf[kChannels];
