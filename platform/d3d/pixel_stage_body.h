@@ -590,6 +590,17 @@ void raster_triangle(const DrawContext& ctx, const SetupTriangle& t, int tx0, in
 
     for (int by = ys; by <= ye; by += 4) {
         const int rows = std::min(4, ye - by + 1);
+        // The next block row's target (and depth) lines are asked for ahead.
+        for (int r = by + 4; r < std::min(by + 8, ye + 1); ++r) {
+            const std::uint8_t* row = ctx.colour + static_cast<std::ptrdiff_t>(r) * ctx.colour_pitch;
+            const int bpp = T == TargetKind::R5G6B5 ? 2 : 4;
+            for (int x = xs * bpp; x <= xe * bpp + bpp - 1; x += 64) __builtin_prefetch(row + x, 1);
+            if constexpr (D != DepthKind::None) {
+                const std::uint8_t* zrow = ctx.depth + static_cast<std::ptrdiff_t>(r) * ctx.depth_pitch;
+                const int zbpp = D == DepthKind::Z16 ? 2 : 4;
+                for (int x = xs * zbpp; x <= xe * zbpp + zbpp - 1; x += 64) __builtin_prefetch(zrow + x, 1);
+            }
+        }
         // Edge values at each block's top-left pixel step along the row (exact
         // in 64 bits); the block's extremes are fixed offsets from them.
         std::int64_t edge[3], step[3], hi_off[3], lo_off[3];
