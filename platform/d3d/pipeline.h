@@ -164,10 +164,10 @@ namespace avx2 { DrawContext::RasterFn select_raster(TargetKind, DepthKind, Casc
 namespace sse2 { DrawContext::RasterFn select_raster(TargetKind, DepthKind, CascadeKind); }
 namespace portable { DrawContext::RasterFn select_raster(TargetKind, DepthKind, CascadeKind); }
 
-// Whether this processor runs the eight-lane (AVX2) routines.
+// Best: eight AVX2 lanes where the processor has them, else the baseline
+// (SSE2 four lanes on x86-64, portable elsewhere). All draw the same pictures.
+enum class Routines { Best, FourLanes, Portable };
 bool wide_pixels_available();
-// Picks the routine for this state combination; `wide` allows the eight-lane
-// ones where available. Both kinds draw the same pictures bit for bit.
-DrawContext::RasterFn select_raster(TargetKind target, DepthKind depth, CascadeKind cascade, bool wide);
+DrawContext::RasterFn select_raster(TargetKind target, DepthKind depth, CascadeKind cascade, Routines kind);
 
 }  // namespace tarko::platform::d3d

@@ -1,5 +1,6 @@
 // The pixel routines in the baseline instruction set (SSE2 on x86-64, plain
-// lanes elsewhere), and the choice between them and the AVX2 ones.
+// lanes elsewhere), and the choice among them, the AVX2 ones and the
+// portable ones.
 #include "platform/d3d/pixel_stage_body.h"
 
 namespace tarko::platform::d3d {
@@ -13,11 +14,11 @@ bool wide_pixels_available() {
 #endif
 }
 
-DrawContext::RasterFn select_raster(TargetKind target, DepthKind depth, CascadeKind cascade, bool wide) {
+DrawContext::RasterFn select_raster(TargetKind target, DepthKind depth, CascadeKind cascade, Routines kind) {
 #if defined(TARKO_D3D_HAVE_AVX2) && !defined(TARKO_D3D_SCALAR)
-    if (wide && wide_pixels_available()) return avx2::select_raster(target, depth, cascade);
+    if (kind == Routines::Best && wide_pixels_available()) return avx2::select_raster(target, depth, cascade);
 #endif
-    (void)wide;
+    if (kind == Routines::Portable) return portable::select_raster(target, depth, cascade);
     return TARKO_D3D_ISA::select_raster(target, depth, cascade);
 }
 

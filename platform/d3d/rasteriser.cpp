@@ -215,7 +215,7 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, DrawContext& ctx)
     ctx.specular = rs(dx::D3DRENDERSTATE_SPECULARENABLE) != 0;
     ctx.tfactor = static_cast<std::uint32_t>(rs(dx::D3DRENDERSTATE_TEXTUREFACTOR));
     ctx.modulate_alpha = ctx.stage_count > 0 && ctx.stages[0].alpha_op == dx::D3DTOP_MODULATE;
-    ctx.raster = select_raster(target, depth, cascade, wide_);
+    ctx.raster = select_raster(target, depth, cascade, routines_);
 
     flat_ = rs(dx::D3DRENDERSTATE_SHADEMODE) == dx::D3DSHADE_FLAT;
     fill_ = rs(dx::D3DRENDERSTATE_FILLMODE);

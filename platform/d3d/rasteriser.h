@@ -32,7 +32,7 @@ public:
     void set_threads(int threads);
     int threads() const { return pool_->size(); }
     void set_fast_paths(bool on) { fast_paths_ = on; }
-    void set_wide_pixels(bool on) { wide_ = on; }
+    void set_pixel_routines(Routines kind) { routines_ = kind; }
 
     static constexpr int kTileSize = 64;
 
@@ -57,7 +57,7 @@ private:
     int vp_right_ = 0, vp_bottom_ = 0;  // last pixel column and row of the viewport
     bool flat_ = false;
     bool fast_paths_ = true;
-    bool wide_ = true;
+    Routines routines_ = Routines::Best;
     int fill_ = 3;
     std::vector<ClipVertex> verts_;
     std::vector<Tris> tris_;       // set-up triangles in submission order, part after part
