@@ -24,6 +24,16 @@
 //   that is set: evaluated per vertex too); modes none, exp, exp2, linear.
 //   TL vertices are never fogged (the specular alpha is not a fog factor), so
 //   screen overlays keep their colour under any fog state.
+// - Colours are held in 8 bits per channel, as the hardware of the time did:
+//   the interpolated diffuse and specular colours, each texture stage's
+//   result and the fog factor are rounded to 8 bits; products round to
+//   nearest (MODULATE of 128 and 255 gives 128), specular adds saturate, fog
+//   and blends are rounded mixes, round((s fs + d fd) / 255) capped at 255.
+//   A triangle whose three vertices share one colour is drawn in exactly that
+//   colour.
+// - Power-of-two textures are addressed in 1/256 texel: bilinear weights are
+//   8 bits; coordinates beyond 2^23 texels have no fraction left and land at
+//   a fixed texel. Other sizes wrap in floating point first.
 // - DITHERENABLE is ignored: an additive black pass changes no pixel.
 // - BUMPENVMATxx values are read as the number the Long holds (the engine
 //   sends -1, 0 or 1), not as the bits of a Single.

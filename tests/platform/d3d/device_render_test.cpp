@@ -454,6 +454,27 @@ TEST(Stages, SecondStageAddsItsTexture) {
     EXPECT_NEAR(s.red(3, 3), 227.5, 0.5);
 }
 
+TEST(Stages, EachStageResultIsRoundedToEightBits) {
+    // Stage 0 MODULATE: texel 200 x diffuse 100 / 255 = 78.43 -> 78 (and
+    // green 201 x 101 / 255 = 79.61 -> 80). Stage 1 MODULATE4X with texel 129:
+    // from the rounded 78, 4 x 78 x 129 / 255 = 157.84 -> 158; unrounded it
+    // would be 158.70 -> 159. Green: 4 x 80 x 129 / 255 = 161.88 -> 162.
+    Scene s(8, 8);
+    s.dev->setTexture(0, make_texture(1, 1, {0xFFC8C900}));
+    s.dev->setTexture(1, make_texture(1, 1, {0xFF818181}));
+    s.dev->setTextureStageState(1, dx::D3DTSS_COLOROP, dx::D3DTOP_MODULATE4X);
+    s.dev->setTextureStageState(1, dx::D3DTSS_COLORARG1, dx::D3DTA_TEXTURE);
+    s.dev->setTextureStageState(1, dx::D3DTSS_COLORARG2, dx::D3DTA_CURRENT);
+    for (auto routines : {Direct3DDevice7::PixelRoutines::Best, Direct3DDevice7::PixelRoutines::Portable}) {
+        s.dev->set_pixel_routines(routines);
+        for (bool fast : {true, false}) {
+            s.dev->set_fast_paths(fast);
+            s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0xFF646500));
+            EXPECT_EQ(s.argb(3, 3), 0x9EA200u) << (fast ? "fast" : "general");
+        }
+    }
+}
+
 TEST(Stages, BumpEnvironmentMapShiftsTheNextStagesCoordinates) {
     // Bump texel du = 64 (0.5), matrix 00 = 1: u 0.25 reads u 0.75 on stage 1,
     // whose 2-texel texture is black | white.
