@@ -67,10 +67,23 @@ inline Iv wrap_index(Iv i, int n) {
 }
 
 
+#if TARKO_D3D_ISA_IS(sse2) || TARKO_D3D_ISA_IS(avx2)
+// Four texels and the ones after them, idx[0..3], one 64-bit read each,
+// sorted into the lefts and the rights.
+inline void texel_pairs(const std::uint32_t* tex, const std::int32_t* idx, __m128i& left, __m128i& right) {
+    const auto pair = [tex, idx](int k) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(tex + idx[k])); };
+    const __m128i a = _mm_unpacklo_epi32(pair(0), pair(1));  // l0 l1 r0 r1
+    const __m128i b = _mm_unpacklo_epi32(pair(2), pair(3));  // l2 l3 r2 r3
+    left = _mm_unpacklo_epi64(a, b);
+    right = _mm_unpackhi_epi64(a, b);
+}
+#endif
+
 // Bilinear filtering: the four texels are weighted across, then down, with
 // weights in 1/256 (256 - x on the left texel, x on the right, x < 256),
-// rounding at each step. `adjacent`: every right-hand texel follows its left-hand one in
-// memory (no lane wraps across the texture's edge), so each pair is one read.
+// rounding at each step. `adjacent`: every right-hand texel follows its
+// left-hand one in memory (no lane wraps across the texture's edge), so each
+// pair is one read.
 TARKO_D3D_INLINE Iv bilinear_texels(const std::uint32_t* tex, Iv i00, Iv i10, Iv i01, Iv i11, Wv wx, Wv wy,
                                     [[maybe_unused]] bool adjacent) {
     Iv t00, t10, t01, t11;
@@ -78,37 +91,22 @@ TARKO_D3D_INLINE Iv bilinear_texels(const std::uint32_t* tex, Iv i00, Iv i10, Iv
     if (adjacent) {
         alignas(16) std::int32_t idx[8];
         i00.store(idx), i01.store(idx + 4);
-        const auto pair = [tex, &idx](int k) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(tex + idx[k])); };
-        const auto split = [&pair](int k, Iv& left, Iv& right) {
-            const __m128i a = _mm_unpacklo_epi32(pair(k), pair(k + 1));      // l0 l1 r0 r1
-            const __m128i b = _mm_unpacklo_epi32(pair(k + 2), pair(k + 3));  // l2 l3 r2 r3
-            left = Iv(_mm_unpacklo_epi64(a, b));
-            right = Iv(_mm_unpackhi_epi64(a, b));
-        };
-        split(0, t00, t10);
-        split(4, t01, t11);
+        texel_pairs(tex, idx, t00.v, t10.v);
+        texel_pairs(tex, idx + 4, t01.v, t11.v);
     } else
 #elif TARKO_D3D_ISA_IS(avx2)
     if (adjacent) {
-        // Each pair is one 64-bit read, then the lefts and rights are sorted out.
         alignas(32) std::int32_t idx[16];
         i00.store(idx), i01.store(idx + 8);
-        const auto pair = [tex, &idx](int k) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(tex + idx[k])); };
-        const auto four = [&pair](int k, __m128i& left, __m128i& right) {
-            const __m128i a = _mm_unpacklo_epi32(pair(k), pair(k + 1));      // l0 l1 r0 r1
-            const __m128i b = _mm_unpacklo_epi32(pair(k + 2), pair(k + 3));  // l2 l3 r2 r3
-            left = _mm_unpacklo_epi64(a, b);
-            right = _mm_unpackhi_epi64(a, b);
-        };
-        const auto split = [&four](int k, Iv& left, Iv& right) {
+        const auto eight = [tex, &idx](int k, Iv& left, Iv& right) {
             __m128i l0, r0, l1, r1;
-            four(k, l0, r0);
-            four(k + 4, l1, r1);
+            texel_pairs(tex, idx + k, l0, r0);
+            texel_pairs(tex, idx + k + 4, l1, r1);
             left = Iv(_mm256_set_m128i(l1, l0));
             right = Iv(_mm256_set_m128i(r1, r0));
         };
-        split(0, t00, t10);
-        split(8, t01, t11);
+        eight(0, t00, t10);
+        eight(8, t01, t11);
     } else
 #endif
     {
