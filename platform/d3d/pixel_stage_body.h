@@ -30,6 +30,7 @@ struct C4 {
 };
 
 constexpr float kInv255 = 1.0f / 255.0f;
+constexpr std::int32_t kAlphaMask = static_cast<std::int32_t>(0xFF000000u);
 
 inline C4 unpack_argb(Iv t) {
     C4 c;
@@ -46,7 +47,7 @@ inline Iv pack_argb(Iv r, Iv g, Iv b, Iv a) { return shl<24>(a) | shl<16>(r) | s
 inline Iv pack(const C4& c) { return pack_argb(quantise(c.r), quantise(c.g), quantise(c.b), quantise(c.a)); }
 inline Iv alpha_byte(Iv p) { return shr<24>(p); }
 // The colour channels of `rgb` with the alpha of `a`.
-inline Iv with_alpha_of(Iv rgb, Iv a) { return (rgb & Iv(0x00FFFFFF)) | (a & Iv(static_cast<std::int32_t>(0xFF000000u))); }
+inline Iv with_alpha_of(Iv rgb, Iv a) { return andnot(Iv(kAlphaMask), rgb) | (a & Iv(kAlphaMask)); }
 
 inline Iv clamp_index(Iv i, int n) {
     i = select(cmplt(i, Iv(0)), Iv(0), i);
@@ -307,7 +308,6 @@ inline Iv compare(int func, Iv a, Iv b) {  // a func b, as signed whole numbers
 
 inline Fv plane_at(const Plane& p, Fv dx, Fv dy) { return Fv(p.c) + Fv(p.dx) * dx + Fv(p.dy) * dy; }
 
-constexpr std::int32_t kAlphaMask = static_cast<std::int32_t>(0xFF000000u);
 
 // Four target pixels as packed A8R8G8B8 (alpha 255 where the target has none).
 template <TargetKind T>
@@ -488,7 +488,8 @@ TARKO_D3D_INLINE void shade_group(const DrawContext& ctx, const SetupTriangle& t
             const StageSetup& s0 = ctx.stages[0];
             const Iv tex = sample(s0.texture, s0.bilinear, u, v);
             key = tex;
-            colour = k.white ? tex : narrow(mul255(widen(tex), widen(ctx.modulate_alpha ? diffuse : diffuse | Iv(kAlphaMask))));
+            const Iv factor = ctx.modulate_alpha ? diffuse : diffuse | Iv(kAlphaMask);
+            colour = k.white ? tex : narrow(mul255(widen(tex), widen(factor)));
             if constexpr (K == CascadeKind::TextureTwice) {
                 // The general cascade adds a zero bump offset first.
                 const StageSetup& s1 = ctx.stages[1];

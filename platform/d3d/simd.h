@@ -109,7 +109,8 @@ struct Wv {
     Wv(std::uint16_t x) : lo(_mm256_set1_epi16(static_cast<short>(x))), hi(lo) {}  // NOLINT: broadcast
 };
 inline Wv widen(Iv p) {
-    return Wv(_mm256_cvtepu8_epi16(_mm256_castsi256_si128(p.v)), _mm256_cvtepu8_epi16(_mm256_extracti128_si256(p.v, 1)));
+    return Wv(_mm256_cvtepu8_epi16(_mm256_castsi256_si128(p.v)),
+              _mm256_cvtepu8_epi16(_mm256_extracti128_si256(p.v, 1)));
 }
 inline Iv narrow(Wv w) { return Iv(_mm256_permute4x64_epi64(_mm256_packus_epi16(w.lo, w.hi), 0xD8)); }
 #define TARKO_D3D_W_OP(f) Wv(f(a.lo, b.lo), f(a.hi, b.hi))
