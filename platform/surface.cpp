@@ -94,6 +94,18 @@ static void stretch_copy(const DirectDrawSurface7& src, const RECT& s, DirectDra
                          bool same_format) {
     const int dw = d.Right - d.Left, dh = d.Bottom - d.Top;
     const int sw = s.Right - s.Left, sh = s.Bottom - s.Top;
+    if (same_format && sw == dw && sh == dh) {
+        // A plain copy: whole rows, cut to the destination.
+        const int x0 = std::max(0, -d.Left), x1 = std::min(dw, dst.width() - d.Left);
+        const int bpp = dst.format().bytes_per_pixel();
+        for (int y = std::max(0, -d.Top); y < std::min(dh, dst.height() - d.Top) && x0 < x1; ++y)
+            std::memmove(dst.pixels() + static_cast<std::size_t>(d.Top + y) * dst.pitch() +
+                             static_cast<std::size_t>(d.Left + x0) * bpp,
+                         src.pixels() + static_cast<std::size_t>(s.Top + y) * src.pitch() +
+                             static_cast<std::size_t>(s.Left + x0) * bpp,
+                         static_cast<std::size_t>(x1 - x0) * bpp);
+        return;
+    }
     for (int y = 0; y < dh; ++y) {
         const int ty = d.Top + y;
         if (ty < 0 || ty >= dst.height()) continue;
@@ -134,13 +146,12 @@ Long DirectDrawSurface7::blt(const RECT& destRect, const tarko::Ref<DirectDrawSu
         frame.height = dh;
         frame.pixels.resize(static_cast<std::size_t>(dw) * static_cast<std::size_t>(dh));
         const int sw = s.Right - s.Left, sh = s.Bottom - s.Top;
+        std::vector<int> cols(static_cast<std::size_t>(dw));
+        for (int x = 0; x < dw; ++x)
+            cols[static_cast<std::size_t>(x)] = s.Left + static_cast<int>((static_cast<long long>(x) * sw) / dw);
         for (int y = 0; y < dh; ++y) {
             const int sy = s.Top + static_cast<int>((static_cast<long long>(y) * sh) / dh);
-            for (int x = 0; x < dw; ++x) {
-                const int sx = s.Left + static_cast<int>((static_cast<long long>(x) * sw) / dw);
-                frame.pixels[static_cast<std::size_t>(y) * dw + x] =
-                    source->format().to_argb(source->raw_at(sx, sy)) & 0xFFFFFFu;
-            }
+            source->read_rgb_row(sy, cols.data(), dw, frame.pixels.data() + static_cast<std::size_t>(y) * dw);
         }
         window->present(frame, d.Left - client.Left, d.Top - client.Top);
         return platform::DD_OK;
@@ -283,10 +294,32 @@ platform::Frame DirectDrawSurface7::to_frame() const {
     f.height = height();
     f.pixels.assign(static_cast<std::size_t>(f.width) * static_cast<std::size_t>(f.height), 0);
     if (pixels_.empty()) return f;
+    std::vector<int> cols(static_cast<std::size_t>(f.width));
+    for (int x = 0; x < f.width; ++x) cols[static_cast<std::size_t>(x)] = x;
     for (int y = 0; y < f.height; ++y)
-        for (int x = 0; x < f.width; ++x)
-            f.pixels[static_cast<std::size_t>(y) * f.width + x] = argb_at(x, y) & 0xFFFFFFu;
+        read_rgb_row(y, cols.data(), f.width, f.pixels.data() + static_cast<std::size_t>(y) * f.width);
     return f;
+}
+
+void DirectDrawSurface7::read_rgb_row(int y, const int* cols, int n, std::uint32_t* out) const {
+    const std::uint8_t* row = pixels_.data() + static_cast<std::size_t>(y) * pitch_;
+    if (format_ == platform::PixelFormat::x8r8g8b8() || format_ == platform::PixelFormat::a8r8g8b8()) {
+        for (int i = 0; i < n; ++i) {
+            std::uint32_t v;
+            std::memcpy(&v, row + static_cast<std::size_t>(cols[i]) * 4, 4);
+            out[i] = v & 0xFFFFFFu;
+        }
+    } else if (format_ == platform::PixelFormat::r5g6b5()) {
+        for (int i = 0; i < n; ++i) {
+            std::uint16_t v;
+            std::memcpy(&v, row + static_cast<std::size_t>(cols[i]) * 2, 2);
+            // Widening replicates the top bits.
+            const std::uint32_t r = (v >> 11) & 31u, g = (v >> 5) & 63u, b = v & 31u;
+            out[i] = ((r << 3 | r >> 2) << 16) | ((g << 2 | g >> 4) << 8) | (b << 3 | b >> 2);
+        }
+    } else {
+        for (int i = 0; i < n; ++i) out[i] = argb_at(cols[i], y) & 0xFFFFFFu;
+    }
 }
 
 void DirectDrawClipper::setHWnd(Long hwnd) {

@@ -92,6 +92,9 @@ public:
     std::shared_ptr<DirectDrawSurface7> zbuffer() const;
     // The surface's picture as a 32-bit frame (for PNG and presents).
     tarko::platform::Frame to_frame() const;
+    // Row y's pixels at columns cols[0..n-1] as 0RGB (alpha cleared), as
+    // argb_at gives them; the common formats without a call per pixel.
+    void read_rgb_row(int y, const int* cols, int n, std::uint32_t* out) const;
 
     // Test hooks: a lost surface fails flip and blt; a forced status makes the
     // next blts return it.

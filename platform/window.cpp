@@ -24,15 +24,11 @@ void Window::resize_frame(int width, int height) {
 }
 
 void Window::blit_into_frame(const Frame& source, int x, int y) {
-    for (int sy = 0; sy < source.height; ++sy) {
-        const int ty = y + sy;
-        if (ty < 0 || ty >= frame_.height) continue;
-        for (int sx = 0; sx < source.width; ++sx) {
-            const int tx = x + sx;
-            if (tx < 0 || tx >= frame_.width) continue;
-            frame_.pixels[static_cast<std::size_t>(ty) * frame_.width + tx] = source.at(sx, sy);
-        }
-    }
+    const int sx0 = std::max(0, -x), sx1 = std::min(source.width, frame_.width - x);
+    if (sx0 >= sx1) return;
+    for (int sy = std::max(0, -y); sy < std::min(source.height, frame_.height - y); ++sy)
+        std::copy_n(source.pixels.data() + static_cast<std::size_t>(sy) * source.width + sx0, sx1 - sx0,
+                    frame_.pixels.data() + static_cast<std::size_t>(y + sy) * frame_.width + (x + sx0));
 }
 
 HeadlessWindow::HeadlessWindow(int width, int height, int display_bits, int left, int top)
