@@ -293,19 +293,19 @@ inline Iv to_int_round(Fv a) { TARKO_D3D_I_OP(cvt_lane(a.v[i], true)); }
 inline Iv to_int_trunc(Fv a) { TARKO_D3D_I_OP(cvt_lane(a.v[i], false)); }
 inline Fv to_float(Iv a) { TARKO_D3D_F_OP(static_cast<float>(a.v[i])); }
 inline Fv lane_offsets() { TARKO_D3D_F_OP(static_cast<float>(i)); }
-inline std::int32_t wrap(std::uint32_t x) { return static_cast<std::int32_t>(x); }
-inline std::uint32_t u(std::int32_t x) { return static_cast<std::uint32_t>(x); }
-inline Iv operator+(Iv a, Iv b) { TARKO_D3D_I_OP(wrap(u(a.v[i]) + u(b.v[i]))); }
-inline Iv operator-(Iv a, Iv b) { TARKO_D3D_I_OP(wrap(u(a.v[i]) - u(b.v[i]))); }
+inline std::int32_t as_i32(std::uint32_t x) { return static_cast<std::int32_t>(x); }
+inline std::uint32_t as_u32(std::int32_t x) { return static_cast<std::uint32_t>(x); }
+inline Iv operator+(Iv a, Iv b) { TARKO_D3D_I_OP(as_i32(as_u32(a.v[i]) + as_u32(b.v[i]))); }
+inline Iv operator-(Iv a, Iv b) { TARKO_D3D_I_OP(as_i32(as_u32(a.v[i]) - as_u32(b.v[i]))); }
 inline Iv operator&(Iv a, Iv b) { TARKO_D3D_I_OP(a.v[i] & b.v[i]); }
 inline Iv operator|(Iv a, Iv b) { TARKO_D3D_I_OP(a.v[i] | b.v[i]); }
 inline Iv operator^(Iv a, Iv b) { TARKO_D3D_I_OP(a.v[i] ^ b.v[i]); }
 inline Iv andnot(Iv a, Iv b) { TARKO_D3D_I_OP(~a.v[i] & b.v[i]); }
-template <int n> inline Iv shl(Iv a) { TARKO_D3D_I_OP(wrap(u(a.v[i]) << n)); }
-template <int n> inline Iv shr(Iv a) { TARKO_D3D_I_OP(wrap(u(a.v[i]) >> n)); }
+template <int n> inline Iv shl(Iv a) { TARKO_D3D_I_OP(as_i32(as_u32(a.v[i]) << n)); }
+template <int n> inline Iv shr(Iv a) { TARKO_D3D_I_OP(as_i32(as_u32(a.v[i]) >> n)); }
 template <int n> inline Iv sar(Iv a) { TARKO_D3D_I_OP(a.v[i] >> n); }
-inline Iv shl_var(Iv a, int n) { TARKO_D3D_I_OP(wrap(u(a.v[i]) << n)); }
-inline Iv shr_var(Iv a, int n) { TARKO_D3D_I_OP(wrap(u(a.v[i]) >> n)); }
+inline Iv shl_var(Iv a, int n) { TARKO_D3D_I_OP(as_i32(as_u32(a.v[i]) << n)); }
+inline Iv shr_var(Iv a, int n) { TARKO_D3D_I_OP(as_i32(as_u32(a.v[i]) >> n)); }
 inline Iv cmpgt(Iv a, Iv b) { TARKO_D3D_I_OP(a.v[i] > b.v[i] ? -1 : 0); }
 inline Iv cmplt(Iv a, Iv b) { TARKO_D3D_I_OP(a.v[i] < b.v[i] ? -1 : 0); }
 inline Iv cmpeq(Iv a, Iv b) { TARKO_D3D_I_OP(a.v[i] == b.v[i] ? -1 : 0); }
@@ -320,16 +320,16 @@ inline Iv adds_u8(Iv a, Iv b) {
     for (int i = 0; i < 4; ++i) {
         std::uint32_t x = 0;
         for (int c = 0; c < 32; c += 8) {
-            const std::uint32_t s = ((u(a.v[i]) >> c) & 255u) + ((u(b.v[i]) >> c) & 255u);
+            const std::uint32_t s = ((as_u32(a.v[i]) >> c) & 255u) + ((as_u32(b.v[i]) >> c) & 255u);
             x |= (s > 255u ? 255u : s) << c;
         }
-        r.v[i] = wrap(x);
+        r.v[i] = as_i32(x);
     }
     return r;
 }
-inline Iv mul_lo(Iv a, Iv b) { TARKO_D3D_I_OP(wrap(u(a.v[i]) * u(b.v[i]))); }
+inline Iv mul_lo(Iv a, Iv b) { TARKO_D3D_I_OP(as_i32(as_u32(a.v[i]) * as_u32(b.v[i]))); }
 inline Iv lane_numbers() { TARKO_D3D_I_OP(i); }
-inline Iv gather(const std::uint32_t* base, Iv index) { TARKO_D3D_I_OP(wrap(base[index.v[i]])); }
+inline Iv gather(const std::uint32_t* base, Iv index) { TARKO_D3D_I_OP(as_i32(base[index.v[i]])); }
 inline Iv load_u16(const void* p) {
     std::uint16_t h[4];
     std::memcpy(h, p, sizeof h);
@@ -349,7 +349,7 @@ struct Wv {
     Wv(std::uint16_t x) { for (auto& l : v) l = x; }  // NOLINT: broadcast
 };
 #define TARKO_D3D_W_OP(expr) Wv r; for (int i = 0; i < 16; ++i) r.v[i] = static_cast<std::uint16_t>(expr); return r
-inline Wv widen(Iv p) { TARKO_D3D_W_OP((u(p.v[i / 4]) >> (8 * (i % 4))) & 255u); }
+inline Wv widen(Iv p) { TARKO_D3D_W_OP((as_u32(p.v[i / 4]) >> (8 * (i % 4))) & 255u); }
 inline Iv narrow(Wv w) {
     Iv r;
     for (int p = 0; p < 4; ++p) {
@@ -358,7 +358,7 @@ inline Iv narrow(Wv w) {
             const auto l = static_cast<std::int16_t>(w.v[p * 4 + c]);
             x |= static_cast<std::uint32_t>(l < 0 ? 0 : (l > 255 ? 255 : l)) << (8 * c);
         }
-        r.v[p] = wrap(x);
+        r.v[p] = as_i32(x);
     }
     return r;
 }
