@@ -53,7 +53,7 @@ private:
     struct Light {
         int type;
         float pos[3], dir[3];    // camera space; dir points from the light
-        float amb[3], diff[3], spec[3];
+        float ambient[3], diffuse[3], specular[3];
         float range, falloff, att0, att1, att2, cos_half_theta, cos_half_phi;
     };
     void light_vertex(const float p[3], const float n[3], const float* vertex_diffuse, const float* vertex_specular,

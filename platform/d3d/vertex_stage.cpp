@@ -113,9 +113,9 @@ VertexStage::VertexStage(const DeviceState& s, Long fvf, const GuardBand& guard,
             o.dir[j] = d[0] * s.view.at(1, j + 1) + d[1] * s.view.at(2, j + 1) + d[2] * s.view.at(3, j + 1);
         }
         normalize3(o.dir);
-        o.amb[0] = l.ambient.r, o.amb[1] = l.ambient.g, o.amb[2] = l.ambient.b;
-        o.diff[0] = l.diffuse.r, o.diff[1] = l.diffuse.g, o.diff[2] = l.diffuse.b;
-        o.spec[0] = l.specular.r, o.spec[1] = l.specular.g, o.spec[2] = l.specular.b;
+        o.ambient[0] = l.ambient.r, o.ambient[1] = l.ambient.g, o.ambient[2] = l.ambient.b;
+        o.diffuse[0] = l.diffuse.r, o.diffuse[1] = l.diffuse.g, o.diffuse[2] = l.diffuse.b;
+        o.specular[0] = l.specular.r, o.specular[1] = l.specular.g, o.specular[2] = l.specular.b;
         o.range = l.range;
         o.falloff = l.falloff;
         o.att0 = l.attenuation0, o.att1 = l.attenuation1, o.att2 = l.attenuation2;
@@ -131,8 +131,8 @@ VertexStage::VertexStage(const DeviceState& s, Long fvf, const GuardBand& guard,
 // each clamped to 0..1; the diffuse alpha is Md's (the vertex's for LVERTEX).
 void VertexStage::light_vertex(const float p[3], const float n[3], const float* vertex_diffuse,
                                const float* vertex_specular, float out[kAttrCount]) const {
-    float amb[3] = {global_ambient_[0], global_ambient_[1], global_ambient_[2]};
-    float diff[3] = {0, 0, 0}, spec[3] = {0, 0, 0};
+    float ambient[3] = {global_ambient_[0], global_ambient_[1], global_ambient_[2]};
+    float diffuse[3] = {0, 0, 0}, specular[3] = {0, 0, 0};
     const bool has_normal = dot3(n, n) > 0;
     float view[3] = {-p[0], -p[1], -p[2]};
     normalize3(view);
@@ -157,18 +157,18 @@ void VertexStage::light_vertex(const float p[3], const float n[3], const float* 
                 }
             }
         }
-        for (int j = 0; j < 3; ++j) amb[j] += l.amb[j] * att;
+        for (int j = 0; j < 3; ++j) ambient[j] += l.ambient[j] * att;
         if (!has_normal) continue;
         const float ndotl = dot3(n, L);
         if (!(ndotl > 0)) continue;
-        for (int j = 0; j < 3; ++j) diff[j] += l.diff[j] * ndotl * att;
+        for (int j = 0; j < 3; ++j) diffuse[j] += l.diffuse[j] * ndotl * att;
         if (specular_) {
             float h[3] = {L[0] + view[0], L[1] + view[1], L[2] + view[2]};
             normalize3(h);
             const float ndoth = dot3(n, h);
             if (ndoth > 0) {
                 const float s = mat_.power == 0 ? 1.0f : std::pow(ndoth, mat_.power);
-                for (int j = 0; j < 3; ++j) spec[j] += l.spec[j] * s * att;
+                for (int j = 0; j < 3; ++j) specular[j] += l.specular[j] * s * att;
             }
         }
     }
@@ -182,8 +182,8 @@ void VertexStage::light_vertex(const float p[3], const float n[3], const float* 
     const float ma[3] = {mat_.ambient.r, mat_.ambient.g, mat_.ambient.b};
     const float me[3] = {mat_.emissive.r, mat_.emissive.g, mat_.emissive.b};
     for (int j = 0; j < 3; ++j) {
-        out[kDiffR + j] = clamp01f(me[j] + ma[j] * amb[j] + md[j] * diff[j]);
-        out[kSpecR + j] = clamp01f(ms[j] * spec[j]);
+        out[kDiffR + j] = clamp01f(me[j] + ma[j] * ambient[j] + md[j] * diffuse[j]);
+        out[kSpecR + j] = clamp01f(ms[j] * specular[j]);
     }
     out[kDiffA] = clamp01f(md[3]);
 }
