@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "platform/constants.h"
@@ -43,6 +45,25 @@ struct Scene {
         dev->clear(0, {}, dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, 0, 1.0f, 0);
         dev->setRenderState(dx::D3DRENDERSTATE_CULLMODE, dx::D3DCULL_NONE);
     }
+    void reset() { dev->clear(0, {}, dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, 0, 1.0f, 0); }
+    void states(std::initializer_list<std::pair<Long, Long>> list) {
+        for (auto [k, v] : list) dev->setRenderState(k, v);
+    }
+    void stage(Long n, std::initializer_list<std::pair<Long, Long>> list) {
+        for (auto [k, v] : list) dev->setTextureStageState(n, k, v);
+    }
+    void blend(Long src, Long dest) {
+        states({{dx::D3DRENDERSTATE_ALPHABLENDENABLE, 1}, {dx::D3DRENDERSTATE_SRCBLEND, src},
+                {dx::D3DRENDERSTATE_DESTBLEND, dest}});
+    }
+    void bilinear(Long n, bool on = true) {
+        stage(n, {{dx::D3DTSS_MAGFILTER, on ? dx::D3DTFG_LINEAR : dx::D3DTFG_POINT},
+                  {dx::D3DTSS_MINFILTER, on ? dx::D3DTFN_LINEAR : dx::D3DTFN_POINT}});
+    }
+    void light(Long index, const D3DLIGHT7& l) {
+        dev->setLight(index, l);
+        dev->lightEnable(index, true);
+    }
     std::uint32_t argb(int x, int y) const { return target->argb_at(x, y) & 0xFFFFFFu; }
     int red(int x, int y) const { return static_cast<int>((argb(x, y) >> 16) & 255); }
     int green(int x, int y) const { return static_cast<int>((argb(x, y) >> 8) & 255); }
@@ -56,6 +77,15 @@ struct Scene {
     template <class V>
     void draw(Long pt, Long fvf, std::vector<V> v) {
         dev->drawPrimitive(pt, fvf, std::span<V>(v), static_cast<Long>(v.size()), 0);
+    }
+};
+
+// Numerical Recipes' generator, 0 <= rnd() < 1 from the top 24 bits.
+struct Lcg {
+    std::uint32_t seed;
+    float operator()() {
+        seed = seed * 1664525u + 1013904223u;
+        return static_cast<float>(seed >> 8) / 16777216.0f;
     }
 };
 

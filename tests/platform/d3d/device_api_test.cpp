@@ -54,7 +54,7 @@ TEST(HostileInput, NonFiniteAndDegenerateGeometryDrawsNothingAndDoesNotCrash) {
     s.draw(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_TLVERTEX,
            std::vector<D3DTLVERTEX>{tl(-1e30f, -1e30f, -1), tl(1e30f, -1e30f, -1), tl(0, 1e30f, -1)});
     // Transformed vertices with NaN and zero w.
-    s.dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 0);
+    s.states({{dx::D3DRENDERSTATE_LIGHTING, 0}});
     s.draw(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_VERTEX,
            std::vector<D3DVERTEX>{vtx(nan, 0, 0.5f, 0, 0, 0), vtx(1, 0, 0.5f, 0, 0, 0), vtx(0, 1, 0.5f, 0, 0, 0)});
     D3DMATRIX zero;
@@ -63,7 +63,7 @@ TEST(HostileInput, NonFiniteAndDegenerateGeometryDrawsNothingAndDoesNotCrash) {
            std::vector<D3DVERTEX>{vtx(0, 0, 0.5f, 0, 0, 0), vtx(1, 0, 0.5f, 0, 0, 0), vtx(0, 1, 0.5f, 0, 0, 0)});
     // NaN texture coordinates read some texel, within the texture.
     s.dev->setTexture(0, make_texture(3, 3, std::vector<std::uint32_t>(9, 0xFFFFFFFF)));
-    s.dev->setTextureStageState(0, dx::D3DTSS_MAGFILTER, dx::D3DTFG_LINEAR);
+    s.bilinear(0);
     s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX,
            std::vector<D3DTLVERTEX>{tl(0, 0, -1, 0.5f, 1, nan, inf), tl(16, 0, -1, 0.5f, 1, -inf, 1e30f),
                                     tl(0, 16, -1, 0.5f, 1, 1e9f, -1e9f)});
@@ -79,35 +79,17 @@ TEST(HostileInput, UnknownPrimitiveTypesAndFormatsRaise) {
     EXPECT_THROW(s.dev->setTextureStageState(8, 1, 1), RuntimeError);
     EXPECT_THROW(s.dev->setTransform(4, identity()), RuntimeError);
     EXPECT_THROW(s.dev->setLight(-1, D3DLIGHT7{}), RuntimeError);
+    D3DLIGHT7 got;
+    EXPECT_THROW(s.dev->getLight(7, got), RuntimeError);  // never set
 }
 
 TEST(HostileInput, InvalidStateValuesDrawSomethingSensible) {
     Scene s(8, 8);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_FILLMODE, 0);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, 99);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, -3);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE, 1);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ZFUNC, 0);
-    s.dev->setTextureStageState(0, dx::D3DTSS_COLOROP, 99);
-    s.dev->setTextureStageState(0, dx::D3DTSS_COLORARG1, 77);
+    s.blend(99, -3);
+    s.states({{dx::D3DRENDERSTATE_FILLMODE, 0}, {dx::D3DRENDERSTATE_ZFUNC, 0}});
+    s.stage(0, {{dx::D3DTSS_COLOROP, 99}, {dx::D3DTSS_COLORARG1, 77}});
     s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, tl_quad(0, 0, 7, 7, 0xFF00FF00));
     EXPECT_EQ(s.argb(3, 3), 0x00FF00u);  // unknown factors: source one, destination zero
-}
-
-TEST(Lights, AnySlotNumberWorksAndUnsetSlotsDefaultToWhiteDirectional) {
-    Scene s(8, 8);
-    D3DLIGHT7 l;
-    l.dltType = D3DLIGHT_POINT;
-    l.range = 5;
-    s.dev->setLight(100000, l);
-    s.dev->lightEnable(100000, true);
-    EXPECT_TRUE(s.dev->getLightEnable(100000));
-    s.dev->lightEnable(42, true);
-    D3DLIGHT7 got;
-    s.dev->getLight(42, got);
-    EXPECT_EQ(got.dltType, D3DLIGHT_DIRECTIONAL);
-    EXPECT_FLOAT_EQ(got.direction.z, 1);
-    EXPECT_THROW(s.dev->getLight(7, got), RuntimeError);
 }
 
 TEST(SphereVisibility, StatusBitsPerPlane) {
@@ -146,20 +128,6 @@ TEST(Recording, StateChangesAndDrawsAreLoggedInOrder) {
     EXPECT_EQ(e[3], "Direct3DDevice7.setTexture 0, \"Nothing\"");
     EXPECT_EQ(e[4], "Direct3DDevice7.lightEnable 3, True");
     EXPECT_EQ(e[5], "Direct3DDevice7.drawPrimitive 5, 452, 4, 0");
-}
-
-TEST(RenderState, SinglesKeepTheirBitsAndDefaultsAreTheDevicesOwn) {
-    Scene s(8, 8);
-    Direct3DDevice7 fresh(platform::kRgbGuid, s.target);
-    EXPECT_EQ(fresh.getRenderState(dx::D3DRENDERSTATE_CULLMODE), dx::D3DCULL_CCW);
-    EXPECT_EQ(fresh.getRenderState(dx::D3DRENDERSTATE_ZFUNC), dx::D3DCMP_LESSEQUAL);
-    EXPECT_EQ(fresh.getRenderState(dx::D3DRENDERSTATE_SHADEMODE), dx::D3DSHADE_GOURAUD);
-    EXPECT_EQ(fresh.getRenderState(dx::D3DRENDERSTATE_ZWRITEENABLE), 1);
-    EXPECT_EQ(fresh.getTextureStageState(0, dx::D3DTSS_COLOROP), dx::D3DTOP_MODULATE);
-    EXPECT_EQ(fresh.getTextureStageState(1, dx::D3DTSS_COLOROP), dx::D3DTOP_DISABLE);
-    fresh.setRenderStateSingle(dx::D3DRENDERSTATE_FOGSTART, 12.5f);
-    EXPECT_EQ(fresh.getRenderState(dx::D3DRENDERSTATE_FOGSTART), 0x41480000);  // 12.5f
-    EXPECT_FLOAT_EQ(fresh.getRenderStateSingle(dx::D3DRENDERSTATE_FOGSTART), 12.5f);
 }
 
 TEST(Factory, SoftwareDeviceIsCreatedAndHardwareFallsBack) {

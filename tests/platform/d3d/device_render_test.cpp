@@ -12,44 +12,56 @@ using namespace tarko::d3dtest;
 
 namespace {
 
-constexpr Long kTL = dx::D3DFVF_TLVERTEX;
-constexpr Long kStrip = dx::D3DPT_TRIANGLESTRIP;
-constexpr Long kList = dx::D3DPT_TRIANGLELIST;
+constexpr Long kTL = dx::D3DFVF_TLVERTEX, kStrip = dx::D3DPT_TRIANGLESTRIP, kList = dx::D3DPT_TRIANGLELIST;
 
-// A unit quad at z = `z` spanning x, y in -s..s, facing the camera (normal -z).
+// A quad at z = `z` spanning x, y in -s..s, facing the camera (normal -z).
 std::vector<D3DVERTEX> facing_quad(float s, float z) {
     return {vtx(-s, -s, z, 0, 0, -1, 0, 1), vtx(-s, s, z, 0, 0, -1, 0, 0), vtx(s, -s, z, 0, 0, -1, 1, 1),
             vtx(s, s, z, 0, 0, -1, 1, 0)};
 }
 
-}  // namespace
-
-TEST(Coverage, FullScreenTLQuadFromZeroToSizeMinusOneCoversEveryPixel) {
-    // The flash quad spans 0..w-1 x 0..h-1; edges on the viewport's last
-    // column and row keep their pixels, so all 8 x 6 pixels turn white.
-    Scene s(8, 6);
-    s.draw(kStrip, kTL, tl_quad(0, 0, 7, 5, 0xFFFFFFFF));
-    for (int y = 0; y < 6; ++y)
-        for (int x = 0; x < 8; ++x) EXPECT_EQ(s.argb(x, y), 0xFFFFFFu) << x << "," << y;
+// The same corners without normals, in one colour.
+std::vector<D3DLVERTEX> lvertex_quad(std::uint32_t colour, std::uint32_t specular = 0) {
+    std::vector<D3DLVERTEX> q(4);
+    const float xy[4][2] = {{-1, -1}, {-1, 1}, {1, -1}, {1, 1}};
+    for (int i = 0; i < 4; ++i)
+        q[i].x = xy[i][0], q[i].y = xy[i][1], q[i].z = 0.5f, q[i].color = static_cast<std::int32_t>(colour),
+        q[i].specular = static_cast<std::int32_t>(specular);
+    return q;
 }
 
-TEST(Coverage, InteriorQuadFollowsTopLeftRule) {
-    // Quad 2..5 x 1..4 with pixel centres on whole numbers: left and top
-    // edges are in, right and bottom out, so columns 2..4 and rows 1..3.
-    Scene s(8, 6);
-    s.draw(kStrip, kTL, tl_quad(2, 1, 5, 4, 0xFFFFFFFF));
-    for (int y = 0; y < 6; ++y)
-        for (int x = 0; x < 8; ++x)
-            EXPECT_EQ(s.argb(x, y) != 0, x >= 2 && x <= 4 && y >= 1 && y <= 3) << x << "," << y;
+D3DMATRIX perspective(float far) {  // near 1, 90 degrees
+    D3DMATRIX p;
+    dxmath::projectionMatrix(p, 1, far, static_cast<float>(std::numbers::pi / 2));
+    return p;
+}
+
+constexpr D3DMATERIAL7 kWhite{.diffuse = {1, 1, 1, 1}};
+
+}  // namespace
+
+TEST(Coverage, TopLeftRuleKeepsEdgesOnTheLastColumnAndRow) {
+    // Pixel centres on whole numbers: left and top edges are in, right and
+    // bottom out, so 2..5 x 1..4 covers columns 2..4 and rows 1..3. Edges on
+    // the target's last column and row keep their pixels: the flash quad
+    // 0..7 x 0..5 covers all 8 x 6.
+    struct Case { float x0, y0, x1, y1; int last_x, last_y; };
+    for (const Case c : {Case{2, 1, 5, 4, 4, 3}, Case{0, 0, 7, 5, 7, 5}}) {
+        Scene s(8, 6);
+        s.draw(kStrip, kTL, tl_quad(c.x0, c.y0, c.x1, c.y1, 0xFFFFFFFF));
+        for (int y = 0; y < 6; ++y)
+            for (int x = 0; x < 8; ++x) {
+                const bool in = x >= c.x0 && x <= c.last_x && y >= c.y0 && y <= c.last_y;
+                EXPECT_EQ(s.argb(x, y), in ? 0xFFFFFFu : 0u) << x << "," << y;
+            }
+    }
 }
 
 TEST(Coverage, TriangleFanSharedEdgesNeitherOverlapNorLeaveGaps) {
     // Additive blue 1 per triangle: a pixel drawn twice would read 2, a gap 0.
     Scene s(64, 64);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE, 1);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_ONE);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_ONE);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ZENABLE, 0);
+    s.blend(dx::D3DBLEND_ONE, dx::D3DBLEND_ONE);
+    s.states({{dx::D3DRENDERSTATE_ZENABLE, 0}});
     const float cx = 31.3f, cy = 30.7f, r = 27.0f;
     std::vector<D3DTLVERTEX> fan{tl(cx, cy, 1)};
     const int n = 13;
@@ -64,44 +76,12 @@ TEST(Coverage, TriangleFanSharedEdgesNeitherOverlapNorLeaveGaps) {
         for (int x = 0; x < 64; ++x) {
             const int b = s.blue(x, y);
             EXPECT_LE(b, 1) << x << "," << y;
-            const double d = std::hypot(x - cx, y - cy);
-            if (d < r * std::cos(std::numbers::pi / n) - 1) {
+            if (std::hypot(x - cx, y - cy) < r * std::cos(std::numbers::pi / n) - 1) {
                 EXPECT_EQ(b, 1) << "gap at " << x << "," << y;
             }
             covered += b;
         }
     EXPECT_GT(covered, 1500);
-}
-
-TEST(Coverage, JitteredMeshCoversInteriorExactlyOnce) {
-    // A 6 x 6 grid of quads with sub-pixel jittered inner vertices, drawn as
-    // a triangle list: every pixel inside the outer square reads exactly 1.
-    Scene s(70, 70);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE, 1);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_ONE);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_ONE);
-    auto px = [](int i, int j) {
-        const bool inner = i > 0 && i < 6 && j > 0 && j < 6;
-        const float jx = inner ? static_cast<float>((i * 7 + j * 3) % 11) / 11.0f * 5 - 2.5f : 0;
-        const float jy = inner ? static_cast<float>((i * 5 + j * 9) % 13) / 13.0f * 5 - 2.5f : 0;
-        return std::pair{3.0f + 10.5f * static_cast<float>(i) + jx, 2.0f + 10.25f * static_cast<float>(j) + jy};
-    };
-    std::vector<D3DTLVERTEX> tris;
-    for (int j = 0; j < 6; ++j)
-        for (int i = 0; i < 6; ++i) {
-            auto [ax, ay] = px(i, j);
-            auto [bx, by] = px(i + 1, j);
-            auto [cx, cy] = px(i, j + 1);
-            auto [dx_, dy_] = px(i + 1, j + 1);
-            for (auto [x, y] : {std::pair{ax, ay}, {bx, by}, {cx, cy}, {bx, by}, {dx_, dy_}, {cx, cy}})
-                tris.push_back(tl(x, y, 1));
-        }
-    s.draw(kList, kTL, tris);
-    for (int y = 0; y < 70; ++y)
-        for (int x = 0; x < 70; ++x) {
-            const bool inside = x >= 3 && x < 66 && y >= 2 && y < 64;  // right 3 + 63, bottom 2 + 61.5
-            EXPECT_EQ(s.blue(x, y), inside ? 1 : 0) << x << "," << y;
-        }
 }
 
 TEST(Lighting, DirectionalLightMatchesTheLightingEquation) {
@@ -112,18 +92,9 @@ TEST(Lighting, DirectionalLightMatchesTheLightingEquation) {
     //   green 0   + 0.050196      + 1   x 0.5  x 0.6 = 0.350196 ->  89.3 ->  89
     //   blue  0   + 0.050196      + 1   x 0.25 x 0.6 = 0.200196 ->  51.05 -> 51
     Scene s(16, 16);
-    D3DMATERIAL7 m;
-    m.diffuse = {0.5f, 1, 1, 1};
-    m.ambient = {0.2f, 0.2f, 0.2f, 1};
-    m.emissive = {0.1f, 0, 0, 0};
-    s.dev->setMaterial(m);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_AMBIENT, 0x00404040);
-    D3DLIGHT7 l;
-    l.dltType = D3DLIGHT_DIRECTIONAL;
-    l.diffuse = {1, 0.5f, 0.25f, 1};
-    l.direction = {0, -0.8f, 0.6f};
-    s.dev->setLight(7, l);
-    s.dev->lightEnable(7, true);
+    s.dev->setMaterial({.diffuse = {0.5f, 1, 1, 1}, .ambient = {0.2f, 0.2f, 0.2f, 1}, .emissive = {0.1f, 0, 0, 0}});
+    s.states({{dx::D3DRENDERSTATE_AMBIENT, 0x00404040}});
+    s.light(7, {.dltType = D3DLIGHT_DIRECTIONAL, .diffuse = {1, 0.5f, 0.25f, 1}, .direction = {0, -0.8f, 0.6f}});
     s.draw(kStrip, dx::D3DFVF_VERTEX, facing_quad(1, 0.5f));
     EXPECT_NEAR(s.red(8, 8), 115, 1);
     EXPECT_NEAR(s.green(8, 8), 89, 1);
@@ -131,187 +102,110 @@ TEST(Lighting, DirectionalLightMatchesTheLightingEquation) {
     EXPECT_EQ(s.argb(3, 12), s.argb(8, 8));  // all four vertices lit alike
 }
 
-TEST(Lighting, PointLightAttenuatesWithDistance) {
+TEST(Lighting, PointLightAttenuatesAndSpotLightFallsOffBetweenThetaAndPhi) {
     // Light at (0, 0, -1), corners (+-1, +-1, 0): distance sqrt 3 = 1.7320508,
     // N.L = 1/sqrt 3 = 0.5773503, attenuation 1 / (1 + 1 x 1.7320508) = 0.3660254.
     // White light and material: 0.5773503 x 0.3660254 = 0.2113249 -> 53.9 -> 54
-    // at every corner, so the quad is flat.
-    Scene s(16, 16);
-    D3DMATERIAL7 m;
-    m.diffuse = {1, 1, 1, 1};
-    s.dev->setMaterial(m);
-    D3DLIGHT7 l;
-    l.dltType = D3DLIGHT_POINT;
-    l.diffuse = {1, 1, 1, 1};
-    l.position = {0, 0, -1};
-    l.range = 10;
-    l.attenuation0 = 1, l.attenuation1 = 1;
-    s.dev->setLight(0, l);
-    s.dev->lightEnable(0, true);
-    s.draw(kStrip, dx::D3DFVF_VERTEX, facing_quad(1, 0));
-    EXPECT_NEAR(s.red(8, 8), 54, 1);
-    EXPECT_NEAR(s.green(1, 14), 54, 1);
-
-    // Range shorter than the distance: no light at all.
-    l.range = 1.5f;
-    s.dev->setLight(0, l);
-    s.dev->clear(0, {}, 3, 0, 1, 0);
-    s.draw(kStrip, dx::D3DFVF_VERTEX, facing_quad(1, 0));
-    EXPECT_EQ(s.argb(8, 8), 0u);
+    // at every corner, so the quad is flat. Range 1.5 < sqrt 3: no light.
+    // Spot along +z: rho = 0.5773503; cos(theta/2) = cos 40deg = 0.7660444,
+    // cos(phi/2) = cos 70deg = 0.3420201:
+    // spot = (0.5773503 - 0.3420201) / (0.7660444 - 0.3420201) = 0.5549905;
+    // 0.2113249 x 0.5549905 = 0.1172833 -> 29.9 -> 30.
+    const D3DLIGHT7 point{.dltType = D3DLIGHT_POINT, .diffuse = {1, 1, 1, 1}, .position = {0, 0, -1},
+                          .range = 10, .attenuation0 = 1, .attenuation1 = 1};
+    D3DLIGHT7 short_range = point, spot = point;
+    short_range.range = 1.5f;
+    spot.dltType = D3DLIGHT_SPOT, spot.direction = {0, 0, 1}, spot.falloff = 1;
+    spot.theta = static_cast<float>(80 * std::numbers::pi / 180);
+    spot.phi = static_cast<float>(140 * std::numbers::pi / 180);
+    const std::pair<D3DLIGHT7, int> cases[] = {{point, 54}, {short_range, 0}, {spot, 30}};
+    for (const auto& [l, expected] : cases) {
+        Scene s(16, 16);
+        s.dev->setMaterial(kWhite);
+        s.light(3, l);
+        s.draw(kStrip, dx::D3DFVF_VERTEX, facing_quad(1, 0));
+        if (expected == 0) {
+            EXPECT_EQ(s.argb(8, 8), 0u);
+        } else {
+            EXPECT_NEAR(s.red(8, 8), expected, 1) << l.dltType;
+            EXPECT_NEAR(s.green(1, 14), expected, 1) << l.dltType;
+        }
+    }
 }
 
-TEST(Lighting, SpotLightConeFallsOffBetweenThetaAndPhi) {
-    // As the point light above, pointing along +z. rho = 0.5773503;
-    // cos(theta/2) = cos 40deg = 0.7660444, cos(phi/2) = cos 70deg = 0.3420201:
-    // spot = (0.5773503 - 0.3420201) / (0.7660444 - 0.3420201) = 0.5549905.
-    // 0.2113249 x 0.5549905 = 0.1172833 -> 29.9 -> 30
-    Scene s(16, 16);
-    D3DMATERIAL7 m;
-    m.diffuse = {1, 1, 1, 1};
-    s.dev->setMaterial(m);
-    D3DLIGHT7 l;
-    l.dltType = D3DLIGHT_SPOT;
-    l.diffuse = {1, 1, 1, 1};
-    l.position = {0, 0, -1};
-    l.direction = {0, 0, 1};
-    l.range = 10;
-    l.attenuation0 = 1, l.attenuation1 = 1;
-    l.falloff = 1;
-    l.theta = static_cast<float>(80 * std::numbers::pi / 180);
-    l.phi = static_cast<float>(140 * std::numbers::pi / 180);
-    s.dev->setLight(3, l);
-    s.dev->lightEnable(3, true);
-    s.draw(kStrip, dx::D3DFVF_VERTEX, facing_quad(1, 0));
-    EXPECT_NEAR(s.red(8, 8), 30, 1);
-}
-
-TEST(Lighting, UnlitVertexIsWhiteAndLitLVertexTakesAmbientOnly) {
+TEST(Lighting, UnlitVerticesKeepTheirColoursAndLitLVerticesTakeAmbientOnly) {
     Scene s(8, 8);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 0);
+    s.states({{dx::D3DRENDERSTATE_LIGHTING, 0}});
     s.draw(kStrip, dx::D3DFVF_VERTEX, facing_quad(1, 0.5f));
-    EXPECT_EQ(s.argb(4, 4), 0xFFFFFFu);
-
-    // LVERTEX has no normal: lit, only Ma x Ga + Me remain. Ma 0.5, Ga 1 -> 127.5.
-    D3DMATERIAL7 m;
-    m.ambient = {0.5f, 0.5f, 0.5f, 1};
-    s.dev->setMaterial(m);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 1);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_AMBIENT, -1);
-    std::vector<D3DLVERTEX> q(4);
-    const float xy[4][2] = {{-1, -1}, {-1, 1}, {1, -1}, {1, 1}};
-    for (int i = 0; i < 4; ++i) q[i].x = xy[i][0], q[i].y = xy[i][1], q[i].z = 0.5f, q[i].color = -1;
-    s.dev->clear(0, {}, 3, 0, 1, 0);
-    s.draw(kStrip, dx::D3DFVF_LVERTEX, q);
+    EXPECT_EQ(s.argb(4, 4), 0xFFFFFFu);  // no colour in a D3DVERTEX: white
+    // Diffuse blue 0x80, specular red 0x40: the specular adds only when enabled.
+    s.draw(kStrip, dx::D3DFVF_LVERTEX, lvertex_quad(0x00000080, 0x00400000));
+    EXPECT_EQ(s.argb(4, 4), 0x000080u);
+    s.states({{dx::D3DRENDERSTATE_SPECULARENABLE, 1}});
+    s.draw(kStrip, dx::D3DFVF_LVERTEX, lvertex_quad(0x00000080, 0x00400000));
+    EXPECT_EQ(s.argb(4, 4), 0x400080u);
+    // Lit, an LVERTEX has no normal: only Ma x Ga + Me remain. Ma 0.5, Ga 1 -> 127.5.
+    s.dev->setMaterial({.ambient = {0.5f, 0.5f, 0.5f, 1}});
+    s.states({{dx::D3DRENDERSTATE_LIGHTING, 1}, {dx::D3DRENDERSTATE_AMBIENT, -1}});
+    s.reset();
+    s.draw(kStrip, dx::D3DFVF_LVERTEX, lvertex_quad(0xFFFFFFFF));
     EXPECT_NEAR(s.red(4, 4), 128, 1);
 }
 
-TEST(Lighting, SpecularAddsOnlyWhenEnabled) {
-    // Unlit LVERTEX: diffuse blue 0x80, specular red 0x40.
-    Scene s(8, 8);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 0);
-    std::vector<D3DLVERTEX> q(4);
-    const float xy[4][2] = {{-1, -1}, {-1, 1}, {1, -1}, {1, 1}};
-    for (int i = 0; i < 4; ++i)
-        q[i].x = xy[i][0], q[i].y = xy[i][1], q[i].z = 0.5f, q[i].color = 0x00000080, q[i].specular = 0x00400000;
-    s.draw(kStrip, dx::D3DFVF_LVERTEX, q);
-    EXPECT_EQ(s.argb(4, 4), 0x000080u);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_SPECULARENABLE, 1);
-    s.draw(kStrip, dx::D3DFVF_LVERTEX, q);
-    EXPECT_EQ(s.argb(4, 4), 0x400080u);
+TEST(Fog, EachModeAtAKnownDepth) {
+    // Perspective (near 1, far 100, 90 degrees); a white quad at depth 5
+    // spanning -5..5 fills the viewport; the fog is red, so red stays 255 and
+    // green and blue are 255 f:
+    //   linear, start 0, end 10: f = (10 - 5) / 10 = 0.5 -> 127.5
+    //   exp, density 0.1:  f = e^-0.5  = 0.6065307 -> 154.7 -> 155
+    //   exp2, density 0.1: f = e^-0.25 = 0.7788008 -> 198.6 -> 199
+    //   none: no fog
+    struct Case { Long mode; double expected, tolerance; };
+    for (const Case c : {Case{dx::D3DFOG_LINEAR, 127.5, 0.5}, Case{dx::D3DFOG_EXP, 155, 1},
+                         Case{dx::D3DFOG_EXP2, 199, 1}, Case{dx::D3DFOG_NONE, 255, 0}}) {
+        Scene s(16, 16);
+        s.dev->setTransform(dx::D3DTRANSFORMSTATE_PROJECTION, perspective(100));
+        s.states({{dx::D3DRENDERSTATE_LIGHTING, 0}, {dx::D3DRENDERSTATE_FOGENABLE, 1},
+                  {dx::D3DRENDERSTATE_FOGCOLOR, 0x00FF0000}, {dx::D3DRENDERSTATE_FOGVERTEXMODE, c.mode}});
+        s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGSTART, 0);
+        s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGEND, 10);
+        s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGDENSITY, 0.1f);
+        s.draw(kStrip, dx::D3DFVF_VERTEX, facing_quad(5, 5));
+        EXPECT_EQ(s.red(8, 8), 255) << c.mode;
+        EXPECT_NEAR(s.green(8, 8), c.expected, c.tolerance) << c.mode;
+        EXPECT_NEAR(s.blue(8, 8), c.expected, c.tolerance) << c.mode;
+        // Screen-space vertices are not fogged.
+        s.draw(kStrip, kTL, tl_quad(0, 0, 15, 15, 0xFF00FF00, 0.1f));
+        EXPECT_EQ(s.argb(3, 3), 0x00FF00u) << c.mode;
+    }
 }
 
-namespace {
-// Perspective with near 1, far 100, 90 degrees; a white quad at camera depth 5
-// spanning -5..5 fills the viewport.
-void fog_scene(Scene& s) {
-    D3DMATRIX p;
-    dxmath::projectionMatrix(p, 1, 100, static_cast<float>(std::numbers::pi / 2));
-    s.dev->setTransform(dx::D3DTRANSFORMSTATE_PROJECTION, p);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 0);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGENABLE, 1);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGCOLOR, 0x00FF0000);
-}
-}  // namespace
-
-TEST(Fog, LinearFogAtKnownDepth) {
-    // start 0, end 10, depth 5: f = (10 - 5) / 10 = 0.5.
-    // white x 0.5 + red x 0.5 = (1, 0.5, 0.5) -> (255, 127.5, 127.5)
-    Scene s(16, 16);
-    fog_scene(s);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGVERTEXMODE, dx::D3DFOG_LINEAR);
-    s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGSTART, 0);
-    s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGEND, 10);
-    s.draw(kStrip, dx::D3DFVF_VERTEX, facing_quad(5, 5));
-    EXPECT_EQ(s.red(8, 8), 255);
-    EXPECT_NEAR(s.green(8, 8), 127.5, 0.5);
-    EXPECT_NEAR(s.blue(8, 8), 127.5, 0.5);
-}
-
-TEST(Fog, ExponentialModesAtKnownDepth) {
-    // density 0.1, depth 5: exp f = e^-0.5 = 0.6065307 -> 154.7 -> 155;
-    // exp2 f = e^-0.25 = 0.7788008 -> 198.6 -> 199.
-    Scene s(16, 16);
-    fog_scene(s);
-    s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGDENSITY, 0.1f);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGVERTEXMODE, dx::D3DFOG_EXP);
-    s.draw(kStrip, dx::D3DFVF_VERTEX, facing_quad(5, 5));
-    EXPECT_NEAR(s.green(8, 8), 155, 1);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGVERTEXMODE, dx::D3DFOG_EXP2);
-    s.dev->clear(0, {}, 3, 0, 1, 0);
-    s.draw(kStrip, dx::D3DFVF_VERTEX, facing_quad(5, 5));
-    EXPECT_NEAR(s.green(8, 8), 199, 1);
-    // Mode none: no fog.
-    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGVERTEXMODE, dx::D3DFOG_NONE);
-    s.dev->clear(0, {}, 3, 0, 1, 0);
-    s.draw(kStrip, dx::D3DFVF_VERTEX, facing_quad(5, 5));
-    EXPECT_EQ(s.argb(8, 8), 0xFFFFFFu);
-}
-
-TEST(Fog, ScreenSpaceVerticesAreNotFogged) {
-    Scene s(8, 8);
-    fog_scene(s);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGVERTEXMODE, dx::D3DFOG_EXP);
-    s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0xFF00FF00));
-    EXPECT_EQ(s.argb(3, 3), 0x00FF00u);
-}
-
-TEST(Blend, SourceAlphaOverKnownBackground) {
-    // Background (200, 100, 0); source (0, 0, 255) with alpha 64/255 = 0.25098:
-    //   red 200 x 0.74902 = 149.8 -> 150; green 100 x 0.74902 = 74.9 -> 75;
-    //   blue 255 x 0.25098 = 64
-    Scene s(8, 8);
-    s.dev->clear(0, {}, dx::D3DCLEAR_TARGET, 0x00C86400, 1, 0);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE, 1);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_SRCALPHA);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_INVSRCALPHA);
-    s.dev->setTextureStageState(0, dx::D3DTSS_ALPHAARG1, dx::D3DTA_DIFFUSE);
-    s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0x400000FF));
-    EXPECT_EQ(s.argb(3, 3), 0x964B40u);
-}
-
-TEST(Blend, AdditiveWhiteBrightensAndAdditiveBlackChangesNothing) {
+TEST(Blend, FactorsOverAKnownBackground) {
+    // Source alpha: background (200, 100, 0), source (0, 0, 255) with alpha
+    // 64/255 = 0.25098: red 200 x 0.74902 = 149.8 -> 150; green 74.9 -> 75;
+    // blue 255 x 0.25098 = 64.
+    // Source colour: 0.5 grey over white, 128/255 = 0.50196:
+    // 0.50196^2 + 1 x 0.49804 = 0.75 -> 191.25 -> 191.
+    struct Case { Long background, src, dest; std::uint32_t colour, expected; };
+    for (const Case c : {Case{0x00C86400, dx::D3DBLEND_SRCALPHA, dx::D3DBLEND_INVSRCALPHA, 0x400000FF, 0x964B40},
+                         Case{0x00FFFFFF, dx::D3DBLEND_SRCCOLOR, dx::D3DBLEND_INVSRCCOLOR, 0xFF808080, 0xBFBFBF}}) {
+        Scene s(8, 8);
+        s.dev->clear(0, {}, dx::D3DCLEAR_TARGET, c.background, 1, 0);
+        s.blend(c.src, c.dest);
+        s.stage(0, {{dx::D3DTSS_ALPHAARG1, dx::D3DTA_DIFFUSE}});
+        s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, c.colour));
+        EXPECT_EQ(s.argb(3, 3), c.expected) << c.src;
+    }
+    // Additive on a 16-bit target: black of any alpha (the fade pass) changes
+    // nothing, white saturates.
     Scene s(8, 8, PixelFormat::r5g6b5());
     s.dev->clear(0, {}, dx::D3DCLEAR_TARGET, 0x00336699, 1, 0);
     const auto before = s.pixels();
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE, 1);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_ONE);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_ONE);
-    s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0x9F000000));  // black, any alpha: the fade pass
+    s.blend(dx::D3DBLEND_ONE, dx::D3DBLEND_ONE);
+    s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0x9F000000));
     EXPECT_EQ(s.pixels(), before);
     s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0xFFFFFFFF));
     for (auto p : s.pixels()) EXPECT_EQ(p, 0xFFFFu);
-}
-
-TEST(Blend, ColourFactorsModulateWithTheDestination) {
-    // SRCCOLOR / INVSRCCOLOR with source 0.5 grey over white: 0.25 + 0.5 = 0.75.
-    // 128/255 = 0.50196: 0.50196^2 + 1 x 0.49804 = 0.75 -> 191.25 -> 191
-    Scene s(8, 8);
-    s.dev->clear(0, {}, dx::D3DCLEAR_TARGET, 0x00FFFFFF, 1, 0);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE, 1);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_SRCCOLOR);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_INVSRCCOLOR);
-    s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0xFF808080));
-    EXPECT_NEAR(s.red(2, 2), 191, 1);
 }
 
 TEST(Target, R5G6B5KeepsTheTopBits) {
@@ -323,82 +217,64 @@ TEST(Target, R5G6B5KeepsTheTopBits) {
 
 class DepthFormats : public ::testing::TestWithParam<int> {};
 
-TEST_P(DepthFormats, NearerSurfaceWinsInEitherOrder) {
+TEST_P(DepthFormats, NearerWinsInEitherOrderEqualPassesAndNoWriteDrawsOver) {
+    const auto red = tl_quad(0, 0, 7, 7, 0xFFFF0000, 0.2f), green = tl_quad(0, 0, 7, 7, 0xFF00FF00, 0.8f);
     for (bool near_first : {true, false}) {
         Scene s(8, 8, PixelFormat::x8r8g8b8(), GetParam());
-        const auto near_q = tl_quad(0, 0, 7, 7, 0xFFFF0000, 0.2f);
-        const auto far_q = tl_quad(0, 0, 7, 7, 0xFF00FF00, 0.8f);
-        s.draw(kStrip, kTL, near_first ? near_q : far_q);
-        s.draw(kStrip, kTL, near_first ? far_q : near_q);
-        EXPECT_EQ(s.argb(4, 4), 0xFF0000u) << "bits " << GetParam() << " near first " << near_first;
+        s.draw(kStrip, kTL, near_first ? red : green);
+        s.draw(kStrip, kTL, near_first ? green : red);
+        EXPECT_EQ(s.argb(4, 4), 0xFF0000u) << "near first " << near_first;
     }
-}
-
-TEST_P(DepthFormats, WithoutZWriteLaterSurfacesDrawOver) {
-    Scene s(8, 8, PixelFormat::x8r8g8b8(), GetParam());
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ZWRITEENABLE, 0);
-    s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0xFFFF0000, 0.2f));
-    s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0xFF00FF00, 0.8f));
-    EXPECT_EQ(s.argb(4, 4), 0x00FF00u);
-}
-
-TEST_P(DepthFormats, EqualDepthPassesLessEqual) {
     Scene s(8, 8, PixelFormat::x8r8g8b8(), GetParam());
     s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0xFFFF0000, 0.37f));
     s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0xFF0000FF, 0.37f));
-    EXPECT_EQ(s.argb(4, 4), 0x0000FFu);
+    EXPECT_EQ(s.argb(4, 4), 0x0000FFu);  // equal depth passes LESSEQUAL
+    s.reset();
+    s.states({{dx::D3DRENDERSTATE_ZWRITEENABLE, 0}});
+    s.draw(kStrip, kTL, red);
+    s.draw(kStrip, kTL, green);
+    EXPECT_EQ(s.argb(4, 4), 0x00FF00u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Bits, DepthFormats, ::testing::Values(16, 24, 32));
 
-TEST(AlphaTest, GreaterEqualAgainstReference) {
+TEST(AlphaTest, GreaterEqualAgainstReferenceAndNoTextureIsOpaqueWhite) {
     Scene s(8, 8);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHATESTENABLE, 1);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHAFUNC, dx::D3DCMP_GREATEREQUAL);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHAREF, 128);
-    s.dev->setTextureStageState(0, dx::D3DTSS_ALPHAARG1, dx::D3DTA_DIFFUSE);
+    s.states({{dx::D3DRENDERSTATE_ALPHATESTENABLE, 1}, {dx::D3DRENDERSTATE_ALPHAFUNC, dx::D3DCMP_GREATEREQUAL},
+              {dx::D3DRENDERSTATE_ALPHAREF, 128}});
+    s.stage(0, {{dx::D3DTSS_ALPHAARG1, dx::D3DTA_DIFFUSE}});
     s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0x7FFF0000));
     EXPECT_EQ(s.argb(4, 4), 0u);  // 127 < 128
     s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0x80FF0000));
     EXPECT_EQ(s.argb(4, 4), 0xFF0000u);
-}
-
-TEST(Texture, NoTextureReadsOpaqueWhite) {
-    Scene s(8, 8);
+    // Without a texture the texture reads as alpha 255 (and white).
+    s.stage(0, {{dx::D3DTSS_ALPHAARG1, dx::D3DTA_TEXTURE}});
+    s.states({{dx::D3DRENDERSTATE_ALPHAFUNC, dx::D3DCMP_EQUAL}, {dx::D3DRENDERSTATE_ALPHAREF, 255}});
     s.dev->setTexture(0, nullptr);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHATESTENABLE, 1);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHAFUNC, dx::D3DCMP_EQUAL);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHAREF, 255);  // the texture alpha is 1
     s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0x000A141E));
     EXPECT_EQ(s.argb(4, 4), 0x0A141Eu);
 }
 
-TEST(Texture, PointSamplingPicksTheTexelUnderThePixelCentre) {
-    // 2 x 2 texture over an 8 x 8 quad: pixel x has u = x / 8.
+TEST(Texture, PointAndBilinearSamplingWithWrap) {
+    // Point: a 2 x 2 texture over an 8 x 8 quad, pixel x has u = x / 8.
     Scene s(8, 8);
     s.dev->setTexture(0, make_texture(2, 2, {0xFFFF0000, 0xFF00FF00, 0xFF0000FF, 0xFFFFFFFF}));
-    auto q = tl_quad(0, 0, 8, 8, 0xFFFFFFFF);
-    s.draw(kStrip, kTL, q);
+    s.draw(kStrip, kTL, tl_quad(0, 0, 8, 8, 0xFFFFFFFF));
     EXPECT_EQ(s.argb(1, 1), 0xFF0000u);
     EXPECT_EQ(s.argb(5, 1), 0x00FF00u);
     EXPECT_EQ(s.argb(1, 5), 0x0000FFu);
     EXPECT_EQ(s.argb(6, 6), 0xFFFFFFu);
-}
-
-TEST(Texture, BilinearBlendsNeighboursAndWraps) {
-    // 2 x 1 texture black | white over 8 pixels: tx = x / 4 - 0.5.
-    // x 2: tx 0 -> black; x 4: tx 0.5 -> half; x 6: tx 1 -> white;
+    // Bilinear: 2 x 1 black | white over 8 pixels, tx = x / 4 - 0.5.
+    // x 2: tx 0 -> black; x 3: tx 0.25 -> 63.75; x 4: half; x 6: white;
     // x 0: tx -0.5 -> halfway between texel 1 (wrapped, white) and texel 0.
-    Scene s(8, 2);
     s.dev->setTexture(0, make_texture(2, 1, {0xFF000000, 0xFFFFFFFF}));
-    s.dev->setTextureStageState(0, dx::D3DTSS_MAGFILTER, dx::D3DTFG_LINEAR);
-    s.dev->setTextureStageState(0, dx::D3DTSS_MINFILTER, dx::D3DTFN_LINEAR);
+    s.bilinear(0);
     s.draw(kStrip, kTL, tl_quad(0, 0, 8, 2, 0xFFFFFFFF));
     EXPECT_EQ(s.red(2, 0), 0);
+    EXPECT_NEAR(s.red(3, 0), 63.75, 0.5);
     EXPECT_NEAR(s.red(4, 0), 127.5, 0.5);
     EXPECT_EQ(s.red(6, 0), 255);
     EXPECT_NEAR(s.red(0, 0), 127.5, 0.5);
-    EXPECT_NEAR(s.red(3, 0), 63.75, 0.5);  // tx 0.25
 }
 
 TEST(Texture, PerspectiveCorrectCoordinates) {
@@ -409,9 +285,9 @@ TEST(Texture, PerspectiveCorrectCoordinates) {
     std::vector<std::uint32_t> ramp;
     for (int i = 0; i < 8; ++i) ramp.push_back(0xFF000000u | static_cast<std::uint32_t>(i * 30) << 16);
     s.dev->setTexture(0, make_texture(8, 1, ramp));
-    std::vector<D3DTLVERTEX> q = {tl(0, 1, -1, 0.5f, 1, 0, 0), tl(0, 0, -1, 0.5f, 1, 0, 0),
-                                  tl(8, 1, -1, 0.5f, 0.25f, 1, 0), tl(8, 0, -1, 0.5f, 0.25f, 1, 0)};
-    s.draw(kStrip, kTL, q);
+    s.draw(kStrip, kTL,
+           std::vector<D3DTLVERTEX>{tl(0, 1, -1, 0.5f, 1, 0, 0), tl(0, 0, -1, 0.5f, 1, 0, 0),
+                                    tl(8, 1, -1, 0.5f, 0.25f, 1, 0), tl(8, 0, -1, 0.5f, 0.25f, 1, 0)});
     EXPECT_EQ(s.red(4, 0), 30);
 }
 
@@ -421,35 +297,31 @@ TEST(Texture, ColourKeyedTexelsAreNotDrawn) {
     tex->setColorKey(8, DDCOLORKEY{0, 0});  // black
     s.dev->clear(0, {}, dx::D3DCLEAR_TARGET, 0x000000FF, 1, 0);
     s.dev->setTexture(0, tex);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_COLORKEYENABLE, 1);
+    s.states({{dx::D3DRENDERSTATE_COLORKEYENABLE, 1}});
     s.draw(kStrip, kTL, tl_quad(0, 0, 8, 8, 0xFFFFFFFF));
     EXPECT_EQ(s.argb(1, 1), 0x0000FFu);  // keyed: background stays
     EXPECT_EQ(s.argb(6, 1), 0xFF0000u);
 }
 
-TEST(Stages, SecondStageAddsItsTexture) {
+TEST(Stages, SecondStageOperationsOnKnownTexels) {
     // Stage 0 selects (100, 0, 0); stage 1 adds (0, 50, 20); stage 1 asks for
     // coordinate set 1, which no vertex has: it reads set 0.
     Scene s(8, 8);
     s.dev->setTexture(0, make_texture(1, 1, {0xFF640000}));
     s.dev->setTexture(1, make_texture(1, 1, {0xFF003214}));
-    s.dev->setTextureStageState(0, dx::D3DTSS_COLOROP, dx::D3DTOP_SELECTARG1);
-    s.dev->setTextureStageState(1, dx::D3DTSS_COLOROP, dx::D3DTOP_ADD);
-    s.dev->setTextureStageState(1, dx::D3DTSS_COLORARG1, dx::D3DTA_TEXTURE);
-    s.dev->setTextureStageState(1, dx::D3DTSS_COLORARG2, dx::D3DTA_CURRENT);
+    s.stage(0, {{dx::D3DTSS_COLOROP, dx::D3DTOP_SELECTARG1}});
+    s.stage(1, {{dx::D3DTSS_COLOROP, dx::D3DTOP_ADD}, {dx::D3DTSS_COLORARG1, dx::D3DTA_TEXTURE},
+                {dx::D3DTSS_COLORARG2, dx::D3DTA_CURRENT}});
     s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0xFFFFFFFF));
     EXPECT_EQ(s.argb(3, 3), 0x643214u);
-
     // MODULATE2X: 100 x 2 x 128/255 = 100.4 -> 100 in red.
     s.dev->setTexture(1, make_texture(1, 1, {0xFF808080}));
-    s.dev->setTextureStageState(1, dx::D3DTSS_COLOROP, dx::D3DTOP_MODULATE2X);
+    s.stage(1, {{dx::D3DTSS_COLOROP, dx::D3DTOP_MODULATE2X}});
     s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0xFFFFFFFF));
     EXPECT_EQ(s.red(3, 3), 100);
-
     // ADDSIGNED on stage 0: 100/255 + 1 - 0.5 -> 0.892 -> 227.5
-    s.dev->setTextureStageState(1, dx::D3DTSS_COLOROP, dx::D3DTOP_DISABLE);
-    s.dev->setTextureStageState(0, dx::D3DTSS_COLOROP, dx::D3DTOP_ADDSIGNED);
-    s.dev->setTextureStageState(0, dx::D3DTSS_COLORARG2, dx::D3DTA_DIFFUSE);
+    s.stage(1, {{dx::D3DTSS_COLOROP, dx::D3DTOP_DISABLE}});
+    s.stage(0, {{dx::D3DTSS_COLOROP, dx::D3DTOP_ADDSIGNED}, {dx::D3DTSS_COLORARG2, dx::D3DTA_DIFFUSE}});
     s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0xFFFFFFFF));
     EXPECT_NEAR(s.red(3, 3), 227.5, 0.5);
 }
@@ -484,28 +356,26 @@ TEST(Stages, BumpEnvironmentMapShiftsTheNextStagesCoordinates) {
     bump->touch();
     s.dev->setTexture(0, bump);
     s.dev->setTexture(1, make_texture(2, 1, {0xFF000000, 0xFFFFFFFF}));
-    s.dev->setTextureStageState(1, dx::D3DTSS_COLOROP, dx::D3DTOP_SELECTARG1);
-    s.dev->setTextureStageState(1, dx::D3DTSS_COLORARG1, dx::D3DTA_TEXTURE);
-    s.dev->setTextureStageState(0, dx::D3DTSS_COLOROP, dx::D3DTOP_BUMPENVMAP);
-    s.dev->setTextureStageState(0, dx::D3DTSS_BUMPENVMAT00, 1);
+    s.stage(1, {{dx::D3DTSS_COLOROP, dx::D3DTOP_SELECTARG1}, {dx::D3DTSS_COLORARG1, dx::D3DTA_TEXTURE}});
+    s.stage(0, {{dx::D3DTSS_COLOROP, dx::D3DTOP_BUMPENVMAP}, {dx::D3DTSS_BUMPENVMAT00, 1}});
     s.draw(kStrip, kTL, tl_quad(0, 0, 8, 2, 0xFFFFFFFF));
     EXPECT_EQ(s.argb(2, 0), 0xFFFFFFu);
-    s.dev->setTextureStageState(0, dx::D3DTSS_BUMPENVMAT00, 0);
+    s.stage(0, {{dx::D3DTSS_BUMPENVMAT00, 0}});
     s.draw(kStrip, kTL, tl_quad(0, 0, 8, 2, 0xFFFFFFFF));
     EXPECT_EQ(s.argb(2, 0), 0u);
 }
 
-TEST(Culling, CounterClockwiseIsCulledByDefaultAndZeroMeansNone) {
+TEST(Culling, CounterClockwiseIsCulledByDefaultAndUnknownModesCullNothing) {
     const std::vector<D3DTLVERTEX> cw = {tl(0, 0, -1), tl(8, 0, -1), tl(0, 8, -1)};  // clockwise on screen
     const std::vector<D3DTLVERTEX> ccw = {tl(0, 0, -1), tl(0, 8, -1), tl(8, 0, -1)};
     struct Case { Long mode; bool cw_drawn, ccw_drawn; };
     for (const Case c : {Case{dx::D3DCULL_CCW, true, false}, Case{dx::D3DCULL_CW, false, true},
                          Case{dx::D3DCULL_NONE, true, true}, Case{0, true, true}, Case{77, true, true}}) {
         Scene s(8, 8);
-        s.dev->setRenderState(dx::D3DRENDERSTATE_CULLMODE, c.mode);
+        s.states({{dx::D3DRENDERSTATE_CULLMODE, c.mode}});
         s.draw(kList, kTL, cw);
         EXPECT_EQ(s.argb(1, 1) != 0, c.cw_drawn) << c.mode;
-        s.dev->clear(0, {}, 3, 0, 1, 0);
+        s.reset();
         s.draw(kList, kTL, ccw);
         EXPECT_EQ(s.argb(1, 1) != 0, c.ccw_drawn) << c.mode;
     }
@@ -514,11 +384,11 @@ TEST(Culling, CounterClockwiseIsCulledByDefaultAndZeroMeansNone) {
 TEST(Shading, FlatTakesTheFirstVertexAndInvalidModeIsGouraud) {
     const std::vector<D3DTLVERTEX> t = {tl(0, 0, 0xFFFF0000), tl(16, 0, 0xFF00FF00), tl(0, 16, 0xFF0000FF)};
     Scene s(16, 16);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_SHADEMODE, dx::D3DSHADE_FLAT);
+    s.states({{dx::D3DRENDERSTATE_SHADEMODE, dx::D3DSHADE_FLAT}});
     s.draw(kList, kTL, t);
     EXPECT_EQ(s.argb(1, 1), 0xFF0000u);
     EXPECT_EQ(s.argb(10, 2), 0xFF0000u);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_SHADEMODE, 0);
+    s.states({{dx::D3DRENDERSTATE_SHADEMODE, 0}});
     s.draw(kList, kTL, t);
     // Gouraud at (8, 4): weights red 0.25, green 0.5, blue 0.25.
     EXPECT_NEAR(s.red(8, 4), 63.75, 1);
@@ -526,24 +396,23 @@ TEST(Shading, FlatTakesTheFirstVertexAndInvalidModeIsGouraud) {
     EXPECT_NEAR(s.blue(8, 4), 63.75, 1);
 }
 
-TEST(FillMode, WireframeAndPointLeaveTheInteriorEmpty) {
+TEST(Primitives, FillModesPointsAndLinesDrawWhereExpected) {
     const std::vector<D3DTLVERTEX> t = {tl(2, 2, -1), tl(20, 2, -1), tl(2, 20, -1)};
     Scene s(24, 24);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_FILLMODE, dx::D3DFILL_WIREFRAME);
+    s.states({{dx::D3DRENDERSTATE_FILLMODE, dx::D3DFILL_WIREFRAME}});
     s.draw(kList, kTL, t);
     EXPECT_NE(s.argb(10, 2), 0u);  // top edge
     EXPECT_EQ(s.argb(6, 6), 0u);   // interior
-    s.dev->clear(0, {}, 3, 0, 1, 0);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_FILLMODE, dx::D3DFILL_POINT);
+    s.reset();
+    s.states({{dx::D3DRENDERSTATE_FILLMODE, dx::D3DFILL_POINT}});
     s.draw(kList, kTL, t);
     int lit = 0;
     for (auto p : s.pixels()) lit += (p & 0xFFFFFF) != 0;
     EXPECT_EQ(lit, 3);
     EXPECT_NE(s.argb(20, 2), 0u);
-}
-
-TEST(Primitives, PointsLinesAndStripsDrawWhereExpected) {
-    Scene s(16, 16);
+    // Point lists round to the nearest pixel; a line lights one row.
+    s.reset();
+    s.states({{dx::D3DRENDERSTATE_FILLMODE, dx::D3DFILL_SOLID}});
     s.draw(dx::D3DPT_POINTLIST, kTL, std::vector<D3DTLVERTEX>{tl(3, 4, -1), tl(10.4f, 11.6f, -1)});
     EXPECT_NE(s.argb(3, 4), 0u);
     EXPECT_NE(s.argb(10, 12), 0u);
@@ -557,44 +426,14 @@ TEST(Clipping, TrianglesThroughTheNearAndFarPlanesDrawTheirVisiblePart) {
     // A floor from behind the camera to beyond the far plane: the middle rows
     // are drawn, nothing is read from behind the eye.
     Scene s(32, 32);
-    D3DMATRIX p;
-    dxmath::projectionMatrix(p, 1, 50, static_cast<float>(std::numbers::pi / 2));
-    s.dev->setTransform(dx::D3DTRANSFORMSTATE_PROJECTION, p);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 0);
-    const std::vector<D3DVERTEX> floor = {vtx(-10, -1, -5, 0, 1, 0), vtx(-10, -1, 100, 0, 1, 0),
-                                          vtx(10, -1, -5, 0, 1, 0), vtx(10, -1, 100, 0, 1, 0)};
-    s.draw(kStrip, dx::D3DFVF_VERTEX, floor);
+    s.dev->setTransform(dx::D3DTRANSFORMSTATE_PROJECTION, perspective(50));
+    s.states({{dx::D3DRENDERSTATE_LIGHTING, 0}});
+    s.draw(kStrip, dx::D3DFVF_VERTEX,
+           std::vector<D3DVERTEX>{vtx(-10, -1, -5, 0, 1, 0), vtx(-10, -1, 100, 0, 1, 0), vtx(10, -1, -5, 0, 1, 0),
+                                  vtx(10, -1, 100, 0, 1, 0)});
     EXPECT_NE(s.argb(16, 31), 0u);  // just below the horizon up to the near plane
     EXPECT_NE(s.argb(16, 18), 0u);
     EXPECT_EQ(s.argb(16, 10), 0u);  // above the horizon: sky
     // Depth 50 (far plane) lies at y = 16 + 16/50: the far part is cut.
     EXPECT_EQ(s.argb(16, 16), 0u);
-}
-
-TEST(Threads, PicturesAreIdenticalForEveryThreadCount) {
-    std::vector<std::uint32_t> first;
-    for (int threads : {1, 2, 3, 4}) {
-        Scene s(200, 150);
-        s.dev->set_thread_count(threads);
-        s.dev->setTexture(0, make_texture(4, 4, {0xFF102030, 0x80FFFFFF, 0xFF00FF00, 0x40FF0000, 0xFF0000FF,
-                                                 0xFF808080, 0xC0123456, 0xFF654321, 0x10101010, 0xFFFFFFFF,
-                                                 0xFF000000, 0x7F7F7F7F, 0xFFABCDEF, 0xFF00FFFF, 0xFFFF00FF,
-                                                 0xFFFFFF00}));
-        s.dev->setTextureStageState(0, dx::D3DTSS_MAGFILTER, dx::D3DTFG_LINEAR);
-        s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE, 1);
-        s.dev->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_SRCALPHA);
-        s.dev->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_INVSRCALPHA);
-        std::vector<D3DTLVERTEX> tris;
-        std::uint32_t seed = 12345;
-        auto rnd = [&seed] { seed = seed * 1664525u + 1013904223u; return static_cast<float>(seed >> 8) / 16777216.0f; };
-        for (int i = 0; i < 300; ++i)
-            tris.push_back(tl(rnd() * 240 - 20, rnd() * 190 - 20, 0xFF000000u | (seed & 0xFFFFFF), rnd(),
-                              0.2f + rnd(), rnd() * 3, rnd() * 3));
-        s.draw(kList, kTL, tris);
-        if (first.empty()) {
-            first = s.pixels();
-        } else {
-            EXPECT_EQ(s.pixels(), first) << threads << " threads";
-        }
-    }
 }

@@ -44,11 +44,6 @@ std::vector<std::uint32_t> pattern(int w, int h, bool alpha, std::uint32_t salt)
     return t;
 }
 
-void bilinear(Scene& s, int stage, bool on) {
-    s.dev->setTextureStageState(stage, dx::D3DTSS_MAGFILTER, on ? dx::D3DTFG_LINEAR : dx::D3DTFG_POINT);
-    s.dev->setTextureStageState(stage, dx::D3DTSS_MINFILTER, on ? dx::D3DTFN_LINEAR : dx::D3DTFN_POINT);
-}
-
 D3DMATRIX camera_projection(int w, int h) {
     D3DMATRIX p;
     dxmath::projectionMatrix(p, 1, 200, static_cast<float>(std::numbers::pi / 3));
@@ -59,9 +54,7 @@ D3DMATRIX camera_projection(int w, int h) {
 // Layers of screen quads with texture coordinates far outside 0..1 and
 // sub-pixel offsets, blended source-alpha over the previous ones.
 void blended_layers(Scene& s, int w, int h) {
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE, 1);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_SRCALPHA);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_INVSRCALPHA);
+    s.blend(dx::D3DBLEND_SRCALPHA, dx::D3DBLEND_INVSRCALPHA);
     for (int i = 0; i < 5; ++i) {
         const float o = static_cast<float>(i) * 0.37f - 3.1f, fw = static_cast<float>(w), fh = static_cast<float>(h);
         const float xy[4][2] = {{-3.3f, fh + 2}, {-3.3f, -1.7f}, {fw + 0.4f, fh + 2}, {fw + 0.4f, -1.7f}};
@@ -76,13 +69,10 @@ void blended_layers(Scene& s, int w, int h) {
 
 // A perspective wall with two stages (MODULATE then MODULATE2X) and linear fog.
 void two_stages_fog(Scene& s, int w, int h) {
-    s.dev->setTextureStageState(1, dx::D3DTSS_COLOROP, dx::D3DTOP_MODULATE2X);
-    s.dev->setTextureStageState(1, dx::D3DTSS_COLORARG1, dx::D3DTA_TEXTURE);
-    s.dev->setTextureStageState(1, dx::D3DTSS_COLORARG2, dx::D3DTA_CURRENT);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 0);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGENABLE, 1);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGVERTEXMODE, dx::D3DFOG_LINEAR);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGCOLOR, 0x8090A0);
+    s.stage(1, {{dx::D3DTSS_COLOROP, dx::D3DTOP_MODULATE2X}, {dx::D3DTSS_COLORARG1, dx::D3DTA_TEXTURE},
+                {dx::D3DTSS_COLORARG2, dx::D3DTA_CURRENT}});
+    s.states({{dx::D3DRENDERSTATE_LIGHTING, 0}, {dx::D3DRENDERSTATE_FOGENABLE, 1},
+              {dx::D3DRENDERSTATE_FOGVERTEXMODE, dx::D3DFOG_LINEAR}, {dx::D3DRENDERSTATE_FOGCOLOR, 0x8090A0}});
     s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGSTART, 2);
     s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGEND, 30);
     s.dev->setTransform(dx::D3DTRANSFORMSTATE_WORLD, identity());
@@ -91,9 +81,8 @@ void two_stages_fog(Scene& s, int w, int h) {
     s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_VERTEX,
            std::vector<D3DVERTEX>{vtx(-8, -6, 4, 0, 0, -1, 0, 4), vtx(-8, 6, 4, 0, 0, -1, 0, 0),
                                   vtx(40, -30, 20, 0, 0, -1, 8, 4), vtx(40, 30, 20, 0, 0, -1, 8, 0)});
-    s.dev->setTextureStageState(1, dx::D3DTSS_COLOROP, dx::D3DTOP_DISABLE);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_FOGENABLE, 0);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 1);
+    s.stage(1, {{dx::D3DTSS_COLOROP, dx::D3DTOP_DISABLE}});
+    s.states({{dx::D3DRENDERSTATE_FOGENABLE, 0}, {dx::D3DRENDERSTATE_LIGHTING, 1}});
 }
 
 // A lit, textured, z-buffered height field of n x n quads drawn twice (the
@@ -115,27 +104,11 @@ void lit_grid(Scene& s, int w, int h, int n) {
             const int a = j * (n + 1) + i, b = a + 1, c = a + n + 1, d = c + 1;
             for (int k : {a, c, b, b, c, d}) idx.push_back(static_cast<Integer>(k));
         }
-    s.dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 1);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_AMBIENT, 0x303030);
-    D3DMATERIAL7 mat;
-    mat.diffuse = {1, 1, 1, 1};
-    mat.ambient = {1, 1, 1, 1};
-    s.dev->setMaterial(mat);
-    D3DLIGHT7 l;
-    l.dltType = D3DLIGHT_DIRECTIONAL;
-    l.diffuse = {1, 0.95f, 0.9f, 1};
-    l.direction = {0.3f, -1, 0.4f};
-    s.dev->setLight(0, l);
-    s.dev->lightEnable(0, true);
-    D3DLIGHT7 p;
-    p.dltType = D3DLIGHT_POINT;
-    p.diffuse = {0.5f, 0.3f, 0.1f, 1};
-    p.position = {2, 3, 0};
-    p.range = 30;
-    p.attenuation0 = 1;
-    p.attenuation1 = 0.1f;
-    s.dev->setLight(1, p);
-    s.dev->lightEnable(1, true);
+    s.states({{dx::D3DRENDERSTATE_LIGHTING, 1}, {dx::D3DRENDERSTATE_AMBIENT, 0x303030}});
+    s.dev->setMaterial({.diffuse = {1, 1, 1, 1}, .ambient = {1, 1, 1, 1}});
+    s.light(0, {.dltType = D3DLIGHT_DIRECTIONAL, .diffuse = {1, 0.95f, 0.9f, 1}, .direction = {0.3f, -1, 0.4f}});
+    s.light(1, {.dltType = D3DLIGHT_POINT, .diffuse = {0.5f, 0.3f, 0.1f, 1}, .position = {2, 3, 0}, .range = 30,
+                .attenuation0 = 1, .attenuation1 = 0.1f});
     D3DMATRIX view;
     dxmath::viewMatrix(view, D3DVECTOR{0, 9, -14}, D3DVECTOR{0, 0, 2}, D3DVECTOR{0, 1, 0}, 0);
     s.dev->setTransform(dx::D3DTRANSFORMSTATE_VIEW, view);
@@ -176,44 +149,40 @@ std::uint64_t render(int which, int threads, bool fast = true, Routines routines
     switch (which) {
     case 0:  // one bilinear MODULATE stage, blended, 32-bit target
     case 2:  // the same on a 16-bit target
-        bilinear(s, 0, true);
+        s.bilinear(0);
         s.dev->setTexture(0, alpha256);
         blended_layers(s, w, h);
         break;
     case 1:  // odd-sized and tall textures, point and bilinear
-        bilinear(s, 0, true);
+        s.bilinear(0);
         s.dev->setTexture(0, odd);
         blended_layers(s, w, h);
-        bilinear(s, 0, false);
+        s.bilinear(0, false);
         s.dev->setTexture(0, tall);
         blended_layers(s, w, h);
-        bilinear(s, 0, true);
+        s.bilinear(0);
         blended_layers(s, w, h);
         break;
     case 3:  // two stages and fog
     case 6:
-        bilinear(s, 0, true);
-        bilinear(s, 1, true);
+        s.bilinear(0);
+        s.bilinear(1);
         s.dev->setTexture(0, plain64);
         s.dev->setTexture(1, odd);
         two_stages_fog(s, w, h);
         s.dev->setTexture(1, alpha256);
-        s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE, 1);
-        s.dev->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_SRCALPHA);
-        s.dev->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_INVSRCALPHA);
+        s.blend(dx::D3DBLEND_SRCALPHA, dx::D3DBLEND_INVSRCALPHA);
         two_stages_fog(s, w, h);
         break;
     case 4:  // lit grid, small triangles, z16, bilinear then point sampling with alpha test
     case 5:  // the same on 24-bit z
-        bilinear(s, 0, true);
+        s.bilinear(0);
         s.dev->setTexture(0, plain64);
         lit_grid(s, w, h, 60);
         s.dev->setTexture(0, odd);
-        bilinear(s, 0, false);
-        s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHATESTENABLE, 1);
-        s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHAREF, 120);
-        s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHAFUNC, dx::D3DCMP_GREATEREQUAL);
-        s.dev->setRenderState(dx::D3DRENDERSTATE_ZFUNC, dx::D3DCMP_LESS);
+        s.bilinear(0, false);
+        s.states({{dx::D3DRENDERSTATE_ALPHATESTENABLE, 1}, {dx::D3DRENDERSTATE_ALPHAREF, 120},
+                  {dx::D3DRENDERSTATE_ALPHAFUNC, dx::D3DCMP_GREATEREQUAL}, {dx::D3DRENDERSTATE_ZFUNC, dx::D3DCMP_LESS}});
         lit_grid(s, w, h, 17);
         break;
     default: break;
@@ -249,27 +218,24 @@ std::vector<std::uint32_t> textured_pair(int variant, bool general, Long op, boo
     constexpr int w = 70, h = 45;
     Scene s(w, h, PixelFormat::x8r8g8b8(), 16);
     s.dev->clear(0, {}, dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, 0x405060, 1.0f, 0);
-    bilinear(s, 0, true);
-    bilinear(s, 1, variant == 1);
+    s.bilinear(0);
+    s.bilinear(1, variant == 1);
     s.dev->setTexture(0, make_texture(16, 16, pattern(16, 16, true, 7)));
     s.dev->setTexture(1, make_texture(variant == 1 ? 8 : 5, 8, pattern(variant == 1 ? 8 : 5, 8, true, 13)));
     if (variant >= 1) {
-        s.dev->setTextureStageState(1, dx::D3DTSS_COLOROP, op);
-        s.dev->setTextureStageState(1, dx::D3DTSS_COLORARG1, swap_args ? dx::D3DTA_CURRENT : dx::D3DTA_TEXTURE);
-        s.dev->setTextureStageState(1, dx::D3DTSS_COLORARG2, swap_args ? dx::D3DTA_TEXTURE : dx::D3DTA_CURRENT);
         // Selecting the current alpha is what a disabled alpha stage passes on.
-        s.dev->setTextureStageState(1, dx::D3DTSS_ALPHAOP, general ? dx::D3DTOP_SELECTARG1 : dx::D3DTOP_DISABLE);
-        s.dev->setTextureStageState(1, dx::D3DTSS_ALPHAARG1, dx::D3DTA_CURRENT);
+        s.stage(1, {{dx::D3DTSS_COLOROP, op},
+                    {dx::D3DTSS_COLORARG1, swap_args ? dx::D3DTA_CURRENT : dx::D3DTA_TEXTURE},
+                    {dx::D3DTSS_COLORARG2, swap_args ? dx::D3DTA_TEXTURE : dx::D3DTA_CURRENT},
+                    {dx::D3DTSS_ALPHAOP, general ? dx::D3DTOP_SELECTARG1 : dx::D3DTOP_DISABLE},
+                    {dx::D3DTSS_ALPHAARG1, dx::D3DTA_CURRENT}});
     }
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE, 1);
     // BOTHSRCALPHA is source alpha over inverse source alpha spelt differently.
-    s.dev->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, general ? 12 : dx::D3DBLEND_SRCALPHA);
-    s.dev->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_INVSRCALPHA);
+    s.blend(general ? 12 : dx::D3DBLEND_SRCALPHA, dx::D3DBLEND_INVSRCALPHA);
     std::vector<D3DTLVERTEX> tris;
-    std::uint32_t seed = 99u + static_cast<std::uint32_t>(variant);
-    auto rnd = [&seed] { seed = seed * 1664525u + 1013904223u; return static_cast<float>(seed >> 8) / 16777216.0f; };
+    Lcg rnd{99u + static_cast<std::uint32_t>(variant)};
     for (int i = 0; i < 60; ++i)
-        tris.push_back(tl(rnd() * 90 - 10, rnd() * 65 - 10, (seed & 0xFFFFFFFFu) | 0x20000000u, rnd(), 0.3f + rnd(),
+        tris.push_back(tl(rnd() * 90 - 10, rnd() * 65 - 10, rnd.seed | 0x20000000u, rnd(), 0.3f + rnd(),
                           rnd() * 5 - 2, rnd() * 5 - 2));
     s.draw(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_TLVERTEX, tris);
     return s.pixels();
@@ -294,8 +260,7 @@ TEST(FastPaths, SecondTextureStageMatchesTheGeneralCascadeForEachOperationAndArg
 TEST(ParallelSetUp, LongListsDrawTheSamePictureOnEveryThreadCount) {
     std::vector<D3DVERTEX> v;
     std::vector<Integer> idx;
-    std::uint32_t seed = 4242;
-    auto rnd = [&seed] { seed = seed * 1664525u + 1013904223u; return static_cast<float>(seed >> 8) / 16777216.0f; };
+    Lcg rnd{4242};
     for (int i = 0; i < 3000; ++i)
         v.push_back(vtx(rnd() * 16 - 8, rnd() * 12 - 6, rnd() * 14 - 1.5f, 0, 0, -1, rnd() * 4, rnd() * 4));
     for (int i = 0; i < 3 * 7000; ++i) idx.push_back(static_cast<Integer>(rnd() * 2999.0f));
@@ -305,9 +270,9 @@ TEST(ParallelSetUp, LongListsDrawTheSamePictureOnEveryThreadCount) {
     for (int threads : {1, 2, 3, 4}) {
         Scene s(96, 72, PixelFormat::x8r8g8b8(), 16);
         s.dev->set_thread_count(threads);
-        s.dev->setRenderState(dx::D3DRENDERSTATE_CULLMODE, dx::D3DCULL_CCW);
-        s.dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 0);
-        s.dev->setRenderState(dx::D3DRENDERSTATE_ZENABLE, 0);  // overlap order decides each pixel
+        // No z: overlap order decides each pixel.
+        s.states({{dx::D3DRENDERSTATE_CULLMODE, dx::D3DCULL_CCW}, {dx::D3DRENDERSTATE_LIGHTING, 0},
+                  {dx::D3DRENDERSTATE_ZENABLE, 0}});
         s.dev->setTexture(0, make_texture(8, 8, pattern(8, 8, false, 1)));
         s.dev->setTransform(dx::D3DTRANSFORMSTATE_WORLD, identity());
         s.dev->setTransform(dx::D3DTRANSFORMSTATE_VIEW, identity());
