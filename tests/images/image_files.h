@@ -2,7 +2,7 @@
 // writes exactly the bytes the format asks for, nothing clever.
 #pragma once
 
-#include <array>
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -40,11 +40,7 @@ inline Bytes pcx8(int width, int height, int bytes_per_line, const Bytes& body, 
     Bytes b = pcx_header(8, 1, width, height, bytes_per_line);
     b.insert(b.end(), body.begin(), body.end());
     b.push_back(static_cast<std::uint8_t>(marker));
-    for (int i = 0; i < 256; ++i) {
-        b.push_back(static_cast<std::uint8_t>(i));
-        b.push_back(static_cast<std::uint8_t>(255 - i));
-        b.push_back(static_cast<std::uint8_t>(i / 2));
-    }
+    for (int i = 0; i < 256; ++i) b.insert(b.end(), {std::uint8_t(i), std::uint8_t(255 - i), std::uint8_t(i / 2)});
     return b;
 }
 
@@ -65,34 +61,9 @@ inline Bytes tga(int type, int width, int height, const Bytes& body, int depth =
     return b;
 }
 
-// 24-bit bottom-up BMP of 0x00RRGGBB pixels given top row first.
-inline Bytes bmp24(int width, int height, const std::vector<std::uint32_t>& rgb) {
-    const int stride = (width * 3 + 3) & ~3;
-    Bytes b(54 + static_cast<std::size_t>(stride) * height, 0);
-    b[0] = 'B';
-    b[1] = 'M';
-    put32(b, 2, static_cast<std::uint32_t>(b.size()));
-    put32(b, 10, 54);
-    put32(b, 14, 40);
-    put32(b, 18, static_cast<std::uint32_t>(width));
-    put32(b, 22, static_cast<std::uint32_t>(height));
-    put16(b, 26, 1);
-    put16(b, 28, 24);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            const std::uint32_t p = rgb[static_cast<std::size_t>(y) * width + x];
-            const std::size_t at = 54 + static_cast<std::size_t>(height - 1 - y) * stride + 3 * x;
-            b[at] = static_cast<std::uint8_t>(p);
-            b[at + 1] = static_cast<std::uint8_t>(p >> 8);
-            b[at + 2] = static_cast<std::uint8_t>(p >> 16);
-        }
-    return b;
-}
-
-// A run-length BMP: 40-byte header, `palette` (0x00RRGGBB) as the colour table, then `codes`.
-inline Bytes rle_bmp(int bpp, int width, int height, const std::vector<std::uint32_t>& palette, const Bytes& codes) {
-    const std::size_t offset = 54 + 4 * palette.size();
-    Bytes b(offset, 0);
+// The 54-byte BMP file and info headers; the file-size field is left to the caller.
+inline Bytes bmp_header(std::size_t size, std::size_t offset, int width, int height, int bpp) {
+    Bytes b(size, 0);
     b[0] = 'B';
     b[1] = 'M';
     put32(b, 10, static_cast<std::uint32_t>(offset));
@@ -101,6 +72,27 @@ inline Bytes rle_bmp(int bpp, int width, int height, const std::vector<std::uint
     put32(b, 22, static_cast<std::uint32_t>(height));
     put16(b, 26, 1);
     put16(b, 28, bpp);
+    return b;
+}
+
+// 24-bit bottom-up BMP of 0x00RRGGBB pixels given top row first.
+inline Bytes bmp24(int width, int height, const std::vector<std::uint32_t>& rgb) {
+    const int stride = (width * 3 + 3) & ~3;
+    Bytes b = bmp_header(54 + static_cast<std::size_t>(stride) * height, 54, width, height, 24);
+    put32(b, 2, static_cast<std::uint32_t>(b.size()));
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const std::uint32_t p = rgb[static_cast<std::size_t>(y) * width + x];
+            const std::size_t at = 54 + static_cast<std::size_t>(height - 1 - y) * stride + 3 * x;
+            for (int c = 0; c < 3; ++c) b[at + c] = static_cast<std::uint8_t>(p >> 8 * c);
+        }
+    return b;
+}
+
+// A run-length BMP: `palette` (0x00RRGGBB) as the colour table, then `codes`.
+inline Bytes rle_bmp(int bpp, int width, int height, const std::vector<std::uint32_t>& palette, const Bytes& codes) {
+    const std::size_t offset = 54 + 4 * palette.size();
+    Bytes b = bmp_header(offset, offset, width, height, bpp);
     put32(b, 30, bpp == 8 ? 1 : 2);
     put32(b, 46, static_cast<std::uint32_t>(palette.size()));
     for (std::size_t i = 0; i < palette.size(); ++i) put32(b, 54 + 4 * i, palette[i]);
@@ -118,9 +110,7 @@ inline Bytes gif(int width, int height, const std::vector<std::uint32_t>& palett
     put16(b, 8, height);
     for (int i = 0; i < 256; ++i) {
         const std::uint32_t p = i < static_cast<int>(palette.size()) ? palette[i] : 0;
-        b.push_back(static_cast<std::uint8_t>(p >> 16));
-        b.push_back(static_cast<std::uint8_t>(p >> 8));
-        b.push_back(static_cast<std::uint8_t>(p));
+        b.insert(b.end(), {std::uint8_t(p >> 16), std::uint8_t(p >> 8), std::uint8_t(p)});
     }
     if (transparent_index >= 0)
         b.insert(b.end(), {0x21, 0xF9, 4, 1, 0, 0, static_cast<std::uint8_t>(transparent_index), 0});
