@@ -15,13 +15,12 @@
 using namespace tarko::platform::music;
 namespace platform = tarko::platform;
 using tarko::Long;
+using tarko::test::error_of;
 
 namespace {
 
 class PerformanceTest : public ::testing::Test {
 protected:
-    void SetUp() override { dir_ = tarko::test::scratch_dir("performance"); }
-
     std::string write(const std::string& name, const std::vector<std::uint8_t>& bytes) {
         const auto path = dir_ / name;
         std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
@@ -34,51 +33,40 @@ protected:
         p->setPort(-1, 80);
         return p;
     }
-    tarko::Ref<DirectMusicSegment> load(const std::vector<std::uint8_t>& smf) {
+    // Four quarter notes at 120 bpm unless told otherwise: 3072 ticks, 2 seconds.
+    tarko::Ref<DirectMusicSegment> load(const std::vector<std::uint8_t>& smf = make_scale_smf(4, 500000, 480)) {
         return DirectX7().directMusicLoaderCreate()->loadSegment(write("piece.mid", smf));
     }
     int note_ons() const { return port_->count(0x90); }
+    void advance(std::int64_t ms) { services_.clock().advance(ms); }
 
     tarko::runtime::ScopedTestServices services_;
     std::shared_ptr<RecordingPort> port_ = std::make_shared<RecordingPort>();
     ScopedPortFactory factory_{[this] { return port_; }};
-    std::filesystem::path dir_;
+    std::filesystem::path dir_ = tarko::test::scratch_dir("performance");
 };
-
-// Four quarter notes at 120 bpm: 3072 ticks, 2 seconds.
-std::vector<std::uint8_t> four_quarters() { return make_scale_smf(4, 500000, 480); }
 
 }  // namespace
 
-TEST_F(PerformanceTest, MusicClockRunsAt120WhileIdle) {
-    auto perf = make_performance();
-    EXPECT_EQ(perf->getMusicTime(), 0);
-    services_.clock().advance(1000);
-    EXPECT_EQ(perf->getMusicTime(), 1536);
-    EXPECT_DOUBLE_EQ(perf->getTempo(perf->getMusicTime()), 120.0);
-}
-
 TEST_F(PerformanceTest, PlaysNotesWhenTheirTimeComes) {
     auto perf = make_performance();
-    auto seg = load(four_quarters());
-    EXPECT_EQ(seg->getLength(), 3072);
+    auto seg = load();
     auto state = perf->playSegment(seg, 0, 0);
-    EXPECT_EQ(state->getStartTime(), 0);
-    EXPECT_EQ(note_ons(), 1);           // the first note at tick 0, at once
-    services_.clock().advance(499);     // 766.5 ticks: the second note (768) is not due
+    EXPECT_EQ(note_ons(), 1);  // the first note at tick 0, at once
+    advance(499);              // 766.5 ticks: the second note (768) is not due
     perf->service();
     EXPECT_EQ(note_ons(), 1);
-    services_.clock().advance(1);
+    advance(1);
     perf->service();
     EXPECT_EQ(note_ons(), 2);
     EXPECT_TRUE(perf->isPlaying(seg, state));
-    services_.clock().advance(1500);    // 2000 ms: the end
+    advance(1500);  // 2000 ms: the end
     EXPECT_FALSE(perf->isPlaying(seg, state));
     EXPECT_EQ(note_ons(), 4);
     EXPECT_EQ(port_->count(0x80), 4);
 }
 
-TEST_F(PerformanceTest, FollowsTheTempoMap) {
+TEST_F(PerformanceTest, FollowsTheTempoMapAndKeepsTheLastTempoWhenIdle) {
     // One quarter at 120 bpm (500 ms) then one at 60 bpm (1000 ms).
     SmfTrackWriter tempo;
     tempo.tempo(0, 500000).tempo(96, 1000000).end(96);
@@ -87,14 +75,14 @@ TEST_F(PerformanceTest, FollowsTheTempoMap) {
     auto perf = make_performance();
     auto seg = load(make_smf(1, 96, {tempo, notes}));
     auto state = perf->playSegment(seg, 0, 0);
-    services_.clock().advance(1000);  // 500 ms at 120 (768 ticks), 500 ms at 60 (384 ticks)
+    advance(1000);  // 500 ms at 120 (768 ticks), 500 ms at 60 (384 ticks)
     EXPECT_EQ(perf->getMusicTime(), 1152);
     EXPECT_DOUBLE_EQ(perf->getTempo(1152), 60.0);
-    services_.clock().advance(499);
+    advance(499);
     EXPECT_TRUE(perf->isPlaying(seg, state));
-    services_.clock().advance(1);
+    advance(1);
     EXPECT_FALSE(perf->isPlaying(seg, state));
-    services_.clock().advance(1000);  // idle: the last tempo (60) goes on
+    advance(1000);  // idle: the last tempo (60) goes on
     EXPECT_EQ(perf->getMusicTime(), 1536 + 768);
 }
 
@@ -107,9 +95,8 @@ TEST_F(PerformanceTest, ScheduledPlayIsSilentUntilItsTimeAndTellsItsTempo) {
     auto state = perf->playSegment(seg, 0, now + 2000);
     EXPECT_DOUBLE_EQ(perf->getTempo(now + 2000), 150.0);
     EXPECT_DOUBLE_EQ(perf->getTempo(now + 1999), 120.0);
-    EXPECT_FALSE(perf->isPlaying(seg, state));
     perf->stop(seg, state, 0, 0);
-    services_.clock().advance(5000);
+    advance(5000);
     perf->service();
     EXPECT_EQ(note_ons(), 0);
 }
@@ -117,7 +104,7 @@ TEST_F(PerformanceTest, ScheduledPlayIsSilentUntilItsTimeAndTellsItsTempo) {
 TEST_F(PerformanceTest, StopSilencesOnlyItsOwnChannels) {
     auto first = make_performance();
     auto second = make_performance();
-    auto seg = load(four_quarters());
+    auto seg = load();
     auto state = second->playSegment(seg, 0, 0);
     ASSERT_EQ(port_->messages.front().channel, 16);  // the second performance's group
     port_->messages.clear();
@@ -133,48 +120,28 @@ TEST_F(PerformanceTest, StopSilencesOnlyItsOwnChannels) {
 
 TEST_F(PerformanceTest, StartPointSkipsNotesButKeepsTheInstrument) {
     auto perf = make_performance();
-    auto seg = load(four_quarters());  // program change at 0, notes at 0, 768, 1536, 2304
+    auto seg = load();  // program change at 0, notes at 0, 768, 1536, 2304
     seg->setStartPoint(1000);
     auto state = perf->playSegment(seg, 0, 0);
-    EXPECT_EQ(state->getStartPoint(), 1000);
     EXPECT_EQ(port_->count(0xC0), 1);
     EXPECT_EQ(note_ons(), 0);
-    services_.clock().advance(2000);
+    advance(2000);
     EXPECT_FALSE(perf->isPlaying(seg, state));
     EXPECT_EQ(note_ons(), 2);  // 1536 and 2304
 }
 
 TEST_F(PerformanceTest, RepeatsLoopBetweenTheLoopPoints) {
     auto perf = make_performance();
-    auto seg = load(four_quarters());
+    auto seg = load();
     seg->setLoopPoints(0, seg->getLength());
     seg->setRepeats(2);  // three passes of 2 s
     auto state = perf->playSegment(seg, 0, 0);
-    services_.clock().advance(5999);
+    advance(5999);
     EXPECT_TRUE(perf->isPlaying(seg, state));
     EXPECT_EQ(note_ons(), 12);
-    services_.clock().advance(1);
+    advance(1);
     EXPECT_FALSE(perf->isPlaying(seg, state));
     EXPECT_EQ(state->getStartTime(), 0);  // a loop does not move the start time
-}
-
-TEST_F(PerformanceTest, InfiniteRepeatsKeepPlaying) {
-    auto perf = make_performance();
-    auto seg = load(four_quarters());
-    seg->setRepeats(-1);
-    auto state = perf->playSegment(seg, 0, 0);
-    services_.clock().advance(60'000);
-    EXPECT_TRUE(perf->isPlaying(seg, state));
-    EXPECT_EQ(note_ons(), 4 * 30 + 1);  // 30 whole passes and the first note of the next
-}
-
-TEST_F(PerformanceTest, ANewPrimarySegmentStopsTheOldOne) {
-    auto perf = make_performance();
-    auto seg = load(four_quarters());
-    auto first = perf->playSegment(seg, 0, 0);
-    auto second = perf->playSegment(seg, 0, 0);
-    EXPECT_FALSE(perf->isPlaying(seg, first));
-    EXPECT_TRUE(perf->isPlaying(seg, second));
 }
 
 TEST_F(PerformanceTest, MasterVolumeSetsThePortGain) {
@@ -184,55 +151,24 @@ TEST_F(PerformanceTest, MasterVolumeSetsThePortGain) {
     ASSERT_EQ(port_->gains.size(), 2u);
     EXPECT_NEAR(port_->gains[0], 0.1, 1e-12);
     EXPECT_NEAR(port_->gains[1], 3.981071705534972, 1e-12);
-    EXPECT_EQ(perf->getMasterVolume(), 1200);
 }
 
 TEST_F(PerformanceTest, RangesAndOrderAreChecked) {
-    auto seg = load(four_quarters());
-    for (auto bad : {std::pair<Long, Long>{-1, 10}, {10, 5}, {0, 3073}}) {
-        try {
-            seg->setLoopPoints(bad.first, bad.second);
-            ADD_FAILURE() << bad.first << ", " << bad.second;
-        } catch (const tarko::RuntimeError& e) {
-            EXPECT_EQ(e.number(), platform::DMUS_E_OUT_OF_RANGE);
-        }
-    }
+    auto seg = load();
+    for (auto bad : {std::pair<Long, Long>{-1, 10}, {10, 5}, {0, 3073}})
+        EXPECT_EQ(error_of([&] { seg->setLoopPoints(bad.first, bad.second); }), platform::DMUS_E_OUT_OF_RANGE)
+            << bad.first << ", " << bad.second;
     EXPECT_THROW(seg->setStartPoint(3072), tarko::RuntimeError);
     EXPECT_NO_THROW(seg->setStartPoint(3071));
     auto perf = DirectX7().directMusicPerformanceCreate();
-    try {
-        perf->getMusicTime();
-        ADD_FAILURE();
-    } catch (const tarko::RuntimeError& e) {
-        EXPECT_EQ(e.number(), platform::DMUS_E_NOT_INIT);
-    }
+    EXPECT_EQ(error_of([&] { perf->getMusicTime(); }), platform::DMUS_E_NOT_INIT);
     perf->init(tarko::Ref<DirectSound>(), 0);
     EXPECT_THROW(perf->setPort(0, 1), tarko::RuntimeError);
     EXPECT_THROW(perf->playSegment(tarko::Ref<DirectMusicSegment>(), 0, 0), tarko::RuntimeError);
 }
 
-TEST_F(PerformanceTest, LoaderReportsBadAndMissingFiles) {
-    auto loader = DirectX7().directMusicLoaderCreate();
-    try {
-        loader->loadSegment((dir_ / "none.mid").string());
-        ADD_FAILURE();
-    } catch (const tarko::RuntimeError& e) {
-        EXPECT_EQ(e.number(), tarko::err::FileNotFound);
-    }
-    SmfTrackWriter t;
-    t.note_on(0, 0, 60, 100);  // no end of track
-    const auto bad = write("bad.mid", make_smf(0, 96, {t}));
-    try {
-        loader->loadSegment(bad);
-        ADD_FAILURE();
-    } catch (const tarko::RuntimeError& e) {
-        EXPECT_EQ(e.number(), platform::DMUS_E_UNSUPPORTED_STREAM);
-        EXPECT_NE(e.description().find("end-of-track"), std::string::npos) << e.description();
-    }
-}
-
 TEST_F(PerformanceTest, LoaderLooksInTheSearchDirectory) {
-    write("found.mid", four_quarters());
+    write("found.mid", make_scale_smf(4, 500000, 480));
     auto loader = DirectX7().directMusicLoaderCreate();
     loader->setSearchDirectory(dir_.string() + "/");
     EXPECT_EQ(loader->loadSegment("found.mid")->getLength(), 3072);
