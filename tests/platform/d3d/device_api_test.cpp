@@ -2,18 +2,22 @@
 // sphere visibility, the factory and the machine profile.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 
 #include "d3d_test_util.h"
 #include "platform/d3d/direct3d.h"
 #include "platform/profile.h"
-#include "platform/status.h"
 #include "platform/trace.h"
 #include "runtime/errors.h"
 
 using namespace tarko;
 using namespace tarko::d3dtest;
+
+namespace {
+Ref<DirectDrawSurface7> device_target() {
+    return make_surface(8, 8, PixelFormat::r5g6b5(), dx::DDSCAPS_OFFSCREENPLAIN | dx::DDSCAPS_3DDEVICE);
+}
+}  // namespace
 
 TEST(HostileInput, CountsPastTheEndAreCutToTheArray) {
     Scene s(8, 8);
@@ -132,7 +136,7 @@ TEST(Recording, StateChangesAndDrawsAreLoggedInOrder) {
 
 TEST(Factory, SoftwareDeviceIsCreatedAndHardwareFallsBack) {
     Direct3D7 d3d;
-    auto target = make_surface(8, 8, PixelFormat::r5g6b5(), dx::DDSCAPS_OFFSCREENPLAIN | dx::DDSCAPS_3DDEVICE);
+    auto target = device_target();
     EXPECT_TRUE(d3d.createDevice(platform::kHalGuid, target).is_nothing());
     auto dev = d3d.createDevice(platform::kRgbGuid, target);
     ASSERT_FALSE(dev.is_nothing());
@@ -146,9 +150,8 @@ TEST(Factory, SoftwareDeviceIsCreatedAndHardwareFallsBack) {
 }
 
 TEST(Profile, TextureFormatOrderPutsPlain16BitFirstAndBumpAndFourCCLast) {
-    Direct3D7 d3d;
-    auto target = make_surface(8, 8, PixelFormat::r5g6b5(), dx::DDSCAPS_OFFSCREENPLAIN | dx::DDSCAPS_3DDEVICE);
-    auto formats = d3d.createDevice(platform::kRgbGuid, target)->getTextureFormatsEnum();
+    Direct3DDevice7 dev(platform::kRgbGuid, device_target());
+    auto formats = dev.getTextureFormatsEnum();
     ASSERT_GE(formats->getCount(), 5);
     DDPIXELFORMAT pf;
     formats->getItem(1, pf);
@@ -176,11 +179,10 @@ TEST(Profile, ZFormatsStartWithPure16BitAndCapsAnswerTheEngine) {
     const auto* rgb = p.device(platform::kRgbGuid);
     ASSERT_NE(rgb, nullptr);
     ASSERT_FALSE(rgb->z_formats.empty());
-    EXPECT_EQ(rgb->z_formats[0].lFlags, 1024);
+    EXPECT_EQ(rgb->z_formats[0].lFlags, 1024);  // DDPF_ZBUFFER alone
     EXPECT_EQ(rgb->z_formats[0].lZBufferBitDepth, 16);
     EXPECT_NE(rgb->caps.dpcTriCaps.lAlphaCmpCaps & dx::D3DPCMPCAPS_GREATEREQUAL, 0);
     EXPECT_NE(rgb->caps.lTextureOpCaps & dx::D3DTEXOPCAPS_MODULATE, 0);
-    EXPECT_GT(rgb->caps.wMaxTextureBlendStages, 1);
     EXPECT_GT(rgb->caps.wMaxSimultaneousTextures, 1);
     for (int bit : {2, 4, 8, 16, 32}) EXPECT_NE(rgb->caps.dpcTriCaps.lSrcBlendCaps & bit, 0) << bit;
     for (int bit : {2, 64, 128, 256, 512}) EXPECT_NE(rgb->caps.dpcTriCaps.lDestBlendCaps & bit, 0) << bit;
@@ -192,7 +194,8 @@ TEST(Profile, ZFormatsStartWithPure16BitAndCapsAnswerTheEngine) {
 }
 
 TEST(Profile, ScopedProfileOverridesCapsAndFormatsForItsLifetime) {
-    auto target = make_surface(8, 8, PixelFormat::r5g6b5(), dx::DDSCAPS_OFFSCREENPLAIN | dx::DDSCAPS_3DDEVICE);
+    auto target = device_target();
+    D3DDEVICEDESC7 caps;
     {
         auto p = platform::default_profile();
         p.devices[0].caps.dpcTriCaps.lAlphaCmpCaps = 0;
@@ -200,14 +203,11 @@ TEST(Profile, ScopedProfileOverridesCapsAndFormatsForItsLifetime) {
         p.devices[0].texture_formats.clear();
         platform::ScopedProfile scoped(p);
         Direct3DDevice7 dev(platform::kRgbGuid, target);
-        D3DDEVICEDESC7 caps;
         dev.getCaps(caps);
         EXPECT_EQ(caps.dpcTriCaps.lAlphaCmpCaps, 0);
         EXPECT_EQ(caps.wMaxTextureBlendStages, 1);
         EXPECT_EQ(dev.getTextureFormatsEnum()->getCount(), 0);
     }
-    Direct3DDevice7 dev(platform::kRgbGuid, target);
-    D3DDEVICEDESC7 caps;
-    dev.getCaps(caps);
+    Direct3DDevice7(platform::kRgbGuid, target).getCaps(caps);
     EXPECT_EQ(caps.wMaxTextureBlendStages, 8);
 }

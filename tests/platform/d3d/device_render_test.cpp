@@ -255,8 +255,8 @@ TEST(AlphaTest, GreaterEqualAgainstReferenceAndNoTextureIsOpaqueWhite) {
     EXPECT_EQ(s.argb(4, 4), 0x0A141Eu);
 }
 
-TEST(Texture, PointAndBilinearSamplingWithWrap) {
-    // Point: a 2 x 2 texture over an 8 x 8 quad, pixel x has u = x / 8.
+TEST(Texture, PointSamplingPicksTheTexelUnderThePixelCentreAndColourKeysHide) {
+    // A 2 x 2 texture over an 8 x 8 quad, pixel x has u = x / 8.
     Scene s(8, 8);
     s.dev->setTexture(0, make_texture(2, 2, {0xFFFF0000, 0xFF00FF00, 0xFF0000FF, 0xFFFFFFFF}));
     s.draw(kStrip, kTL, tl_quad(0, 0, 8, 8, 0xFFFFFFFF));
@@ -264,38 +264,10 @@ TEST(Texture, PointAndBilinearSamplingWithWrap) {
     EXPECT_EQ(s.argb(5, 1), 0x00FF00u);
     EXPECT_EQ(s.argb(1, 5), 0x0000FFu);
     EXPECT_EQ(s.argb(6, 6), 0xFFFFFFu);
-    // Bilinear: 2 x 1 black | white over 8 pixels, tx = x / 4 - 0.5.
-    // x 2: tx 0 -> black; x 3: tx 0.25 -> 63.75; x 4: half; x 6: white;
-    // x 0: tx -0.5 -> halfway between texel 1 (wrapped, white) and texel 0.
-    s.dev->setTexture(0, make_texture(2, 1, {0xFF000000, 0xFFFFFFFF}));
-    s.bilinear(0);
-    s.draw(kStrip, kTL, tl_quad(0, 0, 8, 2, 0xFFFFFFFF));
-    EXPECT_EQ(s.red(2, 0), 0);
-    EXPECT_NEAR(s.red(3, 0), 63.75, 0.5);
-    EXPECT_NEAR(s.red(4, 0), 127.5, 0.5);
-    EXPECT_EQ(s.red(6, 0), 255);
-    EXPECT_NEAR(s.red(0, 0), 127.5, 0.5);
-}
-
-TEST(Texture, PerspectiveCorrectCoordinates) {
-    // Span from x 0 (rhw 1, u 0) to x 8 (rhw 0.25, u 1). At x 4:
-    // u = (0.5 x 0 x 1 + 0.5 x 1 x 0.25) / (0.5 x 1 + 0.5 x 0.25) = 0.2,
-    // texel floor(0.2 x 8) = 1 of an 8-texel ramp; screen-linear would give 4.
-    Scene s(8, 1);
-    std::vector<std::uint32_t> ramp;
-    for (int i = 0; i < 8; ++i) ramp.push_back(0xFF000000u | static_cast<std::uint32_t>(i * 30) << 16);
-    s.dev->setTexture(0, make_texture(8, 1, ramp));
-    s.draw(kStrip, kTL,
-           std::vector<D3DTLVERTEX>{tl(0, 1, -1, 0.5f, 1, 0, 0), tl(0, 0, -1, 0.5f, 1, 0, 0),
-                                    tl(8, 1, -1, 0.5f, 0.25f, 1, 0), tl(8, 0, -1, 0.5f, 0.25f, 1, 0)});
-    EXPECT_EQ(s.red(4, 0), 30);
-}
-
-TEST(Texture, ColourKeyedTexelsAreNotDrawn) {
-    Scene s(8, 8);
+    // A 16-bit black | red texture keyed on black over a blue background.
     auto tex = make_texture(2, 1, {0xFF000000, 0xFFFF0000}, PixelFormat::r5g6b5());
-    tex->setColorKey(8, DDCOLORKEY{0, 0});  // black
-    s.dev->clear(0, {}, dx::D3DCLEAR_TARGET, 0x000000FF, 1, 0);
+    tex->setColorKey(8, DDCOLORKEY{0, 0});
+    s.dev->clear(0, {}, dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, 0x000000FF, 1, 0);
     s.dev->setTexture(0, tex);
     s.states({{dx::D3DRENDERSTATE_COLORKEYENABLE, 1}});
     s.draw(kStrip, kTL, tl_quad(0, 0, 8, 8, 0xFFFFFFFF));

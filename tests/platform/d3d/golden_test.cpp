@@ -25,11 +25,10 @@ std::uint64_t checksum(const Scene& s) {
     auto mix = [&h](std::uint32_t v) {
         for (int i = 0; i < 4; ++i) h = (h ^ ((v >> (8 * i)) & 255u)) * 1099511628211ull;
     };
-    for (int y = 0; y < s.target->height(); ++y)
-        for (int x = 0; x < s.target->width(); ++x) mix(s.target->raw_at(x, y));
-    if (s.z)
-        for (int y = 0; y < s.z->height(); ++y)
-            for (int x = 0; x < s.z->width(); ++x) mix(s.z->raw_at(x, y));
+    for (const auto* surface : {&s.target, &s.z})
+        if (*surface)
+            for (int y = 0; y < (*surface)->height(); ++y)
+                for (int x = 0; x < (*surface)->width(); ++x) mix((*surface)->raw_at(x, y));
     return h;
 }
 
@@ -75,8 +74,6 @@ void two_stages_fog(Scene& s, int w, int h) {
               {dx::D3DRENDERSTATE_FOGVERTEXMODE, dx::D3DFOG_LINEAR}, {dx::D3DRENDERSTATE_FOGCOLOR, 0x8090A0}});
     s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGSTART, 2);
     s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGEND, 30);
-    s.dev->setTransform(dx::D3DTRANSFORMSTATE_WORLD, identity());
-    s.dev->setTransform(dx::D3DTRANSFORMSTATE_VIEW, identity());
     s.dev->setTransform(dx::D3DTRANSFORMSTATE_PROJECTION, camera_projection(w, h));
     s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_VERTEX,
            std::vector<D3DVERTEX>{vtx(-8, -6, 4, 0, 0, -1, 0, 4), vtx(-8, 6, 4, 0, 0, -1, 0, 0),
@@ -274,8 +271,6 @@ TEST(ParallelSetUp, LongListsDrawTheSamePictureOnEveryThreadCount) {
         s.states({{dx::D3DRENDERSTATE_CULLMODE, dx::D3DCULL_CCW}, {dx::D3DRENDERSTATE_LIGHTING, 0},
                   {dx::D3DRENDERSTATE_ZENABLE, 0}});
         s.dev->setTexture(0, make_texture(8, 8, pattern(8, 8, false, 1)));
-        s.dev->setTransform(dx::D3DTRANSFORMSTATE_WORLD, identity());
-        s.dev->setTransform(dx::D3DTRANSFORMSTATE_VIEW, identity());
         s.dev->setTransform(dx::D3DTRANSFORMSTATE_PROJECTION, camera_projection(96, 72));
         s.dev->drawIndexedPrimitive(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_VERTEX, std::span(v), static_cast<Long>(v.size()),
                                     std::span(idx), static_cast<Long>(idx.size()), 0);
