@@ -1,11 +1,16 @@
-// Device contexts, DIB sections, blits and pictures of the window-system layer.
+// Device contexts, DIB sections, blits and pictures of the window-system
+// layer, and device contexts over surfaces.
 #include <gtest/gtest.h>
 
+#include "platform/constants.h"
+#include "platform/ddraw.h"
 #include "platform/gdi/gdi.h"
 #include "platform/gdi/picture.h"
+#include "runtime/errors.h"
 
 namespace gdi = tarko::platform::gdi;
 using tarko::Long;
+using tarko::platform::PixelFormat;
 
 namespace {
 
@@ -34,6 +39,16 @@ struct Dib {
         gdi::DeleteDC(dc);
     }
 };
+
+tarko::Ref<DirectDrawSurface7> texture(DirectDraw7& dd, const PixelFormat& format, int w, int h) {
+    DDSURFACEDESC2 desc;
+    desc.lFlags = dx::DDSD_CAPS | dx::DDSD_WIDTH | dx::DDSD_HEIGHT | dx::DDSD_PIXELFORMAT;
+    desc.ddsCaps.lCaps = dx::DDSCAPS_TEXTURE;
+    desc.lWidth = w;
+    desc.lHeight = h;
+    desc.ddpfPixelFormat = format.dd();
+    return dd.createSurface(desc);
+}
 
 class Gdi : public ::testing::Test {
 protected:
@@ -201,4 +216,44 @@ TEST(Picture, OleCreatePictureIndirectOwnsWhatItWasGiven) {
     EXPECT_EQ(picture->Width(), gdi::pixels_to_himetric(3));
     picture.reset();
     EXPECT_EQ(gdi::testing::live_objects(), before);
+}
+
+TEST(SurfaceDc, WritesDropLowBitsAndAlphaAndReadBackReplicated) {
+    DirectDraw7 dd("");
+    auto s = texture(dd, PixelFormat::r5g6b5(), 2, 2);
+    const tarko::Long dc = s->getDC();
+    // red 0xFF, green 0x07, blue 0x08: 565 keeps 31, 1, 1 -> raw 0xF821
+    gdi::SetPixel(dc, 1, 0, 0x0807FF);
+    EXPECT_EQ(s->raw_at(1, 0), 0xF821u);
+    // read back: 31 -> 255, green 1 (6 bits) -> 4, blue 1 (5 bits) -> 8
+    EXPECT_EQ(gdi::GetPixel(dc, 1, 0), 0x0804FF);
+    const auto before = s->generation();
+    s->releaseDC(dc);
+    EXPECT_GT(s->generation(), before);
+    EXPECT_EQ(gdi::GetPixel(dc, 1, 0), gdi::CLR_INVALID);  // released
+
+    auto alpha = texture(dd, PixelFormat::a1r5g5b5(), 1, 1);
+    const tarko::Long adc = alpha->getDC();
+    gdi::SetPixel(adc, 0, 0, 0xFFFFFF);
+    alpha->releaseDC(adc);
+    EXPECT_EQ(alpha->raw_at(0, 0), 0x7FFFu);  // white without the alpha bit
+}
+
+TEST(SurfaceDc, BitBltFromADibReachesTheSurface) {
+    DirectDraw7 dd("");
+    auto s = texture(dd, PixelFormat::x8r8g8b8(), 2, 1);
+    Dib mem(2, 1);
+    mem.bits[3] = 0x10;  // pixel 1: blue 0x10, green 0x20, red 0x30
+    mem.bits[4] = 0x20;
+    mem.bits[5] = 0x30;
+    const tarko::Long dc = s->getDC();
+    EXPECT_TRUE(gdi::BitBlt(dc, 0, 0, 2, 1, mem.dc, 0, 0, gdi::SRCCOPY));
+    s->releaseDC(dc);
+    EXPECT_EQ(s->argb_at(1, 0) & 0xFFFFFFu, 0x302010u);
+    // a context released by a surface that did not give it, or no context at all
+    auto other = texture(dd, PixelFormat::r5g6b5(), 1, 1);
+    const tarko::Long mine = s->getDC();
+    EXPECT_THROW(other->releaseDC(mine), tarko::RuntimeError);
+    EXPECT_THROW(s->releaseDC(12345), tarko::RuntimeError);
+    s->releaseDC(mine);
 }
