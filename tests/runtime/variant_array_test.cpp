@@ -37,7 +37,7 @@ TEST(SafeArray, KeepsItsLowerBoundAndChecksEveryIndex) {
     EXPECT_EQ(a(1), 10);
 }
 
-TEST(SafeArray, NeverDimensionedOrErasedRaisesSubscript) {
+TEST(SafeArray, NeverDimensionedOrErasedRaisesSubscriptAndSpansStopAtTheEnd) {
     SafeArray<int> a;
     EXPECT_EQ(error_of([&] { a.UBound(); }), err::SubscriptOutOfRange);
     a.ReDim(0, 2);
@@ -48,16 +48,13 @@ TEST(SafeArray, NeverDimensionedOrErasedRaisesSubscript) {
     EXPECT_EQ(g(2, 3), 7);
     EXPECT_EQ(g.UBound(2), 3);
     EXPECT_THROW(g(3, 0), RuntimeError);
+    SafeArray<int> b(1, 4);  // a span from an element reaches the end
+    EXPECT_EQ(b.from(1).size(), 4u);
+    EXPECT_EQ(b.from(5).size(), 0u);  // one past the end is an empty run
+    EXPECT_THROW(b.from(6), RuntimeError);
 }
 
-TEST(SafeArray, SpanFromAnElementReachesTheEnd) {
-    SafeArray<int> a(1, 4);
-    EXPECT_EQ(a.from(1).size(), 4u);
-    EXPECT_EQ(a.from(5).size(), 0u);  // one past the end is an empty run
-    EXPECT_THROW(a.from(6), RuntimeError);
-}
-
-TEST(ErrorPolicies, ResumeNextSkipsOnlyTheFailingStatement) {
+TEST(ErrorPolicies, ResumeNextSkipsOnlyTheFailingStatementAndCatchAllStops) {
     Err().Clear();
     int ran = 0;
     runtime::ResumeNext rn;
@@ -68,9 +65,7 @@ TEST(ErrorPolicies, ResumeNextSkipsOnlyTheFailingStatement) {
     EXPECT_EQ(rn.last(), err::Overflow);
     EXPECT_EQ(Err().Number, err::Overflow);
     EXPECT_EQ(Err().Description, "Overflow");
-}
-
-TEST(ErrorPolicies, CatchAllEndsAtTheHandler) {
+    // catch_all ends at the handler.
     int after = 0, handled = 0;
     const bool finished = runtime::catch_all(
         [&] {

@@ -86,21 +86,6 @@ TEST_F(PerformanceTest, FollowsTheTempoMapAndKeepsTheLastTempoWhenIdle) {
     EXPECT_EQ(perf->getMusicTime(), 1536 + 768);
 }
 
-TEST_F(PerformanceTest, ScheduledPlayIsSilentUntilItsTimeAndTellsItsTempo) {
-    SmfTrackWriter t;
-    t.tempo(0, 400000).note_on(0, 0, 60, 100).note_off(96, 0, 60).end();  // 150 bpm
-    auto perf = make_performance();
-    auto seg = load(make_smf(0, 96, {t}));
-    const Long now = perf->getMusicTime();
-    auto state = perf->playSegment(seg, 0, now + 2000);
-    EXPECT_DOUBLE_EQ(perf->getTempo(now + 2000), 150.0);
-    EXPECT_DOUBLE_EQ(perf->getTempo(now + 1999), 120.0);
-    perf->stop(seg, state, 0, 0);
-    advance(5000);
-    perf->service();
-    EXPECT_EQ(note_ons(), 0);
-}
-
 TEST_F(PerformanceTest, StopSilencesOnlyItsOwnChannels) {
     auto first = make_performance();
     auto second = make_performance();
