@@ -6,8 +6,6 @@
 // 3.1456978454 / 4 = 0.786424 rad, so s = cot(0.393212) = 2.41072 on both
 // axes (square aspect), near 1. On a 160x120 viewport a point at eye depth d
 // lands on column 80 + 80 s x / d and row 60 - 60 s y / d.
-#include <array>
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -19,11 +17,11 @@
 #include "platform/pixel_format.h"
 
 using namespace tarko;
+using tarko::test::Calls;
 using tarko::test::EngineFixture;
 
 namespace {
 
-using Calls = std::vector<std::string>;
 const std::string kDraw = "Direct3DDevice7.drawPrimitive 5, 274, 4, 0";
 
 int red(std::uint32_t c) { return static_cast<int>((c >> 16) & 255); }
@@ -34,12 +32,9 @@ int blue(std::uint32_t c) { return static_cast<int>(c & 255); }
 
 // ---- the builders as the engine offers them (no device needed)
 
-class CubeBuilders : public EngineFixture {
-protected:
-    tarko_DX7 engine;
-};
+class CubeBuilders : public EngineFixture {};
 
-TEST_F(CubeBuilders, CreateCubeOfEdge2EqualsCreateCubeEXOf2x2x2WithDefaultTiles) {
+TEST_F(CubeBuilders, CreateCubeIsCreateCubeEXWithDefaultTilesAndEXHalvesEachAxis) {
     SafeArray<D3DVERTEX> a, b, c;
     engine.CreateCube(a, 2);
     engine.CreateCubeEX(b, D3DVECTOR{2, 2, 2});
@@ -53,24 +48,21 @@ TEST_F(CubeBuilders, CreateCubeOfEdge2EqualsCreateCubeEXOf2x2x2WithDefaultTiles)
     EXPECT_EQ(a(0).z, -1.0f);
     EXPECT_EQ(a(3).tu, 1.0f);
     EXPECT_EQ(a(3).tv, 1.0f);
-}
 
-TEST_F(CubeBuilders, CreateCubeEXHalvesEachAxisAndCoercesTheTiles) {
-    SafeArray<D3DVERTEX> v;
-    engine.CreateCubeEX(v, D3DVECTOR{4, 6, 10}, Variant("3"), Variant(0.5));
-    // Element 19: (Bx, Ay, Bz) on the +x face with (TX, TY).
-    EXPECT_EQ(v(19).x, 2.0f);
-    EXPECT_EQ(v(19).y, -3.0f);
-    EXPECT_EQ(v(19).z, 5.0f);
-    EXPECT_EQ(v(19).tu, 3.0f);
-    EXPECT_EQ(v(19).tv, 0.5f);
+    engine.CreateCubeEX(a, D3DVECTOR{4, 6, 10}, Variant("3"), Variant(0.5));
+    // Element 19: (Bx, Ay, Bz) = (2, -3, 5) on the +x face with (TX, TY).
+    EXPECT_EQ(a(19).x, 2.0f);
+    EXPECT_EQ(a(19).y, -3.0f);
+    EXPECT_EQ(a(19).z, 5.0f);
+    EXPECT_EQ(a(19).tu, 3.0f);
+    EXPECT_EQ(a(19).tv, 0.5f);
     // The +z face runs from the tile down to 0 along +x: element 4 at Ax has 3.
-    EXPECT_EQ(v(4).x, -2.0f);
-    EXPECT_EQ(v(4).tu, 3.0f);
-    EXPECT_EQ(v(6).tu, 0.0f);
+    EXPECT_EQ(a(4).x, -2.0f);
+    EXPECT_EQ(a(4).tu, 3.0f);
+    EXPECT_EQ(a(6).tu, 0.0f);
 }
 
-TEST_F(CubeBuilders, ABadTileRaisesBeforeTheArrayIsTouched) {
+TEST_F(CubeBuilders, BadTilesAndBoundsRaiseBeforeTheArrayIsTouched) {
     SafeArray<D3DVERTEX> v(0, 2);
     v(0).x = 42;
     EXPECT_EQ(error_of([&] { engine.CreateCubeEX(v, D3DVECTOR{1, 1, 1}, Variant("three")); }), err::TypeMismatch);
@@ -78,12 +70,9 @@ TEST_F(CubeBuilders, ABadTileRaisesBeforeTheArrayIsTouched) {
               err::Overflow);
     EXPECT_EQ(v.UBound(), 2);
     EXPECT_EQ(v(0).x, 42.0f);
-}
-
-TEST_F(CubeBuilders, ALowerBoundAboveZeroRaises9) {
-    SafeArray<D3DVERTEX> v(1, 24);
-    EXPECT_EQ(error_of([&] { engine.CreateCube(v, 2); }), err::SubscriptOutOfRange);
-    EXPECT_EQ(v.UBound(), 24);
+    SafeArray<D3DVERTEX> above_zero(1, 24);
+    EXPECT_EQ(error_of([&] { engine.CreateCube(above_zero, 2); }), err::SubscriptOutOfRange);
+    EXPECT_EQ(above_zero.UBound(), 24);
 }
 
 // ---- drawing
@@ -94,10 +83,9 @@ protected:
     static constexpr Long kBackground = 0x000040;   // dark blue, in the 8888 back buffer
 
     void open() {
-        engine.Initialize_Windowed(open_window(kW, kH));
+        EngineFixture::open(kW, kH);
         ASSERT_TRUE(engine.D3D_DEV);
         engine.device_CLEAR_COLOR = kBackground;
-        platform::trace().clear();
     }
     // White material without ambient: a face shows texture x (N.L) exactly.
     void look(const D3DVECTOR& eye, const D3DVECTOR& at) {
@@ -144,35 +132,25 @@ protected:
         EXPECT_NEAR(green(c), g, tolerance) << "at " << x << ", " << y;
         EXPECT_NEAR(blue(c), b, tolerance) << "at " << x << ", " << y;
     }
-    void TearDown() override {
-        if (HasFailure() && window)
-            platform::write_png(window->frame(), ::testing::TempDir() + "/cubes_" +
-                                                     ::testing::UnitTest::GetInstance()->current_test_info()->name() +
-                                                     ".png");
-        EngineFixture::TearDown();
-    }
 
-    tarko_DX7 engine;
     SafeArray<D3DVERTEX> cube;
 };
 
-TEST_F(Cubes, RenderCubeDrawsSixStripsOfFourAndSetsNothingElse) {
-    open();
+TEST_F(Cubes, RenderCubeDrawsSixStripsOfFourAndStopsAtTheFirstMissingStart) {
     engine.CreateCube(cube, 2);
-    platform::trace().clear();
+    EXPECT_EQ(error_of([&] { engine.RenderCUBE(cube); }), err::ObjectNotSet);  // before start-up
+    open();
     engine.RenderCUBE(cube);
     EXPECT_EQ(platform::trace().matching("Direct3DDevice7."), Calls(6, kDraw));
     EXPECT_TRUE(platform::trace().matching("DirectDraw").empty());
-}
 
-TEST_F(Cubes, AShortArrayDrawsTheFacesBeforeTheFirstMissingStart) {
-    open();
-    SafeArray<D3DVERTEX> v(0, 12);   // starts 0, 4, 8, 12 exist; 16 does not
+    platform::trace().clear();
+    SafeArray<D3DVERTEX> v(0, 12);  // starts 0, 4, 8, 12 exist; 16 does not
     EXPECT_EQ(error_of([&] { engine.RenderCUBE(v); }), err::SubscriptOutOfRange);
     EXPECT_EQ(platform::trace().matching("Direct3DDevice7."), Calls(4, kDraw));
 
     platform::trace().clear();
-    SafeArray<D3DVERTEX> twenty_one(0, 20);   // every start present: no error, the last strip is cut
+    SafeArray<D3DVERTEX> twenty_one(0, 20);  // every start present: no error, the last strip is cut
     EXPECT_EQ(error_of([&] { engine.RenderCUBE(twenty_one); }), 0);
     EXPECT_EQ(platform::trace().matching("Direct3DDevice7."), Calls(6, kDraw));
 
@@ -180,11 +158,6 @@ TEST_F(Cubes, AShortArrayDrawsTheFacesBeforeTheFirstMissingStart) {
     EXPECT_EQ(error_of([&] { engine.RenderCUBE(SafeArray<D3DVERTEX>{}); }), err::SubscriptOutOfRange);
     EXPECT_EQ(error_of([&] { engine.RenderCUBE(SafeArray<D3DVERTEX>(1, 23)); }), err::SubscriptOutOfRange);
     EXPECT_TRUE(platform::trace().matching("Direct3DDevice7.").empty());
-}
-
-TEST_F(Cubes, RenderCubeBeforeStartUpRaisesObjectNotSet) {
-    engine.CreateCube(cube, 2);
-    EXPECT_EQ(error_of([&] { engine.RenderCUBE(cube); }), err::ObjectNotSet);
 }
 
 TEST_F(Cubes, LitTexturedCubeFillsTheMiddleAndLeavesTheCorners) {

@@ -8,55 +8,36 @@ using tarko::test::EngineFixture;
 
 class Input : public EngineFixture {
 protected:
-    void open() {
-        engine.Initialize_Windowed(open_window(64, 48));
-        platform::trace().clear();
-    }
     platform::InputState& in() { return platform::input_state(); }
-    tarko_DX7 engine;
 };
 
-TEST_F(Input, KeyCodesAreTheScanCodes) {
-    EXPECT_EQ(Tarko_KEY_ESCAPE, 1);
-    EXPECT_EQ(Tarko_KEY_0, 11);  // after 9, not before 1
-    EXPECT_EQ(Tarko_KEY_F10, 68);
-    EXPECT_EQ(Tarko_KEY_F11, 87);
-    EXPECT_EQ(Tarko_KEY_NUMPAD0, 82);
-    EXPECT_EQ(Tarko_KEY_NUMPADENTER, 156);
-    EXPECT_EQ(Tarko_KEY_UP, 200);
-    EXPECT_EQ(Tarko_KEY_APPS, 221);
-    EXPECT_EQ(Left_Button, 0);
-    EXPECT_EQ(Middle, 2);
-}
-
-TEST_F(Input, HeldKeyReadsTrueOnEveryCallUntilReleased) {
-    open();
-    in().press_key(Tarko_KEY_SPACE, true);
-    EXPECT_TRUE(engine.GetKEY(Tarko_KEY_SPACE));
-    EXPECT_TRUE(engine.GetKEY(Tarko_KEY_SPACE));
-    EXPECT_FALSE(engine.GetKEY(Tarko_KEY_A));
-    in().press_key(Tarko_KEY_SPACE, false);
-    EXPECT_FALSE(engine.GetKEY(Tarko_KEY_SPACE));
-}
-
-TEST_F(Input, KeyOutsideTheTableRaisesSubscriptOutOfRange) {
+TEST_F(Input, ReadsBeforeStartUpAndOutsideTheTablesRaise) {
+    EXPECT_EQ(error_of([&] { engine.GetKEY(Tarko_KEY_A); }), err::ObjectNotSet);
+    EXPECT_EQ(error_of([&] { engine.Mouse_X(); }), err::ObjectNotSet);
+    EXPECT_EQ(error_of([&] { engine.Mousse_PressedButton(Left_Button); }), err::ObjectNotSet);
     open();
     EXPECT_EQ(error_of([&] { engine.GetKEY(255); }), 0);
     EXPECT_EQ(error_of([&] { engine.GetKEY(256); }), err::SubscriptOutOfRange);
     EXPECT_EQ(error_of([&] { engine.GetKEY(-1); }), err::SubscriptOutOfRange);
+    EXPECT_EQ(error_of([&] { engine.Mousse_PressedButton(4); }), err::SubscriptOutOfRange);  // 3 is the last
+    EXPECT_EQ(error_of([&] { engine.Mousse_PressedButton(-1); }), err::SubscriptOutOfRange);
+    engine.FreeDX(hwnd);
+    EXPECT_NE(error_of([&] { engine.GetKEY(Tarko_KEY_A); }), 0);  // the keyboard is unacquired
 }
 
-TEST_F(Input, ReadsBeforeStartUpRaiseObjectNotSet) {
-    EXPECT_EQ(error_of([&] { engine.GetKEY(Tarko_KEY_A); }), err::ObjectNotSet);
-    EXPECT_EQ(error_of([&] { engine.Mouse_X(); }), err::ObjectNotSet);
-    EXPECT_EQ(error_of([&] { engine.Mousse_PressedButton(Left_Button); }), err::ObjectNotSet);
-}
-
-TEST_F(Input, ReadsAfterFreeDXFailOnTheUnacquiredKeyboard) {
-    const Long h = open_window(64, 48);
-    engine.Initialize_Windowed(h);
-    engine.FreeDX(h);
-    EXPECT_NE(error_of([&] { engine.GetKEY(Tarko_KEY_A); }), 0);
+TEST_F(Input, KeysAndButtonsReadTheirState) {
+    open();
+    in().press_key(Tarko_KEY_SPACE, true);
+    EXPECT_TRUE(engine.GetKEY(Tarko_KEY_SPACE));
+    EXPECT_TRUE(engine.GetKEY(Tarko_KEY_SPACE));  // held: true on every call
+    EXPECT_FALSE(engine.GetKEY(Tarko_KEY_A));
+    in().press_key(Tarko_KEY_SPACE, false);
+    EXPECT_FALSE(engine.GetKEY(Tarko_KEY_SPACE));
+    in().buttons[1] = 0x80;
+    in().buttons[3] = 0x80;
+    EXPECT_FALSE(engine.Mousse_PressedButton(Left_Button));
+    EXPECT_TRUE(engine.Mousse_PressedButton(Right_Button));
+    EXPECT_TRUE(engine.Mousse_PressedButton(3));
 }
 
 TEST_F(Input, MouseAxesAreRelativeToThePreviousPoll) {
@@ -73,19 +54,7 @@ TEST_F(Input, MouseAxesAreRelativeToThePreviousPoll) {
     EXPECT_EQ(engine.Mouse_X().type(), Variant::Type::Long);
 }
 
-TEST_F(Input, ButtonsReadTheirByteAndTheFourthExists) {
-    open();
-    in().buttons[1] = 0x80;
-    in().buttons[3] = 0x80;
-    EXPECT_FALSE(engine.Mousse_PressedButton(Left_Button));
-    EXPECT_TRUE(engine.Mousse_PressedButton(Right_Button));
-    EXPECT_FALSE(engine.Mousse_PressedButton(Middle));
-    EXPECT_TRUE(engine.Mousse_PressedButton(3));
-    EXPECT_EQ(error_of([&] { engine.Mousse_PressedButton(4); }), err::SubscriptOutOfRange);
-    EXPECT_EQ(error_of([&] { engine.Mousse_PressedButton(-1); }), err::SubscriptOutOfRange);
-}
-
-TEST_F(Input, WindowSystemKeyLatchesAPressUntilAsked) {
+TEST_F(Input, WindowSystemKeyLatchesAPressAndTheCursorNeedsNoDevice) {
     const int vk = platform::virtual_key_from_scan_code(Tarko_KEY_A);
     ASSERT_GT(vk, 0);
     in().press_key(Tarko_KEY_A, true);
@@ -96,9 +65,6 @@ TEST_F(Input, WindowSystemKeyLatchesAPressUntilAsked) {
     EXPECT_TRUE(engine.GetKEY_API(vk));
     EXPECT_TRUE(engine.GetKEY_API(vk));  // still down
     EXPECT_FALSE(engine.GetKEY_API(-5));
-}
-
-TEST_F(Input, CursorIsReadInScreenPixelsWithoutADevice) {
     in().cursor_x = 812;
     in().cursor_y = -4;  // left of a second screen
     EXPECT_EQ(engine.MOUSE_Cursor_API_X().to_long(), 812);

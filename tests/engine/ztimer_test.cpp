@@ -23,27 +23,24 @@ protected:
     }
 };
 
-TEST_F(Stopwatch, DurationIsZeroBeforeAnything) {
-    EXPECT_EQ(watch.Timer_Duration(), 0);
-    EXPECT_EQ(watch.DURATION(), "0:00");
-}
-
 TEST_F(Stopwatch, StopAddsASecondWhenTheTextEndsAbove80) {
-    at(10.85);  // "10.85": rounds to 11, and 85 > 80 gives 12
-    watch.Stop_Timer();
-    EXPECT_EQ(watch.Timer_Duration(), 12);
-    at(10.8);  // "10.8": the last two characters ".8" read 0.8
-    watch.Stop_Timer();
-    EXPECT_EQ(watch.Timer_Duration(), 11);
-    at(45296);  // "45296": 96 > 80, so a whole second is added too
-    watch.Stop_Timer();
-    EXPECT_EQ(watch.Timer_Duration(), 45297);
-    at(45280);  // "45280": 80 is not above 80
-    watch.Stop_Timer();
-    EXPECT_EQ(watch.Timer_Duration(), 45280);
-    at(12.5);  // half to even: 12; ".5" reads 0.5
-    watch.Stop_Timer();
-    EXPECT_EQ(watch.Timer_Duration(), 12);
+    EXPECT_EQ(watch.DURATION(), "0:00");  // nothing started or stopped
+    struct Row {
+        double timer;
+        long duration;
+    };
+    const Row rows[] = {
+        {10.85, 12},     // "10.85": rounds to 11, and 85 > 80 gives 12
+        {10.8, 11},      // "10.8": the last two characters ".8" read 0.8
+        {45296, 45297},  // "45296": 96 > 80, so a whole second is added too
+        {45280, 45280},  // "45280": 80 is not above 80
+        {12.5, 12},      // half to even: 12; ".5" reads 0.5
+    };
+    for (const auto& r : rows) {
+        at(r.timer);
+        watch.Stop_Timer();
+        EXPECT_EQ(watch.Timer_Duration(), r.duration) << r.timer;
+    }
 }
 
 TEST_F(Stopwatch, SeventyFiveSecondsReadOneFifteen) {
@@ -97,14 +94,10 @@ TEST(SystemDate, AsksForMidnightOfThatDayAndAlwaysSaysFalse) {
     EXPECT_FALSE(w.SETsytemDate(31, 2, 2003));  // passed on as it is
     tarko::platform::set_system_time_setter(previous);
     ASSERT_EQ(asked.size(), 2u);
-    EXPECT_EQ(asked[0].wDay, 14);
-    EXPECT_EQ(asked[0].wMonth, 7);
-    EXPECT_EQ(asked[0].wYear, 2003);
-    EXPECT_EQ(asked[0].wHour, 0);
-    EXPECT_EQ(asked[0].wMinute, 0);
-    EXPECT_EQ(asked[0].wSecond, 0);
-    EXPECT_EQ(asked[0].wMilliseconds, 0);
-    EXPECT_EQ(asked[0].wDayOfWeek, 0);
+    const auto& t = asked[0];
+    EXPECT_EQ((std::vector<int>{t.wDay, t.wMonth, t.wYear, t.wHour, t.wMinute, t.wSecond, t.wMilliseconds,
+                                t.wDayOfWeek}),
+              (std::vector<int>{14, 7, 2003, 0, 0, 0, 0, 0}));
     EXPECT_EQ(asked[1].wDay, 31);
 }
 
