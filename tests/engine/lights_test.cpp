@@ -65,9 +65,10 @@ TEST_F(Lights, MaterialAndEnableSwitchLightingOn) {
     engine.SetMaterial(kWhite, kGrey);
     EXPECT_TRUE(engine.Set_Light(false).is_empty());
     EXPECT_TRUE(engine.LIGHT_enable(Variant(2.0), false).is_empty());
-    EXPECT_EQ(device_calls(), (Calls{"Direct3DDevice7.setMaterial 1, 1, 1, 1, 0.5, 0.5, 0.5, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0",
-                                     "Direct3DDevice7.setRenderState 137, -1", "Direct3DDevice7.setRenderState 137, 0",
-                                     "Direct3DDevice7.lightEnable 2, False", "Direct3DDevice7.setRenderState 137, -1"}));
+    EXPECT_EQ(device_calls(),
+              (Calls{"Direct3DDevice7.setMaterial 1, 1, 1, 1, 0.5, 0.5, 0.5, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0",
+                     "Direct3DDevice7.setRenderState 137, -1", "Direct3DDevice7.setRenderState 137, 0",
+                     "Direct3DDevice7.lightEnable 2, False", "Direct3DDevice7.setRenderState 137, -1"}));
 }
 
 TEST_F(Lights, AddLightFillsSlotsFromZeroAndLeavesLightingAlone) {
@@ -150,7 +151,9 @@ TEST_F(Lights, FogSendsItsStatesInOrder) {
           "Direct3DDevice7.setRenderState 28, -1"},
          0.5},
         {"linear: start and end as Singles, FOGdensity kept",
-         [](tarko_DX7& e) { e.SetFog_EX(Variant(Integer(10)), Variant("500.5"), 0.001, static_cast<Long>(0xFF0000FF)); },
+         [](tarko_DX7& e) {
+             e.SetFog_EX(Variant(Integer(10)), Variant("500.5"), 0.001, static_cast<Long>(0xFF0000FF));
+         },
          {"Direct3DDevice7.setRenderState 28, -1", "Direct3DDevice7.setRenderState 34, -16776961",
           "Direct3DDevice7.setRenderStateSingle 38, 0.001", "Direct3DDevice7.setRenderState 140, 3",
           "Direct3DDevice7.setRenderStateSingle 36, 10", "Direct3DDevice7.setRenderStateSingle 37, 500.5"},

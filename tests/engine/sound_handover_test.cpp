@@ -9,20 +9,16 @@ using tarko::test::EngineFixture;
 
 class SoundHandover : public EngineFixture {};
 
-TEST_F(SoundHandover, ListenerFollowsTheCameraOnlyOnceCommitted) {
+TEST_F(SoundHandover, ListenerFollowsTheCameraOnlyOnceCommittedAndFreeDXReleasesTheSound) {
+    engine.Initialize_Windowed(open_window(64, 48));
     auto audio = std::make_shared<platform::sound::RecordingAudio>();
-    DirectSound sound(audio);
+    engine.DsounD = Ref<DirectSound>(std::make_shared<DirectSound>(audio));
     DSBUFFERDESC desc;
     desc.lFlags = dx::DSBCAPS_PRIMARYBUFFER | dx::DSBCAPS_CTRL3D;
     WAVEFORMATEX format;
-    auto primary = sound.createSoundBuffer(desc, format);
-    auto listener = primary->getDirectSound3dListener();
-
-    tarko_DX7 engine;
-    const Long h = open_window(64, 48);
-    engine.Initialize_Windowed(h);
+    auto listener = engine.DsounD->createSoundBuffer(desc, format)->getDirectSound3dListener();
     engine.DS_Listener = listener;
-    engine.FLIPP(h);
+    engine.FLIPP(hwnd);
     // Deferred: nothing reaches the device until the host commits.
     EXPECT_EQ(audio->last_listener().at, (platform::sound::Vec3{0, 0, -1}));
     listener->commitDeferredSettings();
@@ -30,13 +26,6 @@ TEST_F(SoundHandover, ListenerFollowsTheCameraOnlyOnceCommitted) {
     EXPECT_EQ(audio->last_listener().at, (platform::sound::Vec3{1, 0, 0}));
     EXPECT_EQ(audio->last_listener().up, (platform::sound::Vec3{0, 1, 0}));
     EXPECT_EQ(audio->last_listener().position, (platform::sound::Vec3{0, 0, 0}));
-}
-
-TEST_F(SoundHandover, FreeDXReleasesTheHandedOverSoundObject) {
-    tarko_DX7 engine;
-    const Long h = open_window(64, 48);
-    engine.Initialize_Windowed(h);
-    engine.DsounD = Ref<DirectSound>(std::make_shared<DirectSound>(std::make_shared<platform::sound::RecordingAudio>()));
-    engine.FreeDX(h);
+    engine.FreeDX(hwnd);
     EXPECT_FALSE(engine.DsounD);
 }
