@@ -1,10 +1,10 @@
-// cCOLLISION: segment and ray against triangles, boxes, spheres, points on planes.
+// cCOLLISION: segments and rays against triangles, boxes, spheres, points on
+// planes, and edges in the XZ plane.
 #include "collision/cCOLLISION.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 
 #include "collision/geometry_tests.h"
 #include "maths/kernel.h"
@@ -13,63 +13,54 @@
 
 namespace {
 
+using tarko::SafeArray;
 using tarko::Variant;
-
-void expect_vec(const D3DVECTOR& v, float x, float y, float z, float tol = 1e-6f) {
-    EXPECT_NEAR(v.x, x, tol);
-    EXPECT_NEAR(v.y, y, tol);
-    EXPECT_NEAR(v.z, z, tol);
-}
-
 using tarko::test::error_of;
 
-// The triangle (0,0,0), (4,0,0), (0,4,0) in the plane z = 0.
-class Facet : public ::testing::Test {
+void expect_vec(const D3DVECTOR& v, const D3DVECTOR& want, float tol = 1e-6f) {
+    EXPECT_NEAR(v.x, want.x, tol);
+    EXPECT_NEAR(v.y, want.y, tol);
+    EXPECT_NEAR(v.z, want.z, tol);
+}
+
+SafeArray<D3DVERTEX> vertices(std::initializer_list<D3DVECTOR> points, tarko::Long lower = 0) {
+    SafeArray<D3DVERTEX> v(lower, lower + static_cast<tarko::Long>(points.size()) - 1);
+    tarko::Long i = lower;
+    for (const D3DVECTOR& p : points) v(i++) = {p.x, p.y, p.z};
+    return v;
+}
+
+class Collision : public ::testing::Test {
 protected:
     cCOLLISION col;
+    // The triangle (0,0,0), (4,0,0), (0,4,0) in the plane z = 0, and a unit one.
     const D3DVECTOR a{0, 0, 0}, b{4, 0, 0}, c{0, 4, 0};
+    const D3DVECTOR v0{0, 0, 0}, v1{1, 0, 0}, v2{0, 1, 0};
+    double T = -7, U = -7, V = -7;
 };
 
-TEST_F(Facet, SegmentThroughTheMiddleHitsAtThePlane) {
-    D3DVECTOR hit{9, 9, 9};
-    EXPECT_TRUE(col.GetLinePoly_Intersection({1, 1, -2}, {1, 1, 2}, a, b, c, hit));
-    expect_vec(hit, 1, 1, 0);
-}
-
-TEST_F(Facet, SegmentEndingOnThePlaneCountsAndOneBeyondDoesNot) {
-    D3DVECTOR hit;
-    EXPECT_TRUE(col.GetLinePoly_Intersection({1, 1, -2}, {1, 1, 0}, a, b, c, hit));  // mu = 1
-    // The plane at z = 0 lies at mu = 2 / 1.99 > 1: False, but the point is written.
-    hit = {9, 9, 9};
-    EXPECT_FALSE(col.GetLinePoly_Intersection({1, 1, -2}, {1, 1, -0.01f}, a, b, c, hit));
-    expect_vec(hit, 1, 1, 0, 1e-5f);
-}
-
-TEST_F(Facet, SegmentInThePlaneLeavesTheResultAlone) {
-    D3DVECTOR hit{9, 9, 9};
-    EXPECT_FALSE(col.GetLinePoly_Intersection({-1, 1, 0}, {5, 1, 0}, a, b, c, hit));
-    expect_vec(hit, 9, 9, 9, 0);
-}
-
-TEST_F(Facet, PointOnAnEdgeMeetsArcCosOfMinusOneAndMisses) {
-    // (2,0,0) lies on the edge a-b: pa1 and pa2 are opposite, ArcCos(-1) fails
-    // and counts 0; the two other angles add to 180, not 360.
-    D3DVECTOR hit;
-    EXPECT_FALSE(col.GetLinePoly_Intersection({2, 0, -1}, {2, 0, 1}, a, b, c, hit));
-    expect_vec(hit, 2, 0, 0);
+TEST_F(Collision, SegmentsAgainstATriangle) {
+    const struct { D3DVECTOR from, to, third; bool hits; D3DVECTOR at; float tol; } rows[] = {
+        {{1, 1, -2}, {1, 1, 2}, c, true, {1, 1, 0}, 1e-6f},          // through the middle
+        {{1, 1, -2}, {1, 1, 0}, c, true, {1, 1, 0}, 1e-6f},          // ends on the plane: mu = 1
+        {{1, 1, -2}, {1, 1, -0.01f}, c, false, {1, 1, 0}, 1e-5f},    // mu = 2 / 1.99 > 1, point written
+        // On the edge a-b: pa1 and pa2 are opposite, ArcCos(-1) fails and
+        // counts 0; the two other angles add to 180, not 360.
+        {{2, 0, -1}, {2, 0, 1}, c, false, {2, 0, 0}, 1e-6f},
+        {{-1, 1, 0}, {5, 1, 0}, c, false, {9, 9, 9}, 0},             // in the plane: result untouched
+        {{0, 0, -1}, {0, 0, 1}, {8, 0, 0}, false, {9, 9, 9}, 0},     // degenerate triangle
+    };
+    for (const auto& r : rows) {
+        D3DVECTOR hit{9, 9, 9};
+        EXPECT_EQ(col.GetLinePoly_Intersection(r.from, r.to, a, b, r.third, hit), r.hits) << r.to.z;
+        expect_vec(hit, r.at, r.tol);
+    }
     EXPECT_EQ(tarko::collision::arccos_or_zero(-1.0), 0.0);
-    EXPECT_EQ(tarko::collision::arccos_or_zero(1.0), 0.0);
     EXPECT_EQ(tarko::collision::arccos_or_zero(1.5), 0.0);
     EXPECT_NEAR(tarko::collision::arccos_or_zero(0.0), 1.5707963267948966, 1e-15);
 }
 
-TEST_F(Facet, DegenerateTriangleMisses) {
-    D3DVECTOR hit{9, 9, 9};
-    EXPECT_FALSE(col.GetLinePoly_Intersection({0, 0, -1}, {0, 0, 1}, a, b, {8, 0, 0}, hit));
-    expect_vec(hit, 9, 9, 9, 0);
-}
-
-TEST_F(Facet, FacetCollisionReachesFiveLengthsByDefault) {
+TEST_F(Collision, FacetCollisionReachesFiveLengthsByDefault) {
     // From z = -4.5 along (0,0,1): 5 lengths reach z = 0.5, past the plane.
     EXPECT_TRUE(col.GetPoint_FacetCollision({1, 1, -4.5f}, {0, 0, 1}, a, b, c).to_bool());
     EXPECT_FALSE(col.GetPoint_FacetCollision({1, 1, -5.5f}, {0, 0, 1}, a, b, c).to_bool());
@@ -78,22 +69,12 @@ TEST_F(Facet, FacetCollisionReachesFiveLengthsByDefault) {
     // A zero direction gives a segment of no length: parallel to everything.
     EXPECT_FALSE(col.GetPoint_FacetCollision({1, 1, 0}, {0, 0, 0}, a, b, c).to_bool());
     EXPECT_EQ(col.GetPoint_FacetCollision({1, 1, 0}, {0, 0, 1}, a, b, c).type(), Variant::Type::Boolean);
-}
-
-TEST_F(Facet, MiddleIsTheMean) {
     D3DVECTOR mid;
     EXPECT_TRUE(col.GetFacet_MiddleVec(a, b, c, mid).is_empty());
-    expect_vec(mid, 4.0f / 3, 4.0f / 3, 0);
+    expect_vec(mid, {4.0f / 3, 4.0f / 3, 0});
 }
 
-class Ray : public ::testing::Test {
-protected:
-    cCOLLISION col;
-    const D3DVECTOR v0{0, 0, 0}, v1{1, 0, 0}, v2{0, 1, 0};
-    double T = -7, U = -7, V = -7;
-};
-
-TEST_F(Ray, GrazingAnEdgeIsAHit) {
+TEST_F(Collision, RayGrazingAnEdgeIsAHitAndJustOutsideIsNot) {
     // orig (0.5, 0, -1), dir +z: edge1 = x, edge2 = y, pvec = dir x edge2 = (-1,0,0),
     // det = -1; tvec = (0.5,0,-1): U = 0.5; qvec = tvec x edge1 = (0,-1,0): V = 0;
     // T = edge2 . qvec / det = 1.
@@ -103,29 +84,22 @@ TEST_F(Ray, GrazingAnEdgeIsAHit) {
     EXPECT_DOUBLE_EQ(V, 0.0);
     EXPECT_DOUBLE_EQ(T, 1.0);
     // Along the hypotenuse U + V = 1 exactly: still a hit.
-    dir = {0, 0, 1};
     EXPECT_EQ(col.RayCollision({0.5f, 0.5f, -1}, dir, v0, v1, v2, T, U, V), 1);
     EXPECT_DOUBLE_EQ(U + V, 1.0);
-}
-
-TEST_F(Ray, JustOutsideAnEdgeMissesButWritesU) {
-    D3DVECTOR dir{0, 0, 1};
+    T = -7;
     EXPECT_EQ(col.RayCollision({0.5f, -0.001f, -1}, dir, v0, v1, v2, T, U, V), 0);
     EXPECT_DOUBLE_EQ(U, 0.5);
     EXPECT_LT(V, 0);
     EXPECT_EQ(T, -7);  // T only on a hit
-}
-
-TEST_F(Ray, TriangleBehindTheOriginIsAHitWithNegativeT) {
-    D3DVECTOR dir{0, 0, 1};
+    // A triangle behind the origin is a hit with negative T.
     EXPECT_EQ(col.RayCollision({0.25f, 0.25f, 3}, dir, v0, v1, v2, T, U, V), 1);
     EXPECT_DOUBLE_EQ(T, -3.0);
 }
 
-TEST_F(Ray, DirectionIsNormalisedInPlace) {
+TEST_F(Collision, RayDirectionIsNormalisedInPlace) {
     D3DVECTOR dir{0, 0, 2};
     EXPECT_EQ(col.RayCollision({0.25f, 0.25f, -4}, dir, v0, v1, v2, T, U, V), 1);
-    expect_vec(dir, 0, 0, 1, 0);
+    expect_vec(dir, {0, 0, 1}, 0);
     EXPECT_DOUBLE_EQ(T, 4.0);  // in unit lengths
     // The shared function takes the direction as it is: T in lengths of dir.
     double t = 0, u = 0, v = 0;
@@ -133,10 +107,10 @@ TEST_F(Ray, DirectionIsNormalisedInPlace) {
     EXPECT_DOUBLE_EQ(t, 2.0);
 }
 
-TEST_F(Ray, ZeroDirectionAndDegenerateTrianglesMiss) {
+TEST_F(Collision, ZeroDirectionAndDegenerateTrianglesMissTheRay) {
     D3DVECTOR dir{0, 0, 0};
     EXPECT_EQ(col.RayCollision({0.25f, 0.25f, -1}, dir, v0, v1, v2, T, U, V), 0);
-    expect_vec(dir, 0, 0, 0, 0);
+    expect_vec(dir, {0, 0, 0}, 0);
     EXPECT_EQ(U, -7);  // det 0: nothing written
     dir = {0, 0, 1};
     EXPECT_EQ(col.RayCollision({0.25f, 0.25f, -1}, dir, v0, v1, {2, 0, 0}, T, U, V), 0);
@@ -148,66 +122,43 @@ TEST_F(Ray, ZeroDirectionAndDegenerateTrianglesMiss) {
     EXPECT_EQ(col.RayCollision({0.25f, 0.25f, -1}, dir, v0, v1, v2, T, U, V), 0);
 }
 
-TEST(BoxesAndSpheres, PointOnTheBoxBoundaryIsOutside) {
-    cCOLLISION col;
+TEST_F(Collision, PointsOnTheBoxBoundaryAreOutsideButOnTheSphereInside) {
     const D3DRMBOX box{{0, 0, 0}, {2, 2, 2}};
     EXPECT_TRUE(col.Get_PointBOXCollision(box, {1, 1, 1}));
     EXPECT_FALSE(col.Get_PointBOXCollision(box, {0, 0, 0}));  // minimum corner
     EXPECT_FALSE(col.Get_PointBOXCollision(box, {2, 1, 1}));  // on a face
     EXPECT_FALSE(col.Get_PointBOXCollision(box, {1, 1, std::nanf("")}));
+    // The unit box's corner (1,1,1) and the centre (4,5,1) are 5 apart (3-4-5).
+    EXPECT_TRUE(col.Get_PointSphereCollision({1, 1, 1}, {4, 5, 1}, 5.0f));
+    EXPECT_FALSE(col.Get_PointSphereCollision({1, 1, 1}, {4, 5, 1}, std::nextafter(5.0f, 0.0f)));
+    EXPECT_TRUE(col.Get_PointSphereCollision({4, 5, 1}, {4, 5, 1}, 0.0f));  // radius 0: only the centre
 }
 
-TEST(BoxesAndSpheres, SphereTouchingABoxCornerCounts) {
-    cCOLLISION col;
-    const D3DRMBOX box{{0, 0, 0}, {1, 1, 1}};
-    // Corner (1,1,1); centre (4,5,1) is 5 away (3-4-5).
-    EXPECT_TRUE(col.Get_PointSphereCollision(box.max, {4, 5, 1}, 5.0f));
-    EXPECT_FALSE(col.Get_PointSphereCollision(box.max, {4, 5, 1}, std::nextafter(5.0f, 0.0f)));
-    // The corner itself is not inside the box.
-    EXPECT_FALSE(col.Get_PointBOXCollision(box, box.max));
-    // Radius 0: only the centre.
-    EXPECT_TRUE(col.Get_PointSphereCollision({4, 5, 1}, {4, 5, 1}, 0.0f));
-}
-
-TEST(BoxesAndSpheres, BoxTestIsOneSided) {
-    cCOLLISION col;
+TEST_F(Collision, BoxTestIsOneSided) {
     const D3DRMBOX big{{0, 0, 0}, {10, 10, 10}}, small{{2, 2, 2}, {3, 3, 3}};
     EXPECT_TRUE(col.Get_BoxCollision(big, small));
     EXPECT_FALSE(col.Get_BoxCollision(small, big));  // big around small: no corner inside
     // Two slabs crossing like a plus sign: no corner of either inside the other.
-    const D3DRMBOX across{{-5, 4, 4}, {15, 6, 6}}, up{{4, -5, 4}, {6, 15, 6}};
-    EXPECT_FALSE(col.Get_BoxCollision(across, up));
+    EXPECT_FALSE(col.Get_BoxCollision({{-5, 4, 4}, {15, 6, 6}}, {{4, -5, 4}, {6, 15, 6}}));
     // Only the corner (min x, max y, min z) of this box is inside.
     EXPECT_TRUE(col.Get_BoxCollision(big, {{5, -5, 5}, {20, 5, 20}}));
-    // Identical boxes: every corner on the boundary.
-    EXPECT_FALSE(col.Get_BoxCollision(big, big));
+    EXPECT_FALSE(col.Get_BoxCollision(big, big));  // every corner on the boundary
 }
 
-TEST(BoxesAndSpheres, BoxesAreCopiedUnsortedAndBoundedFromTheFirstVertex) {
-    cCOLLISION col;
+TEST_F(Collision, BoxesAreCopiedUnsortedAndBoundedFromTheFirstVertex) {
     D3DRMBOX box;
     EXPECT_TRUE(col.Create_BOX({5, 5, 5}, {1, 1, 1}, box).is_empty());
-    EXPECT_EQ(box.min.x, 5.0f);
-    tarko::SafeArray<D3DVERTEX> one(1, 1);
-    one(1) = {3, -4, 5};
-    col.OBJECT_getBoundingBOX(one, box);
-    expect_vec(box.min, 3, -4, 5, 0);
-    expect_vec(box.max, 3, -4, 5, 0);
-    tarko::SafeArray<D3DVERTEX> three(0, 2);
-    three(0) = {1, 1, 1};
-    three(1) = {-1, 2, 0};
-    three(2) = {0, 0, 3};
-    col.OBJECT_getBoundingBOX(three, box);
-    expect_vec(box.min, -1, 0, 0, 0);
-    expect_vec(box.max, 1, 2, 3, 0);
-    tarko::SafeArray<D3DVERTEX> empty(0, -1), never;
+    EXPECT_EQ(box.min.x, 5.0f);  // minimum corner first, as given
+    col.OBJECT_getBoundingBOX(vertices({{1, 1, 1}, {-1, 2, 0}, {0, 0, 3}}), box);
+    expect_vec(box.min, {-1, 0, 0}, 0);
+    expect_vec(box.max, {1, 2, 3}, 0);
+    SafeArray<D3DVERTEX> empty(0, -1), never;
     EXPECT_EQ(error_of([&] { col.OBJECT_getBoundingBOX(empty, box); }), tarko::err::SubscriptOutOfRange);
     EXPECT_EQ(error_of([&] { col.OBJECT_getBoundingBOX(never, box); }), tarko::err::SubscriptOutOfRange);
-    expect_vec(box.max, 1, 2, 3, 0);
+    expect_vec(box.max, {1, 2, 3}, 0);
 }
 
-TEST(PointTriangle, RayTowardsTheFirstVertexAfterTheMatrix) {
-    cCOLLISION col;
+TEST_F(Collision, PointTriangleRayRunsTowardsTheFirstVertexAfterTheMatrix) {
     const D3DVERTEX p1{0, 0, 0}, p2{1, 0, 0}, p3{0, 1, 0};
     const D3DMATRIX id = tarko::maths::identity();
     // From (0, 0, -1) towards p1: the ray meets the triangle at that corner (U = V = 0).
@@ -221,37 +172,78 @@ TEST(PointTriangle, RayTowardsTheFirstVertexAfterTheMatrix) {
     EXPECT_FALSE(col.GetPointTRI_Colision(p1, p2, p3, {0, 0, 0}, up, false));
 }
 
-TEST(PointTriangle, PlaneTestIsExactToTheSingle) {
-    cCOLLISION col;
+TEST_F(Collision, PointTrianglePlaneTestIsExactToTheSingle) {
     const D3DVERTEX p1{0, 1, 0}, p2{1, 1, 0}, p3{0, 1, 1};  // the plane y = 1
     const D3DMATRIX id = tarko::maths::identity();
     EXPECT_TRUE(col.GetPointTRI_Colision2(p1, p2, p3, {50, 1, -70}, id));  // outside the triangle, on the plane
     EXPECT_FALSE(col.GetPointTRI_Colision2(p1, p2, p3, {0.2f, std::nextafter(1.0f, 2.0f), 0.2f}, id));
-    // With the matrix: lifted to y = 3.
-    const D3DMATRIX up = tarko::maths::translation(0, 2, 0);
-    EXPECT_TRUE(col.GetPointTRI_Colision2(p1, p2, p3, {0, 3, 0}, up));
+    EXPECT_TRUE(col.GetPointTRI_Colision2(p1, p2, p3, {0, 3, 0}, tarko::maths::translation(0, 2, 0)));
     // A vertex whose W is under 1e-05 keeps its position: the plane stays y = 1.
-    D3DMATRIX flat = tarko::maths::identity();
+    D3DMATRIX flat = id;
     flat.rc44 = 1e-6f;
     EXPECT_TRUE(col.GetPointTRI_Colision2(p1, p2, p3, {0, 1, 0}, flat));
 }
 
-TEST(Triangles, TriangleAgainstTriangleIsAlwaysFalse) {
-    cCOLLISION col;
+TEST_F(Collision, TriangleAgainstTriangleIsAlwaysFalseAndRotationUsesTheEngineFactor) {
     float t = 1, u = 2, v = 3;
     EXPECT_FALSE(col.Triangle_TriCOLLISION({0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, t, u, v));
     EXPECT_EQ(t + u + v, 6.0f);
-}
-
-TEST(Matrices, CollisionRotationUsesTheEngineFactor) {
-    cCOLLISION col;
+    // float(3.141592653 / 180) * 90 is pi/2 to within 2e-8: row 1 = (cos, -sin) = (~0, -1).
     const D3DMATRIX m = col.MRotate(tarko::maths::identity(), 0, 0, 90);
     D3DMATRIX scratch;
-    const D3DMATRIX e =
-        tarko::maths::rotate_degrees(tarko::maths::identity(), 0, 0, 90, tarko::maths::kEngineDegreeFactor, scratch);
-    EXPECT_EQ(m.rc11, e.rc11);
+    EXPECT_EQ(m.rc11, tarko::maths::rotate_degrees(tarko::maths::identity(), 0, 0, 90,
+                                                   tarko::maths::kEngineDegreeFactor, scratch).rc11);
     EXPECT_EQ(m.rc12, -1.0f);
-    EXPECT_EQ(col.MScale(tarko::maths::identity(), 2, 3, 4).rc33, 4.0f);
+}
+
+TEST_F(Collision, PolylinePointsNearASegmentInXZ) {
+    // One segment (0,0,0)-(10,0,0) from subscript 1. Beside the middle at
+    // distance h: a = b = sqrt(25 + h^2), c = 10, x = 5, near while h < 3.
+    const SafeArray<D3DVERTEX> wall = vertices({{0, 0, 0}, {10, 0, 0}}, 1);
+    const struct { D3DVECTOR p; bool near; } rows[] = {
+        {{5, 0, 1}, true},      // a = b = sqrt(26); gate 100 > 10.2; h = 1
+        {{5, 250, 1}, true},    // height plays no part
+        {{5, 0, -2.9f}, true},
+        {{5, 0, 2.99f}, true},  // the limit h = 3
+        {{5, 0, 3.01f}, false},
+        {{20, 0, 0}, false},    // past the far end: a = 20, b = 10, x = 20, not below c
+        {{-1, 0, 0}, false},    // before the start: a = 1, b = 11, x = -1, b - x = 12
+    };
+    for (const auto& r : rows) EXPECT_EQ(col.Get_PolyCollision(wall, r.p), r.near) << r.p.x << "," << r.p.z;
+    // c = 1: c^2 = 1 cannot exceed a + b >= c = 1, even at the midpoint.
+    EXPECT_FALSE(col.Get_PolyCollision(vertices({{0, 0, 0}, {1, 0, 0}}), {0.5f, 0, 0}));
+    EXPECT_FALSE(tarko::collision::point_near_edge(1, 1, 0));  // no segment: no division fault
+    // Only pairs (0,1), (2,3)... count: vertex 2 would make a long segment with 1.
+    EXPECT_FALSE(col.Get_PolyCollision(vertices({{0, 0, 0}, {0, 0, 1}, {10, 0, 0}}), {5, 0, 0.5f}));
+    SafeArray<D3DVERTEX> empty(0, -1), never;
+    EXPECT_FALSE(col.Get_PolyCollision(empty, {0, 0, 0}));
+    EXPECT_EQ(error_of([&] { col.Get_PolyCollision(never, {0, 0, 0}); }), tarko::err::SubscriptOutOfRange);
+}
+
+TEST_F(Collision, TriangleListEdgesAreScaledThenMovedAndTheLastTriangleIsSkipped) {
+    // Two triangles; the tested edges are (0, 2) and (3, 5).
+    SafeArray<D3DVERTEX> list = vertices({{0, 0, 0}, {0, 0, 50}, {5, 0, 0}, {0, 0, 40}, {0, 0, 80}, {0, 0, 60}});
+    const D3DVECTOR offset{100, 0, 100}, scale{2, 7, 2};
+    // Edge (0,2) becomes (100,0,100)-(110,0,100); (105,0,101) is 1 from its middle.
+    EXPECT_TRUE(col.Get_ColisionEX({}, list, {105, 0, 101}, offset, scale, {}));
+    EXPECT_FALSE(col.Get_ColisionEX({}, list, {105, 0, 101}, {0, 0, 0}, {1, 1, 1}, {}));
+    // Box and rotation have no effect.
+    EXPECT_EQ(col.Get_ColisionEX({{-1, -1, -1}, {1, 1, 1}}, list, {2.5f, 0, 1}, {}, {1, 1, 1}, {0, 90, 0}),
+              col.Get_ColisionEX({}, list, {2.5f, 0, 1}, {}, {1, 1, 1}, {}));
+    // Edge (3,5) becomes (100,0,180)-(100,0,220) and (101,0,200) lies 1 from it,
+    // but the loop runs to the upper bound minus 3: with six vertices only the
+    // first triangle is looked at. A seventh vertex brings the second in.
+    EXPECT_FALSE(col.Get_ColisionEX({}, list, {101, 0, 200}, offset, scale, {}));
+    list.ReDimPreserve(6);
+    EXPECT_TRUE(col.Get_ColisionEX({}, list, {101, 0, 200}, offset, scale, {}));
+    // Edge (0,1) of the first triangle is never looked at.
+    EXPECT_FALSE(col.Get_ColisionEX({}, list, {101, 0, 150}, offset, scale, {}));
+    // Fewer than four vertices: nothing looked at; four bring in edge (0, 2).
+    EXPECT_FALSE(col.Get_ColisionEX({}, vertices({{0, 0, 0}, {}, {10, 0, 0}}), {5, 0, 1}, {}, {1, 1, 1}, {}));
+    EXPECT_TRUE(col.Get_ColisionEX({}, vertices({{0, 0, 0}, {}, {10, 0, 0}, {}}), {5, 0, 1}, {}, {1, 1, 1}, {}));
+    SafeArray<D3DVERTEX> never;
+    EXPECT_EQ(error_of([&] { col.Get_ColisionEX({}, never, {}, {}, {1, 1, 1}, {}); }),
+              tarko::err::SubscriptOutOfRange);
 }
 
 }  // namespace
