@@ -1,4 +1,4 @@
-// Kernel conventions: the axis table, degree factors, transforms, boxes.
+// Kernel conventions: row vectors, the axis table, degree factors, rounding, boxes.
 #include "maths/kernel.h"
 
 #include <gtest/gtest.h>
@@ -16,110 +16,72 @@ using test::expect_near;
 
 constexpr double kHalfPi = 1.5707963267948966;
 
-TEST(AxisTable, QuarterTurnsMoveUnitVectorsAgainstTheUsualSense) {
-    // Row vector times matrix picks the row: (1,0,0) x Z = row 1 = (c, -s, 0) = (0, -1, 0).
-    expect_near(apply(rotation_z(kHalfPi), {1, 0, 0}), 0, -1, 0);
-    // (0,1,0) x X = row 2 = (0, c, -s) = (0, 0, -1).
-    expect_near(apply(rotation_x(kHalfPi), {0, 1, 0}), 0, 0, -1);
-    // (0,0,1) x Y = row 3 = (-s, 0, c) = (-1, 0, 0).
-    expect_near(apply(rotation_y(kHalfPi), {0, 0, 1}), -1, 0, 0);
-}
-
-TEST(AxisTable, CosineAndSineAreRoundedToSingleBeforeUse) {
-    const D3DMATRIX m = rotation_x(0.3);
-    EXPECT_EQ(m.rc22, static_cast<float>(std::cos(0.3)));
-    EXPECT_EQ(m.rc32, static_cast<float>(std::sin(0.3)));
-    EXPECT_EQ(m.rc23, -static_cast<float>(std::sin(0.3)));
-}
-
-TEST(DegreeRotation, EachClassFactorGivesItsOwnQuarterTurn) {
+TEST(Transforms, MovePointsAsWorkedOutByHand) {
     D3DMATRIX scratch;
-    // Engine factor: float(3.141592653 / 180) * 90 is pi/2 to within 2e-8.
-    expect_near(apply(rotate_degrees(identity(), 0, 0, 90, kEngineDegreeFactor, scratch), {1, 0, 0}), 0, -1, 0);
+    const D3DMATRIX s = scaling(2, 2, 2), t = translation(1, 0, 0);
+    const struct { const char* what; D3DMATRIX m; D3DVECTOR in, want; } rows[] = {
+        // Row vector times matrix picks the row: Z's row 1 = (c, -s, 0).
+        {"Z pi/2", rotation_z(kHalfPi), {1, 0, 0}, {0, -1, 0}},
+        {"X pi/2", rotation_x(kHalfPi), {0, 1, 0}, {0, 0, -1}},  // row 2 = (0, c, -s)
+        {"Y pi/2", rotation_y(kHalfPi), {0, 0, 1}, {-1, 0, 0}},  // row 3 = (-s, 0, c)
+        // Engine factor: float(3.141592653 / 180) * 90 is pi/2 to within 2e-8.
+        {"Z 90 deg", rotate_degrees(identity(), 0, 0, 90, kEngineDegreeFactor, scratch), {1, 0, 0}, {0, -1, 0}},
+        // X then Y then Z: (0,1,0) -> (0,0,-1) -> minus row 3 = (1,0,0) -> row 1 = (0,-1,0).
+        {"XYZ 90 deg", rotate_degrees(identity(), 90, 90, 90, kEngineDegreeFactor, scratch), {0, 1, 0}, {0, -1, 0}},
+        // The translation sits in row 4: (x, y, z, 1) adds it after the 3x3 part.
+        {"s then t", multiply(s, t), {1, 0, 0}, {3, 0, 0}},  // (2,0,0) + (1,0,0)
+        {"t then s", multiply(t, s), {1, 0, 0}, {4, 0, 0}},  // (2,0,0) * 2
+        {"translate(s)", translate(s, 1, 0, 0, scratch), {1, 0, 0}, {3, 0, 0}},
+        {"SRM origin", scale_rotate_move({2, 2, 2}, {}, {1, 0, 0}, kEngineDegreeFactor, scratch), {}, {1, 0, 0}},
+        {"SRM unscaled move", scale_rotate_move({2, 2, 2}, {}, {1, 0, 0}, kEngineDegreeFactor, scratch), {1, 0, 0}, {3, 0, 0}},
+        {"create", matrix_create({}, {2, 3, 4}, {5, 6, 7}), {1, 1, 1}, {7, 9, 11}},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.what);
+        expect_near(apply(r.m, r.in), r.want.x, r.want.y, r.want.z);
+    }
+    EXPECT_EQ(matrix_create({}, {2, 3, 4}, {5, 6, 7}).rc14, 0.0f);  // W column stays (0, 0, 0, 1)
+    EXPECT_EQ(matrix_create({}, {2, 3, 4}, {5, 6, 7}).rc44, 1.0f);
+    // Planes, in radians: XY, then XZ, then YZ.
+    expect_near(rotate_planes({1, 0, 0}, kHalfPi, 0, 0), 0, -1, 0);
+    expect_near(rotate_planes({1, 0, 0}, 0, kHalfPi, 0), 0, 0, -1);
+    expect_near(rotate_planes({0, 1, 0}, 0, 0, kHalfPi), 0, 0, 1);
+}
+
+TEST(Transforms, EachOperationUsesItsOwnDegreeConstant) {
+    D3DMATRIX scratch;
     // cMATH factor: 90 * 3.14598745148 / 180 = pi/2 + 0.0021974, so x = cos = -sin(0.0021974).
     const D3DVECTOR m = apply(rotate_degrees(identity(), 0, 0, 90, kMathDegreeFactor, scratch), {1, 0, 0});
     EXPECT_NEAR(m.x, -0.0021974, 2e-7);
     EXPECT_NEAR(m.y, -0.9999976, 2e-7);
+    // matrix_create: row 1 = (cy cz, cy sz, -sy), so (1,0,0) goes to (cz, sz, 0),
+    // turning opposite to the table; 90 * 3.14564875441112 / 180 = pi/2 + 0.0020281.
+    const D3DVECTOR p = apply(matrix_create({0, 0, 90}, {1, 1, 1}, {0, 0, 0}), {1, 0, 0});
+    EXPECT_NEAR(p.x, -0.0020281, 2e-7);
+    EXPECT_NEAR(p.y, 0.999998, 1e-6);
 }
 
-TEST(DegreeRotation, ZeroAnglesReturnTheSourceBitForBit) {
-    D3DMATRIX src;
+TEST(Transforms, CosineAndSineAreRoundedToSingleBeforeUseAndZeroAnglesSkip) {
+    const D3DMATRIX m = rotation_x(0.3);
+    EXPECT_EQ(m.rc22, static_cast<float>(std::cos(0.3)));
+    EXPECT_EQ(m.rc32, static_cast<float>(std::sin(0.3)));
+    EXPECT_EQ(m.rc23, -static_cast<float>(std::sin(0.3)));
+    D3DMATRIX src, scratch;
     for (int i = 0; i < 16; ++i) (&src.rc11)[i] = 0.1f * static_cast<float>(i) - 0.77f;
-    D3DMATRIX scratch;
     EXPECT_TRUE(test::bit_equal(rotate_degrees(src, 0, 0, 0, kEngineDegreeFactor, scratch), src));
     EXPECT_TRUE(test::bit_equal(rotate_degrees(src, -0.0f, 0, 0, kMathDegreeFactor, scratch), src));
 }
 
-TEST(DegreeRotation, AppliesXThenYThenZ) {
-    D3DMATRIX scratch;
-    // (0,1,0): X by 90 gives (0,0,-1); Y by 90 maps (0,0,-1) to minus row 3 = (1,0,0);
-    // Z by 90 maps (1,0,0) to row 1 = (0,-1,0).
-    const D3DMATRIX m = rotate_degrees(identity(), 90, 90, 90, kEngineDegreeFactor, scratch);
-    expect_near(apply(m, {0, 1, 0}), 0, -1, 0, 1e-6f);
-}
-
-TEST(MatrixCreate, TurnsOppositeToTheTableAndUsesItsOwnConstant) {
-    // Row 1 = (cy cz, cy sz, -sy): (1,0,0) goes to (cz, sz, 0); the angle is
-    // 90 * 3.14564875441112 / 180 = pi/2 + 0.0020281.
-    const D3DMATRIX m = matrix_create({0, 0, 90}, {1, 1, 1}, {0, 0, 0});
-    const D3DVECTOR p = apply(m, {1, 0, 0});
-    EXPECT_NEAR(p.x, -0.0020281, 2e-7);
-    EXPECT_NEAR(p.y, 0.999998, 1e-6);   // +y where the table gives -y
-    D3DMATRIX scratch;
-    const D3DVECTOR q = apply(rotate_degrees(identity(), 0, 0, 90, kMathDegreeFactor, scratch), {1, 0, 0});
-    EXPECT_LT(q.y * p.y, 0);
-    EXPECT_NE(p.x, q.x);
-}
-
-TEST(MatrixCreate, ScalesThenPlacesTheTranslation) {
-    const D3DMATRIX m = matrix_create({0, 0, 0}, {2, 3, 4}, {5, 6, 7});
-    expect_near(apply(m, {1, 1, 1}), 7, 9, 11);
-    EXPECT_EQ(m.rc44, 1.0f);
-    EXPECT_EQ(m.rc14, 0.0f);
-}
-
-TEST(PlaneRotation, EachAngleTurnsItsPlane) {
-    expect_near(rotate_planes({1, 0, 0}, kHalfPi, 0, 0), 0, -1, 0);  // XY plane
-    expect_near(rotate_planes({1, 0, 0}, 0, kHalfPi, 0), 0, 0, -1);  // XZ plane
-    expect_near(rotate_planes({0, 1, 0}, 0, 0, kHalfPi), 0, 0, 1);   // YZ plane
-}
-
-TEST(Products, OrderOfApplication) {
-    D3DMATRIX scratch;
-    const D3DMATRIX s = scaling(2, 2, 2);
-    const D3DMATRIX t = translation(1, 0, 0);
-    // s first then t: (1,0,0) -> (2,0,0) -> (3,0,0); t first then s: (2,0,0) -> (4,0,0).
-    expect_near(apply(multiply(s, t), {1, 0, 0}), 3, 0, 0);
-    expect_near(apply(multiply(t, s), {1, 0, 0}), 4, 0, 0);
-    // translate(A, ...) applies A first.
-    expect_near(apply(translate(s, 1, 0, 0, scratch), {1, 0, 0}), 3, 0, 0);
-}
-
-TEST(Products, ScaleRotateMoveKeepsTheTranslationUnscaled) {
-    D3DMATRIX scratch;
-    const D3DMATRIX m = scale_rotate_move({2, 2, 2}, {0, 0, 0}, {1, 0, 0}, kEngineDegreeFactor, scratch);
-    expect_near(apply(m, {0, 0, 0}), 1, 0, 0);
-    expect_near(apply(m, {1, 0, 0}), 3, 0, 0);
-}
-
-TEST(Vectors, ZeroLengthNormalisesToZero) {
-    D3DVECTOR z{};
-    normalize_in_place(z);
-    expect_near(z, 0, 0, 0, 0);
+TEST(Vectors, ResultsAreRoundedOnceFromDoubleAndZeroStaysZero) {
+    // 16777217 is not a Single: the exact sum rounds once, half to even, to 16777216.
+    EXPECT_EQ(add_scaled(1.0, {16777216.0f, 0, 0}, 1.0, {1.0f, 0, 0}).x, 16777216.0f);
+    EXPECT_EQ(midpoint({16777216.0f, 0, 0}, {16777218.0f, 0, 0}).x, 16777216.0f);  // 16777217 again
+    EXPECT_FLOAT_EQ(distance({0, 0, 0}, {3, 4, 12}), 13.0f);
     D3DVECTOR negative_zero{-0.0f, 0.0f, -0.0f};
     normalize_in_place(negative_zero);
+    expect_near(negative_zero, 0, 0, 0, 0);
     EXPECT_FALSE(std::signbit(negative_zero.x));
     expect_near(triangle_normal({1, 1, 1}, {2, 2, 2}, {3, 3, 3}), 0, 0, 0, 0);  // collinear
-}
-
-TEST(Vectors, ResultsAreRoundedOnceFromDouble) {
-    // 16777217 is not a Single: the exact sum rounds once, half to even, to 16777216.
-    const D3DVECTOR v = add_scaled(1.0, {16777216.0f, 0, 0}, 1.0, {1.0f, 0, 0});
-    EXPECT_EQ(v.x, 16777216.0f);  // 16777217 rounds (half to even) to 16777216
-    const D3DVECTOR m = midpoint({16777216.0f, 0, 0}, {16777218.0f, 0, 0});
-    EXPECT_EQ(m.x, 16777216.0f);  // 16777217 again
-    EXPECT_FLOAT_EQ(distance({0, 0, 0}, {3, 4, 12}), 13.0f);
-    EXPECT_EQ(cross({1, 0, 0}, {0, 1, 0}).z, 1.0f);
 }
 
 TEST(TransformPoint, DividesByWAndRefusesTinyW) {
@@ -137,22 +99,18 @@ TEST(TransformPoint, DividesByWAndRefusesTinyW) {
     EXPECT_FALSE(transform_point(out, {0, 0, 0}, m, 1e-05));
 }
 
-TEST(Boxes, SeededAndFirstVertexBoxesDifferOnEmptyArrays) {
-    SafeArray<D3DVERTEX> none(0, -1);
+TEST(Boxes, SeededAndFirstVertexBoxes) {
+    SafeArray<D3DVERTEX> none(0, -1), never;
     const D3DRMBOX seeds = bounds_from_seeds(none);
     EXPECT_EQ(seeds.min.x, 99999999.0f);
     EXPECT_EQ(seeds.min.y, 999999999.0f);
     EXPECT_EQ(seeds.max.z, -999999999.0f);
     EXPECT_THROW(bounds_from_first(none), RuntimeError);
-    SafeArray<D3DVERTEX> never;
     EXPECT_THROW(bounds_from_seeds(never), RuntimeError);
-}
-
-TEST(Boxes, OneVertexGivesAZeroSizeBoxAtIt) {
     SafeArray<D3DVERTEX> one(5, 5);
     one(5) = {1, -2, 3, 0, 0, 0, 0, 0};
     for (const D3DRMBOX& b : {bounds_from_seeds(one), bounds_from_first(one)}) {
-        expect_near(b.min, 1, -2, 3, 0);
+        expect_near(b.min, 1, -2, 3, 0);  // a zero-size box at the vertex
         expect_near(b.max, 1, -2, 3, 0);
     }
 }
