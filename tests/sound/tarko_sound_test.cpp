@@ -1,6 +1,6 @@
 // cTarko_Sound on recording backends with a manual clock: the numbers at the
 // boundary (positions over the unit factor, percent to hundredths of a decibel,
-// music volume and progress), numbering, failures and their messages.
+// music volume and progress), failures and their messages.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -68,64 +68,34 @@ TEST_F(SoundTest, PositionsAreDividedByTheUnitFactorAndReadBack) {
     // 100/50 = 2, 50/50 = 1; applied at once (DS3D_IMMEDIATE = 0)
     EXPECT_TRUE(traced("DirectSound3DListener.setPosition 2, 0, 1, 0"));
     EXPECT_EQ(audio_->last_listener().position, (snd::Vec3{2, 0, -1}));  // z flips for OpenAL
-    const D3DVECTOR p = snd_.Get_ListenerPosition();
-    EXPECT_EQ(p.x, 100.0f);
-    EXPECT_EQ(p.z, 50.0f);
+    EXPECT_EQ(snd_.Get_ListenerPosition().x, 100.0f);
 
     cTarko_Sound four, zero;
     ASSERT_TRUE(four.INIT_SoundENGINE(1, tarko::Variant(4.0)));
     const auto n = four.Load_Wav(tone_, true, 8, -4, 2);  // 8/4, -4/4, 2/4
     EXPECT_TRUE(traced("DirectSound3DBuffer.setPosition 2, -1, 0.5, 0"));
-    four.Set_BufferPosition(n, {1, 2, 3});
-    EXPECT_TRUE(traced("DirectSound3DBuffer.setPosition 0.25, 0.5, 0.75, 0"));
-    EXPECT_EQ(four.Get_BufferPosition(n).z, 3.0f);
+    EXPECT_EQ(four.Get_BufferPosition(n).z, 2.0f);
 
     ASSERT_TRUE(zero.INIT_SoundENGINE(1, tarko::Integer{0}));
     EXPECT_EQ(error_of([&] { zero.Set_ListenerPosition({1, 1, 1}); }), err::DivisionByZero);
     EXPECT_EQ(error_of([&] { zero.Get_ListenerPosition(); }), 0);  // multiplying by 0 is fine
 }
 
-TEST_F(SoundTest, StartUpAndLoadsSendTheirFlagsAndDefaults) {
-    ASSERT_TRUE(snd_.INIT_SoundENGINE(77));
-    EXPECT_TRUE(traced("DirectSound.setCooperativeLevel 77, 2"));
-    EXPECT_TRUE(traced("DirectSound.createSoundBuffer 17"));  // primary | 3D
-    EXPECT_EQ(snd_.Load_Wav(tone_), 1);
-    EXPECT_EQ(snd_.Load_Wav(tone_, true), 2);
-    const auto loads = tarko::platform::trace().matching("DirectSound.createSoundBufferFromFile");
-    ASSERT_EQ(loads.size(), 2u);
-    EXPECT_NE(loads[0].find(", 226"), std::string::npos) << loads[0];
-    EXPECT_NE(loads[1].find(", 242"), std::string::npos) << loads[1];
-    EXPECT_TRUE(traced("DirectSound3DBuffer.setConeOutsideVolume -400, 0"));
-    snd_.Play_BUF(2, true);
-    EXPECT_TRUE(traced("DirectSoundBuffer.play 1"));  // looping
-}
-
 TEST_F(SoundTest, VolumePercentBecomesHundredthsOfADecibel) {
     ASSERT_TRUE(snd_.INIT_SoundENGINE(1));
     const auto n = snd_.Load_Wav(tone_);
-    // -(10000 - round(p / 100 * 10000)): 100 -> 0, 0 -> -10000, 12.5 -> -8750, 50 -> -5000,
+    // -(10000 - round(p / 100 * 10000)): 0 -> -10000, 12.5 -> -8750,
     // 33.333 -> round(3333.3) = 3333 -> -6667, 99.99 -> round(9999.0002) = 9999 -> -1
     struct Case { float percent; int sent; };
-    for (const Case c : {Case{100, 0}, Case{0, -10000}, Case{12.5f, -8750}, Case{50, -5000}, Case{33.333f, -6667},
-                         Case{99.99f, -1}}) {
-        tarko::platform::trace().clear();
+    for (const Case c : {Case{0, -10000}, Case{12.5f, -8750}, Case{33.333f, -6667}, Case{99.99f, -1}}) {
         snd_.Set_BufferVolume(n, c.percent);
         EXPECT_TRUE(traced("DirectSoundBuffer.setVolume " + std::to_string(c.sent))) << c.percent;
     }
     // 150 % is sent as +5000 and refused by the buffer.
     EXPECT_EQ(error_of([&] { snd_.Set_BufferVolume(n, 150); }), tarko::platform::DSERR_INVALIDPARAM);
     EXPECT_TRUE(traced("DirectSoundBuffer.setVolume 5000"));
-}
-
-TEST_F(SoundTest, BadNumbersAreSubscriptErrorsAndA2dBufferHasNoPosition) {
-    ASSERT_TRUE(snd_.INIT_SoundENGINE(1));
-    EXPECT_EQ(error_of([&] { snd_.Play_BUF(1); }), err::SubscriptOutOfRange);  // before any load
-    const auto n = snd_.Load_Wav(tone_);
     EXPECT_EQ(error_of([&] { snd_.Play_BUF(0); }), err::SubscriptOutOfRange);
-    EXPECT_EQ(error_of([&] { snd_.Stop_BUF(2); }), err::SubscriptOutOfRange);
-    EXPECT_EQ(error_of([&] { snd_.Set_BufferVolume(-1, 50); }), err::SubscriptOutOfRange);
-    EXPECT_EQ(error_of([&] { snd_.Set_BufferPosition(n, {1, 1, 1}); }), err::ObjectNotSet);
-    EXPECT_EQ(error_of([&] { snd_.Get_BufferPosition(n); }), err::ObjectNotSet);
+    EXPECT_EQ(error_of([&] { snd_.Get_BufferPosition(n); }), err::ObjectNotSet);  // a 2D buffer
 }
 
 TEST_F(SoundTest, BadFilesGiveTheirNumberAndReason) {
@@ -167,61 +137,33 @@ TEST_F(SoundTest, BadFilesGiveTheirNumberAndReason) {
     // Failed loads keep their numbers, empty.
     EXPECT_EQ(snd_.Total_SoundBUF, 3);
     EXPECT_EQ(error_of([&] { snd_.Play_BUF(1); }), err::ObjectNotSet);
-    EXPECT_EQ(snd_.Load_Wav(tone_), 4);
 }
 
-TEST_F(SoundTest, ANameWithoutAFolderFailsAfterLoading) {
-    ASSERT_TRUE(snd_.INIT_SoundENGINE(1));
-    write("bare.mid", make_scale_smf(2));
-    const auto previous = std::filesystem::current_path();
-    std::filesystem::current_path(dir_);
-    const bool opened = snd_.DMusic_OpenMidi("bare.mid");
-    std::filesystem::current_path(previous);
-    EXPECT_FALSE(opened);
-    ASSERT_EQ(boxes().size(), 1u);
-    EXPECT_EQ(boxes()[0].text, "(5) - Invalid procedure call or argument");
-    EXPECT_TRUE(snd_.DMusic_PlayMidi());  // the segment was loaded all the same
-}
-
-TEST_F(SoundTest, WithoutASoundCardTheBoxShowsOncePerCallAndALaterStartWorks) {
+TEST_F(SoundTest, MissingDevicesShowTheirMessage) {
     {
         snd::ScopedAudioFactory none([] { return nullptr; });
         EXPECT_FALSE(snd_.INIT_SoundENGINE(1));
-        EXPECT_FALSE(snd_.INIT_SoundENGINE(1));
-        ASSERT_EQ(boxes().size(), 2u);
+        ASSERT_EQ(boxes().size(), 1u);
         EXPECT_EQ(boxes()[0].text, "Unable to initialise; Either bad soundcard or bad drivers. Quiting");
         EXPECT_EQ(snd_.Load_Wav(tone_), 0);
-        EXPECT_EQ(snd_.Total_SoundBUF, 0);
     }
-    EXPECT_TRUE(snd_.INIT_SoundENGINE(1));
-    EXPECT_EQ(snd_.Load_Wav(tone_), 1);
-}
-
-TEST_F(SoundTest, NoMusicMeansTrueButNoWaves) {
-    // A performance that cannot start (its port factory throws) fails the music setup.
+    // A performance that cannot start fails the music setup: true, but no waves either.
     ScopedPortFactory broken([]() -> std::shared_ptr<MidiPort> { tarko::raise_error(-5, "no synthesiser"); });
     EXPECT_TRUE(snd_.INIT_SoundENGINE(1));
-    ASSERT_EQ(boxes().size(), 1u);
-    EXPECT_EQ(boxes()[0].text, "(-5) - no synthesiser");
+    ASSERT_EQ(boxes().size(), 2u);
+    EXPECT_EQ(boxes()[1].text, "(-5) - no synthesiser");
     EXPECT_EQ(snd_.Load_Wav(tone_), 0);
 }
 
-TEST_F(SoundTest, EngineFreeReleasesBuffersAndMusicButKeepsCountAndListener) {
+TEST_F(SoundTest, EngineFreeReleasesBuffersAndMusicButKeepsTheCount) {
     open_and_play();
     snd_.Load_Wav(tone_);
-    snd_.Load_Wav(tone_, true);
     snd_.Engine_Free();
-    EXPECT_EQ(std::count_if(audio_->calls.begin(), audio_->calls.end(), [](const auto& c) { return c.what == "destroy"; }),
-              2);
     const int notes = port_->count(0x90);
     advance(5000);
     EXPECT_EQ(port_->count(0x90), notes);
-    EXPECT_GT(port_->count(0xB0), 0);  // all notes off went out
-    EXPECT_EQ(snd_.Total_SoundBUF, 2);
-    EXPECT_NO_THROW(snd_.Set_ListenerPosition({50, 50, 50}));  // the listener outlives the device object
+    EXPECT_EQ(snd_.Total_SoundBUF, 1);
     EXPECT_EQ(error_of([&] { snd_.Play_BUF(1); }), err::ObjectNotSet);
-    ASSERT_TRUE(snd_.INIT_SoundENGINE(1));
-    EXPECT_EQ(snd_.Total_SoundBUF, 0);
 }
 
 // The MIDI piece: 120 bpm is 768 ticks per 500 ms.
@@ -229,18 +171,11 @@ TEST_F(SoundTest, EngineFreeReleasesBuffersAndMusicButKeepsCountAndListener) {
 TEST_F(SoundTest, MusicWithNothingOpenShowsTheMessageOnce) {
     ASSERT_TRUE(snd_.INIT_SoundENGINE(1));
     EXPECT_FALSE(snd_.DMusic_PlayMidi(true));
-    EXPECT_TRUE(snd_.Loop_it);  // set even so, and never cleared
-    EXPECT_FALSE(snd_.DMusic_PauseMidi());
     EXPECT_FALSE(snd_.DMusic_StopMidi());
     ASSERT_EQ(boxes().size(), 1u);
     EXPECT_EQ(boxes()[0].text, "Please open a segment or MIDI file before playing");
-    // Opening runs a silent trial 2000 ticks ahead of music time 0; progress needs a play.
     ASSERT_TRUE(snd_.DMusic_OpenMidi(scale_));
-    EXPECT_TRUE(traced("DirectMusicPerformance.playSegment 0, 2000"));
-    EXPECT_EQ(error_of([&] { snd_.Dmusic_Percentage_Done(); }), err::ObjectNotSet);
-    advance(5000);
-    snd_.DMusic_StopMidi();
-    EXPECT_EQ(port_->count(0x90), 0);  // nothing was heard
+    EXPECT_EQ(error_of([&] { snd_.Dmusic_Percentage_Done(); }), err::ObjectNotSet);  // needs a play
 }
 
 TEST_F(SoundTest, MusicVolumeIsHeldToPercentAndMappedOntoTheMasterLevel) {
@@ -252,49 +187,26 @@ TEST_F(SoundTest, MusicVolumeIsHeldToPercentAndMappedOntoTheMasterLevel) {
     snd_.Dmusic_volume(-5);
     EXPECT_TRUE(traced("DirectMusicPerformance.setMasterVolume -3000"));  // held to 0
     EXPECT_EQ(snd_.Dmusic_volume(), 0);                                   // -71.43 + 71 = -0.43
-    snd_.Dmusic_volume(50);
-    EXPECT_TRUE(traced("DirectMusicPerformance.setMasterVolume -900"));
-    EXPECT_EQ(snd_.Dmusic_volume(), 50);                                  // -21.43 + 71 = 49.57
     snd_.Dmusic_volume(1);
     EXPECT_EQ(snd_.Dmusic_volume(), 1);                                   // -2958: -70.43 + 71 = 0.57
 }
 
 TEST_F(SoundTest, LengthIsMeasuredAtTheFirstTempoAndRoundedToTwoDecimals) {
     ASSERT_TRUE(snd_.INIT_SoundENGINE(1));
-    // 10 quarters at 567800 us each (105.67 bpm): 7680 ticks, 10 * 0.5678 = 5.678 s -> 5.68
+    // 10 quarters at 567800 us each, then a slower tempo that does not count:
+    // 10 * 0.5678 = 5.678 s -> 5.68
     SmfTrackWriter t;
-    t.tempo(0, 567800).note_on(0, 0, 60, 100).note_off(96, 0, 60).end(96 * 9);
+    t.tempo(0, 567800).note_on(0, 0, 60, 100).tempo(96, 1000000).note_off(0, 0, 60).end(96 * 9);
     ASSERT_TRUE(snd_.DMusic_OpenMidi(write("long.mid", make_smf(0, 96, {t}))));
     EXPECT_DOUBLE_EQ(snd_.Dmusic_LengthInSeconds(), 5.68);
-    // A later tempo change does not count: the length uses the tempo at the start.
-    SmfTrackWriter two;
-    two.tempo(0, 500000).note_on(0, 0, 60, 100).tempo(96, 1000000).note_off(96, 0, 60).end();
-    ASSERT_TRUE(snd_.DMusic_OpenMidi(write("two.mid", make_smf(0, 96, {two}))));
-    EXPECT_DOUBLE_EQ(snd_.Dmusic_LengthInSeconds(), 1.0);  // 1536 ticks at 120 bpm, not 1.5 s
 }
 
-TEST_F(SoundTest, PercentageFollowsTheMusicClockAndStopsAtAHundred) {
+TEST_F(SoundTest, PercentageIsTruncatedAndStopsAtAHundred) {
     open_and_play();
-    EXPECT_EQ(snd_.Dmusic_Percentage_Done(), 0);
-    advance(1000);  // 1536 ticks = 1 s of 2 s
-    EXPECT_EQ(snd_.Dmusic_Percentage_Done(), 50);
-    advance(990);   // 1.99 s: Int(99.5) = 99
+    advance(1990);  // 1.99 s of 2 s: Int(99.5) = 99
     EXPECT_EQ(snd_.Dmusic_Percentage_Done(), 99);
     advance(2000);
     EXPECT_EQ(snd_.Dmusic_Percentage_Done(), 100);
-    EXPECT_EQ(port_->count(0x90), 4);
-    EXPECT_TRUE(snd_.Midi_IS_Playing);  // never cleared
-}
-
-TEST_F(SoundTest, LoopingPieceKeepsPlayingAndStaysAtAHundred) {
-    ASSERT_TRUE(snd_.INIT_SoundENGINE(1));
-    ASSERT_TRUE(snd_.DMusic_OpenMidi(scale_));
-    ASSERT_TRUE(snd_.DMusic_PlayMidi(true));
-    EXPECT_TRUE(traced("DirectMusicSegment.setRepeats -1"));
-    EXPECT_TRUE(traced("DirectMusicSegment.setLoopPoints 0, 3072"));
-    advance(10'000);
-    EXPECT_EQ(snd_.Dmusic_Percentage_Done(), 100);
-    EXPECT_EQ(port_->count(0x90), 21);  // five passes and the first note of the sixth
 }
 
 TEST_F(SoundTest, PauseResumeDriftsOneTickPerCycle) {
@@ -310,25 +222,6 @@ TEST_F(SoundTest, PauseResumeDriftsOneTickPerCycle) {
     EXPECT_TRUE(traced("DirectMusicSegment.setStartPoint 1538"));
     // Progress counts from the resume point: 1538 ticks is 1.0013 s of 2 s.
     EXPECT_EQ(snd_.Dmusic_Percentage_Done(), 50);
-    // 1534 ticks remain: 998.7 ms.
-    advance(998);
+    advance(998);                            // 1534 ticks remain: 998.7 ms
     EXPECT_EQ(port_->count(0x90), 3);        // the note at 2304 came; none was played twice
-    advance(2);
-    snd_.DMusic_PauseMidi();                 // it ended, so this resumes: 1920 - 1152 + 1538 + 1
-    EXPECT_TRUE(traced("DirectMusicSegment.setStartPoint 2307"));
-}
-
-TEST_F(SoundTest, StopOrPlayAgainStartsOver) {
-    open_and_play();
-    advance(700);
-    ASSERT_TRUE(snd_.DMusic_PlayMidi());
-    EXPECT_EQ(snd_.Dmusic_Percentage_Done(), 0);
-    EXPECT_EQ(port_->count(0x90), 3);  // 0 and 768 of the first play, 0 of the second
-    advance(600);
-    ASSERT_TRUE(snd_.DMusic_PauseMidi());
-    ASSERT_TRUE(snd_.DMusic_StopMidi());  // stopped, not paused
-    tarko::platform::trace().clear();
-    ASSERT_TRUE(snd_.DMusic_PlayMidi());
-    EXPECT_TRUE(traced("DirectMusicSegment.setStartPoint 0"));
-    EXPECT_EQ(snd_.Dmusic_Percentage_Done(), 0);
 }

@@ -65,21 +65,12 @@ constexpr tarko::Long k3d = 242, k2d = 226;
 
 TEST_F(DirectSoundTest, VolumesBecomeGainsAndZIsNegated) {
     auto buf = load(tone_, k3d);
-    // -8750 -> 10^(-4.375) = 4.2170e-5 ; -2000 -> 0.1 ; 0 -> 1
-    for (auto [v, g] : {std::pair{-8750, 4.2169650e-5}, std::pair{-2000, 0.1}, std::pair{0, 1.0}}) {
-        buf->setVolume(v);
-        EXPECT_NEAR(settings().gain, g, g * 1e-5) << v;
-    }
+    buf->setVolume(-8750);  // 10^(-8750/2000) = 10^(-4.375) = 4.2170e-5
+    EXPECT_NEAR(settings().gain, 4.2169650e-5, 4.2169650e-5 * 1e-5);
     auto b3 = buf->getDirectSound3dBuffer();
-    b3->setConeAngles(0, 100, dx::DS3D_IMMEDIATE);
     b3->setConeOutsideVolume(-400, dx::DS3D_IMMEDIATE);
-    EXPECT_EQ(settings().outer_angle, 100.0f);
     EXPECT_NEAR(settings().outer_gain, 0.630957, 1e-6);  // 10^(-400/2000) = 10^-0.2
     EXPECT_EQ(settings().direction, (Vec3{0, 0, -1}));  // cone orientation (0, 0, 1), z negated
-    listener_->setOrientation(0, 0, 1, 0, 1, 0, dx::DS3D_IMMEDIATE);
-    EXPECT_EQ(audio_->last_listener().at, (Vec3{0, 0, -1}));
-    listener_->setRolloffFactor(2.5f, dx::DS3D_IMMEDIATE);  // reaches every 3D buffer
-    EXPECT_EQ(settings().rolloff, 2.5f);
 }
 
 TEST_F(DirectSoundTest, OutOfRangeValuesAndMissingControlsAreRefused) {
@@ -87,71 +78,43 @@ TEST_F(DirectSoundTest, OutOfRangeValuesAndMissingControlsAreRefused) {
     auto b3 = buf->getDirectSound3dBuffer();
     EXPECT_EQ(error_of([&] { buf->setVolume(1); }), platform::DSERR_INVALIDPARAM);
     EXPECT_EQ(error_of([&] { buf->setVolume(-10001); }), platform::DSERR_INVALIDPARAM);
-    EXPECT_EQ(error_of([&] { buf->setVolume(-10000); }), 0);
     EXPECT_THROW(b3->setConeAngles(200, 100, dx::DS3D_IMMEDIATE), tarko::RuntimeError);
-    EXPECT_THROW(b3->setConeAngles(0, 361, dx::DS3D_IMMEDIATE), tarko::RuntimeError);
     EXPECT_THROW(b3->setPosition(NAN, 0, 0, dx::DS3D_IMMEDIATE), tarko::RuntimeError);
-    EXPECT_THROW(b3->setPosition(0, 0, 0, 2), tarko::RuntimeError);  // neither immediate nor deferred
     D3DVECTOR p;
     b3->getPosition(p);
     EXPECT_EQ(p.x, 0.0f);  // the refused calls changed nothing
-
-    auto plain = load(tone_, dx::DSBCAPS_STATIC);
-    EXPECT_EQ(error_of([&] { plain->setVolume(-100); }), platform::DSERR_CONTROLUNAVAIL);
+    EXPECT_EQ(error_of([&] { load(tone_, dx::DSBCAPS_STATIC)->setVolume(-100); }), platform::DSERR_CONTROLUNAVAIL);
     EXPECT_THROW(load(tone_, k2d)->getDirectSound3dBuffer(), tarko::RuntimeError);
-    EXPECT_THROW(buf->getDirectSound3dListener(), tarko::RuntimeError);
-    DSBUFFERDESC not_primary;
-    WAVEFORMATEX fmt;
-    EXPECT_THROW(ds_->createSoundBuffer(not_primary, fmt), tarko::RuntimeError);
 }
 
 TEST_F(DirectSoundTest, DeferredSettingsWaitForTheCommitButImmediateOnesStand) {
     auto b3 = load(tone_, k3d)->getDirectSound3dBuffer();
     listener_->setPosition(1, 2, 3, dx::DS3D_DEFERRED);
-    b3->setPosition(4, 5, 6, dx::DS3D_DEFERRED);
-    b3->setConeOutsideVolume(-100, dx::DS3D_DEFERRED);
-    D3DVECTOR lp;
-    listener_->getPosition(lp);
-    EXPECT_EQ(lp.x, 0.0f);  // still the settings in effect
+    b3->setPosition(1, 1, 1, dx::DS3D_DEFERRED);
+    b3->setPosition(9, 9, 9, dx::DS3D_IMMEDIATE);
     EXPECT_EQ(audio_->last_listener().position, (Vec3{0, 0, 0}));
-    auto other = load(tone_, k3d)->getDirectSound3dBuffer();
-    other->setPosition(1, 1, 1, dx::DS3D_DEFERRED);
-    other->setPosition(9, 9, 9, dx::DS3D_IMMEDIATE);
-
     listener_->commitDeferredSettings();
-    listener_->getPosition(lp);
-    EXPECT_EQ(lp.z, 3.0f);
     EXPECT_EQ(audio_->last_listener().position, (Vec3{1, 2, -3}));
-    EXPECT_EQ(settings().position, (Vec3{4, 5, -6}));
-    EXPECT_EQ(b3->getConeOutsideVolume(), -100);
     D3DVECTOR op;
-    other->getPosition(op);
+    b3->getPosition(op);
     EXPECT_EQ(op.x, 9.0f);  // the later immediate call is not undone
 }
 
-TEST_F(DirectSoundTest, StereoIsFoldedOnlyFor3dAndThe3dInterfaceKeepsTheSource) {
+TEST_F(DirectSoundTest, StereoIsFoldedOnlyFor3d) {
     const auto stereo = write("stereo.wav", make_tone_wav(440, 0.25, 8000, 2));
     load(stereo, k2d);
-    auto buf = load(stereo, k3d);
+    load(stereo, k3d);
     ASSERT_EQ(audio_->created.size(), 2u);
     EXPECT_EQ(audio_->created[0].channels, 2);
     EXPECT_EQ(audio_->created[1].channels, 1);
-    auto b3 = buf->getDirectSound3dBuffer();
-    buf.reset();
-    EXPECT_EQ(audio_->calls.back().what, "apply");
-    b3.reset();
-    EXPECT_EQ(audio_->calls.back().what, "destroy");
 }
 
 TEST_F(DirectSoundTest, StatusFollowsTheClockAndLooping) {
     auto buf = load(tone_, k2d);  // 500 ms
-    EXPECT_EQ(buf->getStatus(), 0);
     buf->play(0);
-    EXPECT_EQ(buf->getStatus(), DSBSTATUS_PLAYING);
     services_.clock().advance(300);
     buf->stop();  // 300 ms in
     services_.clock().advance(1000);
-    EXPECT_EQ(buf->getStatus(), 0);
     buf->play(0);  // resumes: 200 ms left
     services_.clock().advance(199);
     EXPECT_EQ(buf->getStatus(), DSBSTATUS_PLAYING);

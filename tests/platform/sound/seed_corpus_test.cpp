@@ -13,42 +13,44 @@
 #include "platform/sound/wav_writer.h"
 
 using namespace tarko::platform;
+using Bytes = std::vector<std::uint8_t>;
 
 namespace {
 
 struct Seed {
     std::string name;
-    std::vector<std::uint8_t> bytes;
+    Bytes bytes;
     std::size_t size;  // sample frames or music ticks; 0 when the reader refuses it
 };
 
+// A chunk inserted after "fmt ", with the RIFF size fixed up.
+Bytes with_chunk(Bytes wav, const Bytes& chunk) {
+    wav.insert(wav.begin() + 36, chunk.begin(), chunk.end());
+    wav[4] = static_cast<std::uint8_t>(wav.size() - 8);
+    return wav;
+}
+
 std::vector<Seed> wav_seeds() {
     // mono16: 0.005 s * 8000 Hz = 40 frames; stereo16: 0.004 * 11025 = 44.1, 44 whole frames.
-    std::vector<Seed> s;
-    s.push_back({"mono8.wav", sound::make_wav(1, 8000, 8, {128, 200, 56, 128, 255, 0}), 6});
-    s.push_back({"mono16.wav", sound::make_tone_wav(440, 0.005, 8000), 40});
-    s.push_back({"stereo8.wav", sound::make_wav(2, 11025, 8, {1, 2, 3, 4, 5, 6}), 3});
-    s.push_back({"stereo16.wav", sound::make_tone_wav(220, 0.004, 11025, 2), 44});
-    auto odd = sound::make_wav(1, 8000, 8, {1, 2, 3});  // odd data size with its pad byte
-    s.push_back({"odd_pad.wav", odd, 3});
-    auto list = sound::make_wav(1, 8000, 16, {0, 1, 2, 3});
-    const std::vector<std::uint8_t> chunk = {'L', 'I', 'S', 'T', 4, 0, 0, 0, 'I', 'N', 'F', 'O'};
-    list.insert(list.begin() + 36, chunk.begin(), chunk.end());
-    list[4] = static_cast<std::uint8_t>(list.size() - 8);
-    s.push_back({"list_chunk.wav", list, 2});
-    auto ext = sound::make_wav(2, 8000, 16, {0, 1, 2, 3});
-    const std::vector<std::uint8_t> tail = {22, 0, 16, 0, 3, 0, 0, 0, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00,
-                                            0x10, 0x00, 0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
-    ext.insert(ext.begin() + 36, tail.begin(), tail.end());
+    // extensible: fmt grown to 40 bytes with tag 0xFFFE and the PCM sub-format.
+    auto ext = with_chunk(sound::make_wav(2, 8000, 16, {0, 1, 2, 3}),
+                          {22, 0, 16, 0, 3, 0, 0, 0, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80, 0x00,
+                           0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71});
     ext[16] = 40;
     ext[20] = 0xFE;
     ext[21] = 0xFF;
-    ext[4] = static_cast<std::uint8_t>(ext.size() - 8);
-    s.push_back({"extensible.wav", ext, 1});
     auto cut = sound::make_tone_wav(440, 0.005, 8000);
     cut.resize(cut.size() - 9);
-    s.push_back({"truncated.wav", cut, 0});
-    return s;
+    return {{"mono8.wav", sound::make_wav(1, 8000, 8, {128, 200, 56, 128, 255, 0}), 6},
+            {"mono16.wav", sound::make_tone_wav(440, 0.005, 8000), 40},
+            {"stereo8.wav", sound::make_wav(2, 11025, 8, {1, 2, 3, 4, 5, 6}), 3},
+            {"stereo16.wav", sound::make_tone_wav(220, 0.004, 11025, 2), 44},
+            {"odd_pad.wav", sound::make_wav(1, 8000, 8, {1, 2, 3}), 3},  // odd data size with its pad byte
+            {"list_chunk.wav",
+             with_chunk(sound::make_wav(1, 8000, 16, {0, 1, 2, 3}), {'L', 'I', 'S', 'T', 4, 0, 0, 0, 'I', 'N', 'F', 'O'}),
+             2},
+            {"extensible.wav", ext, 1},
+            {"truncated.wav", cut, 0}};
 }
 
 std::vector<Seed> midi_seeds() {
@@ -56,33 +58,21 @@ std::vector<Seed> midi_seeds() {
     // Music ticks are 768 a quarter: 8 quarters = 6144; at division 96 one tick is 8, so
     // 48 + 48 + 10 = 106 ticks is 848 and 192 + 96 = 288 is 2304; SMPTE 25 * 40 = 1000
     // ticks a second at the fixed 120 bpm: 500 ticks = 0.5 s = one quarter.
-    std::vector<Seed> s;
-    s.push_back({"scale_format1.mid", music::make_scale_smf(8, 500000, 96), 6144});
-    SmfTrackWriter zero;
+    SmfTrackWriter zero, meta, smpte, open;
     zero.program(0, 0, 19).note_on(0, 0, 60, 100).raw(48, {64, 100}).raw(48, {60, 0}).raw(0, {64, 0}).end(10);
-    s.push_back({"running_status_format0.mid", music::make_smf(0, 96, {zero}), 848});
-    SmfTrackWriter meta;
-    meta.raw(0, {0xFF, 0x03, 0x04, 'T', 'u', 'n', 'e'})
-        .sysex(0, {0x7E, 0x7F, 0x09, 0x01, 0xF7})
-        .time_signature(0, 3, 2)
-        .tempo(0, 600000)
-        .controller(0, 1, 7, 100)
-        .note_on(0, 1, 48, 80)
-        .raw(0, {0xE1, 0x00, 0x50})
-        .note_off(192, 1, 48)
-        .tempo(0, 300000)
-        .end(96);
-    s.push_back({"meta_sysex_tempo.mid", music::make_smf(0, 96, {meta}), 2304});
-    SmfTrackWriter smpte;
+    meta.raw(0, {0xFF, 0x03, 0x04, 'T', 'u', 'n', 'e'}).sysex(0, {0x7E, 0x7F, 0x09, 0x01, 0xF7});
+    meta.time_signature(0, 3, 2).tempo(0, 600000).controller(0, 1, 7, 100).note_on(0, 1, 48, 80);
+    meta.raw(0, {0xE1, 0x00, 0x50}).note_off(192, 1, 48).tempo(0, 300000).end(96);
     smpte.note_on(0, 0, 72, 90).note_off(500, 0, 72).end();
     auto smpte_bytes = music::make_smf(0, 0, {smpte});
     smpte_bytes[12] = static_cast<std::uint8_t>(-25);
     smpte_bytes[13] = 40;
-    s.push_back({"smpte.mid", smpte_bytes, 768});
-    SmfTrackWriter open;
     open.note_on(0, 0, 60, 100).note_off(96, 0, 60);
-    s.push_back({"missing_end.mid", music::make_smf(0, 96, {open}), 0});
-    return s;
+    return {{"scale_format1.mid", music::make_scale_smf(8, 500000, 96), 6144},
+            {"running_status_format0.mid", music::make_smf(0, 96, {zero}), 848},
+            {"meta_sysex_tempo.mid", music::make_smf(0, 96, {meta}), 2304},
+            {"smpte.mid", smpte_bytes, 768},
+            {"missing_end.mid", music::make_smf(0, 96, {open}), 0}};
 }
 
 void write_all(const std::filesystem::path& dir, const std::vector<Seed>& seeds) {
@@ -96,16 +86,12 @@ void write_all(const std::filesystem::path& dir, const std::vector<Seed>& seeds)
 
 TEST(SeedCorpus, SeedsParseToTheirSizeOrAreRefused) {
     for (const auto& seed : wav_seeds()) {
-        if (seed.size)
-            EXPECT_EQ(sound::parse_wav(seed.bytes).frames(), seed.size) << seed.name;
-        else
-            EXPECT_THROW(sound::parse_wav(seed.bytes), sound::WavError) << seed.name;
+        if (seed.size) EXPECT_EQ(sound::parse_wav(seed.bytes).frames(), seed.size) << seed.name;
+        else EXPECT_THROW(sound::parse_wav(seed.bytes), sound::WavError) << seed.name;
     }
     for (const auto& seed : midi_seeds()) {
-        if (seed.size)
-            EXPECT_EQ(static_cast<std::size_t>(music::parse_smf(seed.bytes).length), seed.size) << seed.name;
-        else
-            EXPECT_THROW(music::parse_smf(seed.bytes), music::SmfError) << seed.name;
+        if (seed.size) EXPECT_EQ(static_cast<std::size_t>(music::parse_smf(seed.bytes).length), seed.size) << seed.name;
+        else EXPECT_THROW(music::parse_smf(seed.bytes), music::SmfError) << seed.name;
     }
     if (const char* dir = std::getenv("TARKO_WRITE_SEEDS")) {
         write_all(std::filesystem::path(dir) / "wav", wav_seeds());
