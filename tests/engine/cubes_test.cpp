@@ -1,8 +1,7 @@
 // Cube builders, RenderCUBE's draw calls, and lit, textured, fogged cubes
-// rendered headless at 160x120. Geometry used below. Start-up projection: field of view
-// 3.1456978454 / 4 = 0.786424 rad, so s = cot(0.393212) = 2.41072 on both
-// axes (square aspect), near 1. On a 160x120 viewport a point at eye depth d
-// lands on column 80 + 80 s x / d and row 60 - 60 s y / d.
+// rendered headless at 160x120. Start-up field of view 3.1456978454 / 4 =
+// 0.786424 rad, so s = cot(0.393212) = 2.41072 on both axes, near 1: a point
+// at eye depth d lands on column 80 + 80 s x / d and row 60 - 60 s y / d.
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -27,8 +26,6 @@ int blue(std::uint32_t c) { return static_cast<int>(c & 255); }
 
 }  // namespace
 
-// ---- the builders as the engine offers them (no device needed)
-
 class CubeBuilders : public EngineFixture {};
 
 TEST_F(CubeBuilders, CreateCubeIsCreateCubeEXWithDefaultTilesAndEXHalvesEachAxis) {
@@ -46,8 +43,6 @@ TEST_F(CubeBuilders, CreateCubeIsCreateCubeEXWithDefaultTilesAndEXHalvesEachAxis
     EXPECT_EQ(a(19).tu, 3.0f);
     EXPECT_EQ(a(19).tv, 0.5f);
 }
-
-// ---- drawing
 
 class Cubes : public EngineFixture {
 protected:
@@ -69,26 +64,23 @@ protected:
         engine.ADD_light(D3DLIGHT_DIRECTIONAL, D3DVECTOR{0, 0, 0}, D3DCOLORVALUE{0, 0, 0, 0},
                          D3DCOLORVALUE{1, 1, 1, 1}, 0, direction);
     }
-    // A texture of the device's first format, texel (x, y) = argb(x, y).
-    Ref<DirectDrawSurface7> texture(int w, int h, const std::function<std::uint32_t(int, int)>& argb) {
+    // A 4 x 4 texture of one opaque colour in the device's first format.
+    Ref<DirectDrawSurface7> plain(std::uint32_t rgb) {
         DDPIXELFORMAT pf;
         engine.D3D_DEV->getTextureFormatsEnum()->getItem(1, pf);
         DDSURFACEDESC2 desc;
         desc.lFlags = dx::DDSD_CAPS | dx::DDSD_WIDTH | dx::DDSD_HEIGHT | dx::DDSD_PIXELFORMAT;
         desc.ddsCaps.lCaps = dx::DDSCAPS_TEXTURE;
-        desc.lWidth = w;
-        desc.lHeight = h;
+        desc.lWidth = desc.lHeight = 4;
         desc.ddpfPixelFormat = pf;
         auto tex = engine.ddraw->createSurface(desc);
         const platform::PixelFormat format(pf);
         tex->lock(RECT{}, desc, 0, 0);
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x) tex->setLockedPixel(x, y, static_cast<Long>(format.from_argb(argb(x, y))));
+        const auto texel = static_cast<Long>(format.from_argb(0xFF000000u | rgb));
+        for (int y = 0; y < 4; ++y)
+            for (int x = 0; x < 4; ++x) tex->setLockedPixel(x, y, texel);
         tex->unlock(RECT{});
         return tex;
-    }
-    Ref<DirectDrawSurface7> plain(std::uint32_t rgb) {
-        return texture(4, 4, [rgb](int, int) { return 0xFF000000u | rgb; });
     }
     void frame(const std::function<void()>& draw) {
         engine.Clear_3D();
