@@ -70,13 +70,9 @@ TEST(Surfaces, RowsReadForPresentsMatchTheFormatsOwnConversion) {
     // Every 16-bit value, and 32-bit values with the alpha byte set.
     auto s565 = make_surface(256, 256, PixelFormat::r5g6b5());
     auto s32 = make_surface(64, 2, PixelFormat::a8r8g8b8());
-    auto s555 = make_surface(64, 2, PixelFormat::x1r5g5b5());
     for (int i = 0; i < 65536; ++i) s565->set_raw(i % 256, i / 256, static_cast<std::uint32_t>(i));
-    for (int i = 0; i < 128; ++i) {
-        s32->set_raw(i % 64, i / 64, 0x9E3779B9u * static_cast<std::uint32_t>(i + 1));
-        s555->set_raw(i % 64, i / 64, static_cast<std::uint32_t>(i * 517));
-    }
-    for (const auto* s : {&s565, &s32, &s555}) {
+    for (int i = 0; i < 128; ++i) s32->set_raw(i % 64, i / 64, 0x9E3779B9u * static_cast<std::uint32_t>(i + 1));
+    for (const auto* s : {&s565, &s32}) {
         const auto& surface = **s;
         const platform::Frame f = surface.to_frame();
         for (int y = 0; y < surface.height(); ++y)
@@ -143,10 +139,8 @@ TEST_F(DrawObject, BadArgumentsRaiseTheDrawStatus) {
     DDSURFACEDESC2 d;
     d.lFlags = 7;
     d.ddsCaps.lCaps = 64;
-    d.lWidth = 0;
-    d.lHeight = 10;
-    EXPECT_EQ(error_of([&] { dd.createSurface(d); }), platform::DDERR_INVALIDPARAMS);
     d.lWidth = 100000;
+    d.lHeight = 10;
     EXPECT_EQ(error_of([&] { dd.createSurface(d); }), platform::DDERR_INVALIDPARAMS);
 }
 
