@@ -54,8 +54,7 @@ TEST(Surfaces, SameSizeBlitCopiesRowsCutAtTheDestinationsEdges) {
     for (int y = 0; y < 4; ++y)
         for (int x = 0; x < 5; ++x) src->set_raw(x, y, static_cast<std::uint32_t>(0x1000 * y + x + 1));
     auto dst = make_surface(6, 3, PixelFormat::r5g6b5());
-    // Three columns and one row hang over the right and bottom edges, one
-    // column over the left: only the pixels inside are written.
+    // One column hangs over the left edge, three and a row over the right and bottom.
     EXPECT_EQ(dst->blt(RECT{-1, 0, 4, 4}, src, RECT{}, 0), 0);
     for (int y = 0; y < 3; ++y)
         for (int x = 0; x < 6; ++x)

@@ -1,6 +1,5 @@
 // Performances on the recording port, with the music clock driven by a
-// ManualClock: 120 bpm is 768 ticks per 500 ms, 1.536 ticks per millisecond.
-// One test renders through FluidSynth into memory.
+// ManualClock (120 bpm is 768 ticks per 500 ms), and one through FluidSynth.
 #include <gtest/gtest.h>
 
 #include <cmath>
