@@ -36,13 +36,10 @@ struct Scene {
     // bits (0: none), cleared to black and z 1, culling off.
     Scene(int w, int h, const PixelFormat& f = PixelFormat::x8r8g8b8(), int zbits = 16) {
         target = make_surface(w, h, f, dx::DDSCAPS_OFFSCREENPLAIN | dx::DDSCAPS_3DDEVICE);
-        if (zbits) {
-            z = make_surface(w, h, PixelFormat::z(zbits), dx::DDSCAPS_ZBUFFER);
-            target->addAttachedSurface(z);
-        }
+        if (zbits) target->addAttachedSurface(z = make_surface(w, h, PixelFormat::z(zbits), dx::DDSCAPS_ZBUFFER));
         dev = std::make_unique<Direct3DDevice7>(platform::kRgbGuid, target);
         dev->set_thread_count(1);
-        dev->clear(0, {}, dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, 0, 1.0f, 0);
+        reset();
         dev->setRenderState(dx::D3DRENDERSTATE_CULLMODE, dx::D3DCULL_NONE);
     }
     void reset() { dev->clear(0, {}, dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, 0, 1.0f, 0); }
@@ -65,9 +62,9 @@ struct Scene {
         dev->lightEnable(index, true);
     }
     std::uint32_t argb(int x, int y) const { return target->argb_at(x, y) & 0xFFFFFFu; }
-    int red(int x, int y) const { return static_cast<int>((argb(x, y) >> 16) & 255); }
-    int green(int x, int y) const { return static_cast<int>((argb(x, y) >> 8) & 255); }
-    int blue(int x, int y) const { return static_cast<int>(argb(x, y) & 255); }
+    int channel(int x, int y, int shift) const { return static_cast<int>((argb(x, y) >> shift) & 255); }
+    int red(int x, int y) const { return channel(x, y, 16); }
+    int green(int x, int y) const { return channel(x, y, 8); }
     std::vector<std::uint32_t> pixels() const {
         std::vector<std::uint32_t> p;
         for (int y = 0; y < target->height(); ++y)
@@ -113,8 +110,7 @@ inline D3DVERTEX vtx(float x, float y, float z, float nx, float ny, float nz, fl
 
 inline D3DMATRIX identity() {
     D3DMATRIX m;
-    m.rc11 = m.rc22 = m.rc33 = m.rc44 = 1;
-    return m;
+    return m.rc11 = m.rc22 = m.rc33 = m.rc44 = 1, m;
 }
 
 // A texture of the given 32-bit ARGB texels.

@@ -33,10 +33,11 @@ constexpr int kTolerance = 3;
 #define GL_FUNCTIONS(X)                                                                                        \
     X(glViewport) X(glClearColor) X(glClear) X(glMatrixMode) X(glLoadMatrixf) X(glLoadIdentity) X(glBegin)      \
     X(glEnd) X(glColor4ub) X(glVertex4f) X(glVertex3f) X(glNormal3f) X(glTexCoord2f) X(glEnable) X(glDisable) \
-    X(glBlendFunc) X(glLightfv) X(glLightModelfv) X(glMaterialfv) X(glFogi) X(glFogf) X(glFogfv)              \
+    X(glBlendFunc) X(glLightfv) X(glMaterialfv) X(glFogi) X(glFogf) X(glFogfv)              \
     X(glGenTextures) X(glBindTexture) X(glTexImage2D) X(glTexParameteri) X(glTexEnvi) X(glReadPixels)         \
     X(glFinish) X(glGenFramebuffers) X(glBindFramebuffer) X(glGenRenderbuffers) X(glBindRenderbuffer)         \
-    X(glRenderbufferStorage) X(glFramebufferRenderbuffer) X(glCheckFramebufferStatus)
+    X(glRenderbufferStorage) X(glFramebufferRenderbuffer) X(glCheckFramebufferStatus) X(eglGetPlatformDisplay)   \
+    X(eglInitialize) X(eglBindAPI) X(eglChooseConfig) X(eglCreateContext) X(eglMakeCurrent)
 
 struct Gl {
     bool ok = false;
@@ -55,32 +56,21 @@ struct Gl {
             f = p ? reinterpret_cast<F>(p) : reinterpret_cast<F>(proc(n));
             all = all && f;
         };
-        decltype(&eglGetPlatformDisplay) get_display;
-        decltype(&eglInitialize) initialize;
-        decltype(&eglBindAPI) bind_api;
-        decltype(&eglChooseConfig) choose;
-        decltype(&eglCreateContext) create;
-        decltype(&eglMakeCurrent) make_current;
-        load(get_display, "eglGetPlatformDisplay"), load(initialize, "eglInitialize"), load(bind_api, "eglBindAPI");
-        load(choose, "eglChooseConfig"), load(create, "eglCreateContext"), load(make_current, "eglMakeCurrent");
+#define LOAD_GL_FUNCTION(name) load(name, #name);
+        GL_FUNCTIONS(LOAD_GL_FUNCTION)  // GL's entry points resolve without a context in Mesa
         if (!all) return;
-        EGLDisplay dpy = get_display(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
+        EGLDisplay dpy = eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
         const EGLint attrs[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_SURFACE_TYPE, 0, EGL_NONE};
         EGLConfig config;
         EGLint n = 0;
-        if (dpy == EGL_NO_DISPLAY || !initialize(dpy, &n, &n) || !bind_api(EGL_OPENGL_API) ||
-            !choose(dpy, attrs, &config, 1, &n) || n < 1)
+        if (dpy == EGL_NO_DISPLAY || !eglInitialize(dpy, &n, &n) || !eglBindAPI(EGL_OPENGL_API) ||
+            !eglChooseConfig(dpy, attrs, &config, 1, &n) || n < 1)
             return;
-        EGLContext ctx = create(dpy, config, EGL_NO_CONTEXT, nullptr);
-        if (ctx == EGL_NO_CONTEXT || !make_current(dpy, EGL_NO_SURFACE, EGL_NO_SURFACE, ctx)) return;
-#define LOAD_GL_FUNCTION(name) load(name, #name);
-        GL_FUNCTIONS(LOAD_GL_FUNCTION)
-        if (!all) return;
+        EGLContext ctx = eglCreateContext(dpy, config, EGL_NO_CONTEXT, nullptr);
+        if (ctx == EGL_NO_CONTEXT || !eglMakeCurrent(dpy, EGL_NO_SURFACE, EGL_NO_SURFACE, ctx)) return;
         GLuint fbo = 0, rb = 0;
-        glGenFramebuffers(1, &fbo);
-        glBindFramebuffer(GL_FRAMEBUFFER, fbo);
-        glGenRenderbuffers(1, &rb);
-        glBindRenderbuffer(GL_RENDERBUFFER, rb);
+        glGenFramebuffers(1, &fbo), glBindFramebuffer(GL_FRAMEBUFFER, fbo);
+        glGenRenderbuffers(1, &rb), glBindRenderbuffer(GL_RENDERBUFFER, rb);
         glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, kW, kH);
         glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, rb);
         ok = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
@@ -126,22 +116,10 @@ Gl& gl() {
     if (!gl().ok) GTEST_SKIP() << "no EGL/GL (Mesa llvmpipe) context available";    \
     auto& g = gl()
 
-D3DMATRIX perspective(float fov) {  // near 1, far 50
-    D3DMATRIX p;
-    dxmath::projectionMatrix(p, 1, 50, fov);
-    return p;
-}
-
 std::array<float, 4> rgba(const D3DCOLORVALUE& c) { return {c.r, c.g, c.b, c.a}; }
 
 using Point = std::pair<double, double>;
 using Triangle = std::array<Point, 3>;
-
-// Where a camera-space point lands on screen under a projection with no
-// off-diagonal terms but w = z.
-Point on_screen(const D3DMATRIX& p, double x, double y, double z) {
-    return {(x * p.rc11 / z + 1) * kW / 2, (1 - y * p.rc22 / z) * kH / 2};
-}
 
 // Compares pixels at least two away from every edge of the listed screen triangles.
 void expect_close(const Scene& s, const std::vector<std::uint32_t>& ref, const std::vector<Triangle>& tris) {
@@ -177,12 +155,13 @@ void expect_close(const Scene& s, const std::vector<std::uint32_t>& ref, const s
 
 }  // namespace
 
-TEST(MesaCrossCheck, LitPerspectiveQuadWithDirectionalLight) {
+TEST(MesaCrossCheck, LitPerspectiveQuadWithAndWithoutLinearFog) {
     REQUIRE_GL();
     // A quad tilted in depth with a different normal at each corner. GL's
     // defaults match the device's here: global ambient 0.2, no emission or
     // specular, no light ambient.
-    const D3DMATRIX proj = perspective(static_cast<float>(std::numbers::pi / 3));
+    D3DMATRIX proj;
+    dxmath::projectionMatrix(proj, 1, 50, static_cast<float>(std::numbers::pi / 3));
     const float pos[4][3] = {{-2, -1.5f, 4}, {-2, 1.5f, 6}, {2, -1.5f, 4}, {2, 1.5f, 6}};
     float nrm[4][3] = {{-0.3f, -0.2f, -1}, {-0.2f, 0.4f, -1}, {0.5f, -0.1f, -1}, {0.1f, 0.3f, -1}};
     for (auto& n : nrm) {
@@ -192,31 +171,38 @@ TEST(MesaCrossCheck, LitPerspectiveQuadWithDirectionalLight) {
     const D3DMATERIAL7 m{.diffuse = {0.9f, 0.6f, 0.3f, 1}, .ambient = {0.5f, 0.5f, 1, 1}};
     const D3DLIGHT7 l{.dltType = D3DLIGHT_DIRECTIONAL, .diffuse = {1, 0.9f, 0.8f, 1}, .direction = {0.4f, -0.5f, 0.77f}};
     const float gl_dir[4] = {-l.direction.x, -l.direction.y, -l.direction.z, 0};  // GL names the way to the light
-    g.start(proj);
-    g.glEnable(GL_LIGHTING);
-    g.glEnable(GL_LIGHT0);
-    g.glLightfv(GL_LIGHT0, GL_POSITION, gl_dir);
-    g.glLightfv(GL_LIGHT0, GL_DIFFUSE, rgba(l.diffuse).data());
-    g.glMaterialfv(GL_FRONT_AND_BACK, GL_DIFFUSE, rgba(m.diffuse).data());
-    g.glMaterialfv(GL_FRONT_AND_BACK, GL_AMBIENT, rgba(m.ambient).data());
-    g.glBegin(GL_TRIANGLE_STRIP);
-    for (auto i = 0; i < 4; ++i) g.glNormal3f(nrm[i][0], nrm[i][1], nrm[i][2]), g.glVertex3f(pos[i][0], pos[i][1], pos[i][2]);
-    g.glEnd();
-    g.glDisable(GL_LIGHTING);
+    const float fog[4] = {0.2f, 0.4f, 1.0f, 1};
+    for (bool fogged : {false, true}) {
+        g.start(proj);
+        g.glEnable(GL_LIGHTING), g.glEnable(GL_LIGHT0);
+        if (fogged) g.glEnable(GL_FOG), g.glFogi(GL_FOG_MODE, GL_LINEAR), g.glFogfv(GL_FOG_COLOR, fog);
+        g.glFogf(GL_FOG_START, 2), g.glFogf(GL_FOG_END, 12);
+        g.glLightfv(GL_LIGHT0, GL_POSITION, gl_dir);
+        g.glLightfv(GL_LIGHT0, GL_DIFFUSE, rgba(l.diffuse).data());
+        g.glMaterialfv(GL_FRONT_AND_BACK, GL_DIFFUSE, rgba(m.diffuse).data());
+        g.glMaterialfv(GL_FRONT_AND_BACK, GL_AMBIENT, rgba(m.ambient).data());
+        g.glBegin(GL_TRIANGLE_STRIP);
+        for (auto i = 0; i < 4; ++i) g.glNormal3f(nrm[i][0], nrm[i][1], nrm[i][2]), g.glVertex3f(pos[i][0], pos[i][1], pos[i][2]);
+        g.glEnd();
+        g.glDisable(GL_LIGHTING), g.glDisable(GL_FOG);
 
-    Scene s(kW, kH, PixelFormat::x8r8g8b8(), 0);
-    s.dev->setTransform(dx::D3DTRANSFORMSTATE_PROJECTION, proj);
-    s.dev->setMaterial(m);
-    s.states({{dx::D3DRENDERSTATE_AMBIENT, 0x00333333}});  // 51/255 = 0.2
-    s.light(0, l);
-    std::vector<D3DVERTEX> q;
-    Point sp[4];
-    for (int i = 0; i < 4; ++i) {
-        q.push_back(vtx(pos[i][0], pos[i][1], pos[i][2], nrm[i][0], nrm[i][1], nrm[i][2]));
-        sp[i] = on_screen(proj, pos[i][0], pos[i][1], pos[i][2]);
+        Scene s(kW, kH, PixelFormat::x8r8g8b8(), 0);
+        s.dev->setTransform(dx::D3DTRANSFORMSTATE_PROJECTION, proj);
+        s.dev->setMaterial(m);
+        s.states({{dx::D3DRENDERSTATE_AMBIENT, 0x00333333}, {dx::D3DRENDERSTATE_FOGENABLE, fogged},  // 51/255 = 0.2
+                  {dx::D3DRENDERSTATE_FOGVERTEXMODE, dx::D3DFOG_LINEAR}, {dx::D3DRENDERSTATE_FOGCOLOR, 0x003366FF}});
+        s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGSTART, 2);
+        s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGEND, 12);
+        s.light(0, l);
+        std::vector<D3DVERTEX> q;
+        Point sp[4];
+        for (int i = 0; i < 4; ++i) {
+            q.push_back(vtx(pos[i][0], pos[i][1], pos[i][2], nrm[i][0], nrm[i][1], nrm[i][2]));
+            sp[i] = {(pos[i][0] * proj.rc11 / pos[i][2] + 1) * kW / 2, (1 - pos[i][1] * proj.rc22 / pos[i][2]) * kH / 2};
+        }
+        s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_VERTEX, q);
+        expect_close(s, g.read(), {{sp[0], sp[1], sp[2]}, {sp[1], sp[3], sp[2]}});
     }
-    s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_VERTEX, q);
-    expect_close(s, g.read(), {{sp[0], sp[1], sp[2]}, {sp[1], sp[3], sp[2]}});
 }
 
 TEST(MesaCrossCheck, BilinearTextureWithPerspectiveAndAlphaBlend) {
@@ -224,13 +210,11 @@ TEST(MesaCrossCheck, BilinearTextureWithPerspectiveAndAlphaBlend) {
     // 4 x 4 texture, smooth enough that rounding of coordinates moves little.
     std::vector<std::uint32_t> texels;
     std::vector<std::uint8_t> bytes;
-    for (int y = 0; y < 4; ++y)
-        for (int x = 0; x < 4; ++x) {
-            const std::uint8_t r = static_cast<std::uint8_t>(40 + 50 * x), gr = static_cast<std::uint8_t>(30 + 60 * y),
-                               b = static_cast<std::uint8_t>(200 - 30 * x);
-            texels.push_back(0xFF000000u | r << 16 | gr << 8 | b);
-            bytes.insert(bytes.end(), {r, gr, b, 255});
-        }
+    for (int i = 0; i < 16; ++i) {
+        const int r = 40 + 50 * (i % 4), gr = 30 + 60 * (i / 4), b = 200 - 30 * (i % 4);
+        texels.push_back(static_cast<std::uint32_t>(0xFF000000 | r << 16 | gr << 8 | b));
+        bytes.insert(bytes.end(), {static_cast<std::uint8_t>(r), static_cast<std::uint8_t>(gr), static_cast<std::uint8_t>(b), 255});
+    }
     const float xs[4] = {8, 10, 88, 80}, ys[4] = {66, 6, 60, 10}, rhw[4] = {1, 0.5f, 0.8f, 0.3f};
     const float us[4] = {0, 0, 2, 2}, vs[4] = {2, 0, 2, 0};
     const std::uint32_t bg = 0xFF305070;
@@ -247,19 +231,14 @@ TEST(MesaCrossCheck, BilinearTextureWithPerspectiveAndAlphaBlend) {
     D3DMATRIX screen;
     screen.rc11 = 2.0f / kW, screen.rc22 = -2.0f / kH, screen.rc33 = 1, screen.rc44 = 1, screen.rc41 = -1, screen.rc42 = 1;
     g.start(screen, bg);
-    g.glEnable(GL_TEXTURE_2D);
-    g.glEnable(GL_BLEND);
+    g.glEnable(GL_TEXTURE_2D), g.glEnable(GL_BLEND);
     g.glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     g.glBegin(GL_TRIANGLE_STRIP);
-    for (int i = 0; i < 4; ++i) {
-        const float w = 1 / rhw[i];
-        g.glColor4ub(255, 255, 255, alpha);
-        g.glTexCoord2f(us[i], vs[i]);
-        g.glVertex4f(xs[i] * w, ys[i] * w, 0.5f * w, w);
-    }
+    g.glColor4ub(255, 255, 255, alpha);
+    for (int i = 0; i < 4; ++i)
+        g.glTexCoord2f(us[i], vs[i]), g.glVertex4f(xs[i] / rhw[i], ys[i] / rhw[i], 0.5f / rhw[i], 1 / rhw[i]);
     g.glEnd();
-    g.glDisable(GL_BLEND);
-    g.glDisable(GL_TEXTURE_2D);
+    g.glDisable(GL_BLEND), g.glDisable(GL_TEXTURE_2D);
 
     Scene s(kW, kH, PixelFormat::x8r8g8b8(), 0);
     s.dev->clear(0, {}, dx::D3DCLEAR_TARGET, static_cast<Long>(bg), 1, 0);
@@ -273,38 +252,6 @@ TEST(MesaCrossCheck, BilinearTextureWithPerspectiveAndAlphaBlend) {
     s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, q);
     expect_close(s, g.read(), {{{{xs[0], ys[0]}, {xs[1], ys[1]}, {xs[2], ys[2]}}},
                                {{{xs[1], ys[1]}, {xs[3], ys[3]}, {xs[2], ys[2]}}}});
-}
-
-TEST(MesaCrossCheck, LinearFogAtConstantDepth) {
-    REQUIRE_GL();
-    const D3DMATRIX proj = perspective(static_cast<float>(std::numbers::pi / 2));
-    const float fog[4] = {0.2f, 0.4f, 1.0f, 1}, p[3][2] = {{-4, -3}, {0, 4}, {4, -3}};
-    g.start(proj);
-    g.glEnable(GL_FOG);
-    g.glFogi(GL_FOG_MODE, GL_LINEAR);
-    g.glFogf(GL_FOG_START, 2);
-    g.glFogf(GL_FOG_END, 12);
-    g.glFogfv(GL_FOG_COLOR, fog);
-    g.glColor4ub(255, 128, 0, 255);
-    g.glBegin(GL_TRIANGLES);
-    for (auto& v : p) g.glVertex3f(v[0], v[1], 5);
-    g.glEnd();
-    g.glDisable(GL_FOG);
-
-    Scene s(kW, kH, PixelFormat::x8r8g8b8(), 0);
-    s.dev->setTransform(dx::D3DTRANSFORMSTATE_PROJECTION, proj);
-    s.states({{dx::D3DRENDERSTATE_LIGHTING, 0}, {dx::D3DRENDERSTATE_FOGENABLE, 1},
-              {dx::D3DRENDERSTATE_FOGVERTEXMODE, dx::D3DFOG_LINEAR}, {dx::D3DRENDERSTATE_FOGCOLOR, 0x003366FF}});
-    s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGSTART, 2);
-    s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGEND, 12);
-    std::vector<D3DLVERTEX> t(3);
-    Triangle sp;
-    for (std::size_t i = 0; i < 3; ++i) {
-        t[i].x = p[i][0], t[i].y = p[i][1], t[i].z = 5, t[i].color = static_cast<std::int32_t>(0xFFFF8000);
-        sp[i] = on_screen(proj, p[i][0], p[i][1], 5);
-    }
-    s.draw(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_LVERTEX, t);
-    expect_close(s, g.read(), {sp});
 }
 
 #else
