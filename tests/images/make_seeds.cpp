@@ -4,19 +4,20 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <string>
 
 #include "images/image_files.h"
 #include "platform/image/jpeg_writer.h"
 
 namespace fs = std::filesystem;
-using tarko::test::Bytes;
+using namespace tarko::test;
 
 namespace {
 
-void save(const fs::path& folder, const std::string& name, const Bytes& bytes) {
-    fs::create_directories(folder);
-    std::ofstream(folder / name, std::ios::binary)
+fs::path root;
+
+void save(const char* folder, const char* name, const Bytes& bytes) {
+    fs::create_directories(root / folder);
+    std::ofstream(root / folder / name, std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
@@ -35,33 +36,29 @@ int main(int argc, char** argv) {
         std::cerr << "usage: make_image_seeds <fuzz/corpus folder>\n";
         return 2;
     }
-    const fs::path root = argv[1];
-
+    root = argv[1];
     // PCX: a run crossing a row end, an odd-width 16-row image of runs, 24-bit, no marker.
-    save(root / "pcx", "run_cut.pcx", tarko::test::pcx8(5, 2, 6, {1, 2, 0xC0 | 10, 9, 7, 0xC0 | 6, 4}));
+    save("pcx", "run_cut.pcx", pcx8(5, 2, 6, {1, 2, 0xC0 | 10, 9, 7, 0xC0 | 6, 4}));
     Bytes runs;
-    for (int y = 0; y < 16; ++y) runs.insert(runs.end(), {static_cast<std::uint8_t>(0xC0 | 7), static_cast<std::uint8_t>(y * 9), 5, 0xC1, 200});
-    save(root / "pcx", "odd_rows.pcx", tarko::test::pcx8(9, 16, 9, runs));
-    save(root / "pcx", "rgb24.pcx", tarko::test::pcx24(2, 2, 2, {0xC0, 0xFF, 10, 20, 30, 40, 50, 60, 0xC6, 7}));
-    save(root / "pcx", "no_marker.pcx", tarko::test::pcx8(2, 1, 2, {1, 2}, 11));
-
-    // TGA: run-length 3 x 2, raw with an id field, raw odd width.
-    save(root / "tga", "rle_3x2.tga", tarko::test::tga(10, 3, 2, {0x82, 1, 2, 3, 0x02, 4, 5, 6, 7, 8, 9, 10, 11, 12}));
-    save(root / "tga", "raw_id.tga", tarko::test::tga(2, 2, 2, Bytes(12, 0x40), 24, 3));
+    for (int y = 0; y < 16; ++y) append(runs, {0xC0 | 7, static_cast<std::uint8_t>(y * 9), 5, 0xC1, 200});
+    save("pcx", "odd_rows.pcx", pcx8(9, 16, 9, runs));
+    save("pcx", "rgb24.pcx", pcx24(2, 2, 2, {0xC0, 0xFF, 10, 20, 30, 40, 50, 60, 0xC6, 7}));
+    save("pcx", "no_marker.pcx", pcx8(2, 1, 2, {1, 2}, 11));
+    // TGA: run-length 3 x 2, raw with an id field, raw odd width, a run across rows.
+    save("tga", "rle_3x2.tga", tga(10, 3, 2, {0x82, 1, 2, 3, 0x02, 4, 5, 6, 7, 8, 9, 10, 11, 12}));
+    save("tga", "raw_id.tga", tga(2, 2, 2, Bytes(12, 0x40), 24, 3));
     Bytes odd(5 * 3 * 3);
     for (std::size_t i = 0; i < odd.size(); ++i) odd[i] = static_cast<std::uint8_t>(i * 5);
-    save(root / "tga", "raw_5x3.tga", tarko::test::tga(2, 5, 3, odd));
-    save(root / "tga", "rle_cross.tga", tarko::test::tga(10, 3, 2, {0x83, 9, 9, 9, 0x02, 1, 1, 1, 2, 2, 2, 3, 3, 3}));
-
+    save("tga", "raw_5x3.tga", tga(2, 5, 3, odd));
+    save("tga", "rle_cross.tga", tga(10, 3, 2, {0x83, 9, 9, 9, 0x02, 1, 1, 1, 2, 2, 2, 3, 3, 3}));
     // BMP, GIF, JPG.
-    save(root / "picture", "gradient.bmp", tarko::test::bmp24(5, 3, gradient(5, 3)));
-    std::vector<std::uint8_t> indices(64);
+    save("picture", "gradient.bmp", bmp24(5, 3, gradient(5, 3)));
+    Bytes indices(64);
     for (std::size_t i = 0; i < indices.size(); ++i) indices[i] = static_cast<std::uint8_t>(i % 3);
-    save(root / "picture", "three.gif", tarko::test::gif(8, 8, {0xFF0000, 0x00FF00, 0x0000FF}, indices, 2));
-    save(root / "picture", "rle8.bmp",
-         tarko::test::rle_bmp(8, 3, 2, {0, 0xFF0000, 0xFF00, 0xFF}, {2, 1, 1, 3, 0, 0, 0, 3, 2, 3, 2, 0, 0, 2, 1, 0, 1, 3, 0, 1}));
-    save(root / "picture", "rle4.bmp", tarko::test::rle_bmp(4, 5, 2, {0, 0xFF0000, 0xFF00}, {4, 0x12, 0, 0, 0, 3, 0x21, 0x10, 0, 1}));
-    save(root / "picture", "gradient.jpg", tarko::platform::image::encode_jpeg(16, 16, gradient(16, 16), 75));
-    save(root / "picture", "small.jpg", tarko::platform::image::encode_jpeg(3, 5, gradient(3, 5), 50));
+    save("picture", "three.gif", gif(8, 8, {0xFF0000, 0x00FF00, 0x0000FF}, indices, 2));
+    save("picture", "rle8.bmp", rle_bmp(8, 3, 2, {0, 0xFF0000, 0xFF00, 0xFF}, {2, 1, 1, 3, 0, 0, 0, 3, 2, 3, 2, 0, 0, 2, 1, 0, 1, 3, 0, 1}));
+    save("picture", "rle4.bmp", rle_bmp(4, 5, 2, {0, 0xFF0000, 0xFF00}, {4, 0x12, 0, 0, 0, 3, 0x21, 0x10, 0, 1}));
+    save("picture", "gradient.jpg", tarko::platform::image::encode_jpeg(16, 16, gradient(16, 16), 75));
+    save("picture", "small.jpg", tarko::platform::image::encode_jpeg(3, 5, gradient(3, 5), 50));
     return 0;
 }
