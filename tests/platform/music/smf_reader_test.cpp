@@ -90,6 +90,7 @@ TEST(SmfReader, RefusesHostileFiles) {
         // 0x0FFFFFFF ticks at division 1 is 2.06e11 music ticks: beyond a Long.
         {"huge delta", track(1, [](auto& w) { w.note_on(0x0FFFFFFF, 0, 60, 100).end(); })},
         {"deltas adding up", one_track(960, sum)},
+        {"five-byte number", track(96, [](auto& w) { w.raw(0, {0xFF, 0x01, 0x81, 0x81, 0x81, 0x81, 0x01}).end(); })},
         // A text of 127 bytes with 1 present; a sysex cut short.
         {"meta past the end", track(96, [](auto& w) { w.raw(0, {0xFF, 0x01, 0x7F, 'x'}).end(); })},
         {"sysex past the end", track(96, [](auto& w) { w.raw(0, {0xF0, 0x40, 1}).end(); })},
