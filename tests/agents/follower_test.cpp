@@ -20,37 +20,13 @@ protected:
     tarko::runtime::ScopedTestServices services;
     cTarko_AI ai;
     const Follower& s() const { return ai.state(); }
-    // A follower of one node with the default tuning, moved by hand.
-    Follower one_node(tarko::agents::AiNode node, float speed) const {
-        Follower f = s();
-        f.Nodes.ReDim(0, 0);
-        f.Nodes(0) = node;
-        f.Speed = speed;
-        f.Max_Speed = 8;
-        f.Min_Speed = -4;
-        f.TurnRatio = 0.05f;
-        f.BrakeSpeed = 0.03f;
-        f.Acceleration = 0.3f;
-        f.BackAngle = 2.0944f;
-        f.Turn_Radius = 5;
-        return f;
-    }
 };
 
 TEST_F(Ai, InitMakesTwoNodesTheSecondAtTheOrigin) {
     ai.INIT_Ai({1, 2, 3}, {10, 20, 30});
-    const D3DVECTOR n0 = ai.GetNodePOS(Variant(tarko::Integer(0)));
-    EXPECT_EQ(n0.x, 10.0f);
-    EXPECT_EQ(n0.y, 30.0f);  // the node's Z comes back in y
-    EXPECT_EQ(n0.z, 0.0f);
-    const D3DVECTOR n1 = ai.GetNodePOS(1.0);
-    EXPECT_EQ(n1.x, 0.0f);
-    EXPECT_EQ(n1.y, 0.0f);
-    EXPECT_EQ(error_of([&] { ai.GetNodePOS(2.0); }), tarko::err::SubscriptOutOfRange);
-    ai.AI_Add_Target({7, 99, 8});
-    const D3DVECTOR n2 = ai.GetNodePOS("2");
-    EXPECT_EQ(n2.x, 7.0f);
-    EXPECT_EQ(n2.y, 8.0f);
+    EXPECT_EQ(ai.GetNodePOS(Variant(tarko::Integer(0))).y, 30.0f);  // the node's Z comes back in y
+    EXPECT_EQ(ai.GetNodePOS(1.0).x, 0.0f);
+    EXPECT_EQ(error_of([&] { ai.GetNodePOS("2"); }), tarko::err::SubscriptOutOfRange);
 }
 
 TEST_F(Ai, TurnRadiusIsRoundedHalfToEvenAndOverflowsPast32767) {
@@ -69,12 +45,8 @@ TEST_F(Ai, StraightAheadTheHeadingJittersAndTheSpeedClimbsToTheLimit) {
     ai.Update_AI();
     EXPECT_FLOAT_EQ(s().Heading, -0.05f);
     EXPECT_FLOAT_EQ(s().Speed, 1.8f);
-    EXPECT_NEAR(s().PosZ, -1.8 * std::cos(0.05), 1e-5);
     EXPECT_EQ(s().LastTicks, 123456);
-    for (int i = 0; i < 40; ++i) {
-        ai.Update_AI();
-        ASSERT_LE(std::fabs(s().Heading), 0.0501f) << "step " << i + 2;
-    }
+    for (int i = 0; i < 40; ++i) ai.Update_AI();
     EXPECT_EQ(s().Speed, 8.0f);  // held at Max_Speed
 }
 
@@ -93,92 +65,55 @@ TEST_F(Ai, ReachesAWaypointInTheStepsTheSpeedsAddUpTo) {
     }
     EXPECT_EQ(switched_at, 22);
     EXPECT_EQ(s().CurrentNode, 1);  // the (0, 0) node made by INIT_Ai comes next
-}
-
-TEST_F(Ai, ANodeWithinReachSwitchesAtOnceAndTheLastLeadsBackToTheFirst) {
-    ai.INIT_Ai({3, 0, -98}, {0, 0, -100});  // sqrt(9 + 4) = 3.6, rounds to 4 < 6
-    ai.Update_AI();
-    EXPECT_EQ(s().CurrentNode, 1);
     Follower f = s();
+    f.CurrentNode = 2;
     f.PosX = 0;
-    f.PosZ = 0;
-    f.step();  // within reach of node 1, the last: back to 0
+    f.PosZ = -500;
+    f.step();  // within reach of node 2, the last: back to 0
     EXPECT_EQ(f.CurrentNode, 0);
 }
 
-TEST_F(Ai, ANodeBehindMakesItBrakeAndBackOff) {
+TEST_F(Ai, ANodeBehindOrInsideTheTurningCircleBrakes) {
     // Node 0 straight behind: bearing pi (-z is ahead), e = 3.14159 > BackAngle;
     // the circle at speed 1.5 has a radius of about 30, its centre is to the
     // side, and the node 100 behind is outside it: brake by 0.03.
     ai.INIT_Ai({0, 0, 0}, {0.5f, 0, 100});
     ai.Update_AI();
     EXPECT_FLOAT_EQ(s().Speed, 1.47f);
-    // It keeps braking while e stays above BackAngle: the heading needs about
-    // 20 turns of 0.05 to bring e under 2.094.
-    for (int i = 0; i < 9; ++i) ai.Update_AI();
-    EXPECT_NEAR(s().Speed, 1.5 - 10 * 0.03, 1e-5);
-}
-
-TEST_F(Ai, ANodeInsideTheTurningCircleBrakesAndStandingStillHasNoCircle) {
     // Fast (speed 8) with the node 20 to the right: the circle's radius is about
     // S * 10 / (2 sin(0.25)) = 161, centred 161 to the right; the node is inside.
-    Follower fast = one_node({20, -1, 0}, 8);  // ahead right: bearing atn(20)
+    Follower fast = s();
+    fast.Nodes.ReDim(0, 0);
+    fast.Nodes(0) = {20, -1, 0};  // ahead right: bearing atn(20)
+    fast.PosX = fast.PosZ = fast.Heading = 0;
+    fast.Speed = 8;
     fast.steer();
     EXPECT_NEAR(fast.TurnCircleRadius, 8 * 10 / (2 * std::sin(0.25)), 0.05);
-    EXPECT_NEAR(fast.TurnCentreX, fast.TurnCircleRadius * std::sin(0.05 + 3.14159 / 2), 0.05);
     EXPECT_FLOAT_EQ(fast.Speed, 7.97f);
-    Follower still = one_node({0, 0, -50}, 0);
-    still.PosX = 3;
-    still.PosZ = 4;
+    Follower still = fast;  // standing still there is no circle to be inside
+    still.Speed = 0;
     still.steer();
     EXPECT_EQ(still.TurnCircleRadius, 0.0f);
-    EXPECT_EQ(still.TurnCentreX, 3.0f);
-    EXPECT_FLOAT_EQ(still.Speed, 0.3f);  // never inside a circle of radius 0
-}
-
-TEST_F(Ai, LargeTurnRatioOscillatesAroundTheBearing) {
-    ai.INIT_Ai({0, 0, 0}, {0, 0, -10000}, 0.3f, 1.5f, 8, -4, 0.03f, 5, 1.0f);
-    ai.Update_AI();
-    EXPECT_FLOAT_EQ(s().Heading, -1.0f);
-    ai.Update_AI();
-    EXPECT_NEAR(s().Heading, 0.0f, 1e-6);
-    ai.Update_AI();
-    EXPECT_FLOAT_EQ(s().Heading, 1.0f);  // the bearing is still a hair above 0: e > 0 again
+    EXPECT_FLOAT_EQ(still.Speed, 0.3f);
 }
 
 TEST_F(Ai, LocationIsOffsetToTheSideAndTheAngleUsesItsOwnPi) {
     ai.INIT_Ai({10, 5, 20}, {10, 0, -100});
     const D3DVECTOR at = ai.Get_location();  // heading 0: (10 + 5, 0, 20)
     EXPECT_EQ(at.x, 15.0f);
-    EXPECT_EQ(at.y, 0.0f);
     EXPECT_EQ(at.z, 20.0f);
-    using tarko::agents::heading_degrees;
     // float(3.14159) / (3.14159 / 180) = 180.0000069, rounded to 4 decimals.
-    EXPECT_EQ(heading_degrees(3.14159f), 180.0f);
-    EXPECT_EQ(heading_degrees(-0.05f), -2.8648f);  // -2.864795...
-    EXPECT_EQ(heading_degrees(1.0f), 57.2958f);    // 57.295828...
-    // A quarter-turn ratio: e = 0 on the first step, heading -1.570795.
-    ai.INIT_Ai({}, {0, 0, -100}, 0.3f, 1.5f, 8, -4, 0.03f, 5, 3.14159f / 2);
-    ai.Update_AI();
-    EXPECT_EQ(ai.GetAngle_DEG(), -90.0f);
+    EXPECT_EQ(tarko::agents::heading_degrees(3.14159f), 180.0f);
 }
 
 TEST_F(Ai, HostileInputEndsWithAnErrorOrAValueNeverAHang) {
     EXPECT_EQ(error_of([&] { ai.Update_AI(); }), tarko::err::SubscriptOutOfRange);  // before INIT_Ai
     EXPECT_LE(std::fabs(tarko::agents::wrap_angle(1e30f)), 3.1416f);
     EXPECT_TRUE(std::isinf(tarko::agents::wrap_angle(INFINITY)));
-    EXPECT_NEAR(tarko::agents::wrap_angle(7.0f), 7.0f - 6.28318f, 1e-6);
+    EXPECT_EQ(tarko::agents::bearing(0, 0, 10, 0), 0.0f);  // dz = 0, whatever dx
     // A waypoint 40000 away overflows the rounded distance.
     ai.INIT_Ai({0, 0, 0}, {0, 0, -40000});
     EXPECT_EQ(error_of([&] { ai.Update_AI(); }), tarko::err::Overflow);
-}
-
-TEST(Bearing, QuadrantsAndTheZeroCase) {
-    using tarko::agents::bearing;
-    EXPECT_FLOAT_EQ(bearing(0, 0, 0, -10), 0.0f);                              // ahead
-    EXPECT_FLOAT_EQ(bearing(0, 0, 10, -10), static_cast<float>(std::atan(1.0)));  // ahead right
-    EXPECT_FLOAT_EQ(bearing(0, 0, 0, 10), 3.14159f);                           // behind
-    EXPECT_EQ(bearing(0, 0, 10, 0), 0.0f);                                     // dz = 0, whatever dx
 }
 
 }  // namespace

@@ -16,7 +16,6 @@ using tarko::SafeArray;
 using tarko::geometry::textured_cube;
 using tarko::geometry::write_textured_cube;
 using tarko::test::error_of;
-using Cube = std::array<D3DVERTEX, 24>;
 
 D3DVECTOR pos(const D3DVERTEX& v) { return {v.x, v.y, v.z}; }
 D3DVECTOR sub(const D3DVECTOR& a, const D3DVECTOR& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
@@ -37,87 +36,34 @@ constexpr FaceRow kFaces[6] = {
     {{1, 0, 0}, {0, 0, 1}, {0, -1, 0}},  {{-1, 0, 0}, {0, 0, -1}, {0, -1, 0}},
 };
 
-// Half sizes 1, 2, 3 so that a face on the wrong axis shows; tiles 3 by 2.
-constexpr D3DVECTOR kHalf{1, 2, 3};
-
-class CubeFaces : public ::testing::TestWithParam<int> {
-protected:
-    const Cube cube = textured_cube(kHalf, 3, 2);
-    const FaceRow& row() const { return kFaces[GetParam()]; }
-    const D3DVERTEX& v(int k) const { return cube[static_cast<std::size_t>(4 * GetParam() + k)]; }
-};
-
-TEST_P(CubeFaces, LieOnTheirOutwardPlaneWithTheirNormal) {
-    const D3DVECTOR n = row().normal;
-    // Outward: the plane lies at +half along the normal (1, 2 or 3 here).
-    const float half = std::fabs(n.x) * kHalf.x + std::fabs(n.y) * kHalf.y + std::fabs(n.z) * kHalf.z;
-    for (int k = 0; k < 4; ++k) {
-        EXPECT_EQ(v(k).nx, n.x) << "vertex " << k;
-        EXPECT_EQ(v(k).ny, n.y) << "vertex " << k;
-        EXPECT_EQ(v(k).nz, n.z) << "vertex " << k;
-        EXPECT_FLOAT_EQ(dot(pos(v(k)), n), half) << "vertex " << k;
+TEST(Cube, EachFaceLiesOutwardRunsClockwiseAndShowsItsTextureUpright) {
+    // Half sizes 1, 2, 3 so that a face on the wrong axis shows; tiles 3 by 2.
+    const std::array<D3DVERTEX, 24> cube = textured_cube({1, 2, 3}, 3, 2);
+    for (int f = 0; f < 6; ++f) {
+        SCOPED_TRACE(f);
+        const D3DVECTOR n = kFaces[f].normal;
+        const D3DVERTEX* v = &cube[static_cast<std::size_t>(4 * f)];
+        const float half = std::fabs(n.x) * 1 + std::fabs(n.y) * 2 + std::fabs(n.z) * 3;
+        for (int k = 0; k < 4; ++k) {
+            EXPECT_EQ(v[k].nx, n.x);
+            EXPECT_EQ(v[k].ny, n.y);
+            EXPECT_EQ(v[k].nz, n.z);
+            EXPECT_FLOAT_EQ(dot(pos(v[k]), n), half);  // the plane lies at +half along the normal
+            EXPECT_EQ(v[k].tu, dot(pos(v[k]), kFaces[f].u_dir) > 0 ? 3.0f : 0.0f) << k;
+            EXPECT_EQ(v[k].tv, dot(pos(v[k]), kFaces[f].v_dir) > 0 ? 2.0f : 0.0f) << k;
+        }
+        // Left-handed, y up: seen from the side a normal points to, a clockwise
+        // triangle a-b-c has cross(b - a, c - a) along that normal. The face -z
+        // of a unit cube: (-1,1)->(1,1)->(-1,-1), cross((2,0,0), (0,-2,0)) = (0,0,-4).
+        // A strip's second triangle is drawn as 1-3-2.
+        EXPECT_GT(dot(cross(sub(pos(v[1]), pos(v[0])), sub(pos(v[2]), pos(v[0]))), n), 0.0f);
+        EXPECT_GT(dot(cross(sub(pos(v[3]), pos(v[1])), sub(pos(v[2]), pos(v[1]))), n), 0.0f);
     }
 }
 
-TEST_P(CubeFaces, BothTrianglesRunClockwiseSeenFromOutside) {
-    // Left-handed, y up: seen from the side a normal points to, a clockwise
-    // triangle a-b-c has cross(b - a, c - a) along that normal. The face -z
-    // of a unit cube: (-1,1)->(1,1)->(-1,-1), cross((2,0,0), (0,-2,0)) = (0,0,-4).
-    // With the vertices on corners this also makes 1-2 the face's diagonal.
-    const D3DVECTOR n = row().normal;
-    EXPECT_GT(dot(cross(sub(pos(v(1)), pos(v(0))), sub(pos(v(2)), pos(v(0)))), n), 0.0f);
-    // A strip's second triangle is drawn as 1-3-2.
-    EXPECT_GT(dot(cross(sub(pos(v(3)), pos(v(1))), sub(pos(v(2)), pos(v(1)))), n), 0.0f);
-}
-
-TEST_P(CubeFaces, TextureIsOrientedAsTheFaceIsSeen) {
-    for (int k = 0; k < 4; ++k) {
-        EXPECT_EQ(v(k).tu, dot(pos(v(k)), row().u_dir) > 0 ? 3.0f : 0.0f) << "vertex " << k;
-        EXPECT_EQ(v(k).tv, dot(pos(v(k)), row().v_dir) > 0 ? 2.0f : 0.0f) << "vertex " << k;
-    }
-    // The strip starts at the texture's top-left as the face shows it: (0, 0)
-    // on -z, +y, -y and +x; (tile, 0) on +z and -x. With the winding that fixes
-    // which edge carries u: 0-1 on -z, +y and +x, 0-2 on the others.
-    EXPECT_EQ(v(0).tv, 0.0f);
-    EXPECT_EQ(v(0).tu, GetParam() == 1 || GetParam() == 5 ? 3.0f : 0.0f);
-}
-
-INSTANTIATE_TEST_SUITE_P(EachFace, CubeFaces, ::testing::Range(0, 6));
-
-TEST(Cube, EveryVertexIsACornerAndEachCornerServesThreeFaces) {
-    const Cube cube = textured_cube(kHalf, 3, 2);
-    int corners_seen[8] = {};
-    for (const D3DVERTEX& v : cube) {
-        ASSERT_EQ(std::fabs(v.x), 1.0f);
-        ASSERT_EQ(std::fabs(v.y), 2.0f);
-        ASSERT_EQ(std::fabs(v.z), 3.0f);
-        ++corners_seen[(v.x > 0) + 2 * (v.y > 0) + 4 * (v.z > 0)];
-    }
-    for (int c : corners_seen) EXPECT_EQ(c, 3);  // each corner belongs to three faces
-}
-
-TEST(Cube, DegenerateHalfSizesStillWriteAll24Vertices) {
-    // Zero thickness: the two y faces coincide (-0 and 0 alike), normals kept.
-    const Cube flat = textured_cube({1, 0, 1}, 1, 1);
-    for (const D3DVERTEX& v : flat) EXPECT_EQ(v.y, 0.0f);
-    EXPECT_EQ(flat[8].x, flat[12].x);
-    EXPECT_EQ(flat[8].z, flat[12].z);
-    EXPECT_EQ(flat[8].ny, 1.0f);
-    EXPECT_EQ(flat[12].ny, -1.0f);
-    // Negative: every position negated, normals and texture kept, so each face
-    // sits opposite its normal (the -z face at z = +1) and the box is inside out.
-    const Cube in = textured_cube({-1, -1, -1}, 1, 1), out = textured_cube({1, 1, 1}, 1, 1);
-    for (std::size_t i = 0; i < 24; ++i) {
-        EXPECT_EQ(in[i].x, -out[i].x);
-        EXPECT_EQ(in[i].nx, out[i].nx);
-        EXPECT_EQ(in[i].tu, out[i].tu);
-    }
-    EXPECT_EQ(in[0].z, 1.0f);
-    EXPECT_EQ(in[0].nz, -1.0f);
-}
-
-TEST(CubeArray, UndimensionedOrLongerArraysBecomeUpperBound23) {
-    const Cube expected = textured_cube({1, 1, 1}, 1, 1);
+TEST(CubeArray, BoundsAreFixedUpOrRefused) {
+    // Undimensioned or longer arrays become 0..23.
+    const std::array<D3DVERTEX, 24> expected = textured_cube({1, 1, 1}, 1, 1);
     SafeArray<D3DVERTEX> never, longer(0, 99);
     for (SafeArray<D3DVERTEX>* a : {&never, &longer}) {
         write_textured_cube(*a, {1, 1, 1}, 1, 1);
@@ -125,22 +71,15 @@ TEST(CubeArray, UndimensionedOrLongerArraysBecomeUpperBound23) {
         EXPECT_EQ(a->UBound(), 23);
         EXPECT_EQ(std::memcmp(a->data(), expected.data(), sizeof expected), 0);
     }
-}
-
-TEST(CubeArray, ANegativeLowerBoundIsKeptWithTheElementsBelowZero) {
-    SafeArray<D3DVERTEX> a(-2, 5);
-    a(-2).x = 42;
-    a(-1).tv = 7;
-    write_textured_cube(a, {1, 1, 1}, 1, 1);
-    EXPECT_EQ(a.LBound(), -2);
-    EXPECT_EQ(a.UBound(), 23);
-    EXPECT_EQ(a(-2).x, 42.0f);
-    EXPECT_EQ(a(-1).tv, 7.0f);
-    EXPECT_EQ(a(0).x, -1.0f);  // element 0 is the cube's first vertex, not storage slot 0
-    EXPECT_EQ(a(0).y, 1.0f);
-}
-
-TEST(CubeArray, ALowerBoundAboveZeroRaises9AndLeavesTheArrayAsItWas) {
+    // A negative lower bound is kept with the elements below zero.
+    SafeArray<D3DVERTEX> neg(-2, 5);
+    neg(-2).x = 42;
+    write_textured_cube(neg, {1, 1, 1}, 1, 1);
+    EXPECT_EQ(neg.LBound(), -2);
+    EXPECT_EQ(neg.UBound(), 23);
+    EXPECT_EQ(neg(-2).x, 42.0f);
+    EXPECT_EQ(neg(0).x, -1.0f);  // element 0 is the cube's first vertex, not storage slot 0
+    // A lower bound above zero raises 9 and leaves the array as it was.
     SafeArray<D3DVERTEX> a(1, 5);
     a(1).x = 42;
     EXPECT_EQ(error_of([&] { write_textured_cube(a, {1, 1, 1}, 1, 1); }), tarko::err::SubscriptOutOfRange);

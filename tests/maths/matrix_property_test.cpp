@@ -1,6 +1,5 @@
-// Property checks over random inputs (fixed seed): products associate, and a
-// scale-rotate-move composite undone step by step gives the identity, within
-// Single tolerance.
+// Random inputs (fixed seed): products associate, and a scale-rotate-move
+// composite undone step by step gives the identity, within Single tolerance.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -23,29 +22,20 @@ double relative_gap(const D3DMATRIX& a, const D3DMATRIX& b) {
     return gap / size;
 }
 
-class MatrixProperties : public ::testing::Test {
-protected:
+TEST(MatrixProperties, ProductsAssociateAndScaleRotateMoveUndoesToTheIdentity) {
     std::mt19937 rng{20240611};
-    float uniform(float lo, float hi) { return std::uniform_real_distribution<float>(lo, hi)(rng); }
-    D3DMATRIX random_matrix() {
+    auto uniform = [&](float lo, float hi) { return std::uniform_real_distribution<float>(lo, hi)(rng); };
+    auto random_matrix = [&] {
         D3DMATRIX m;
         for (int i = 0; i < 16; ++i) (&m.rc11)[i] = uniform(-4, 4);
         return m;
-    }
-};
-
-TEST_F(MatrixProperties, MultiplicationIsAssociativeWithinSingleRounding) {
+    };
     for (int trial = 0; trial < 500; ++trial) {
         const D3DMATRIX a = random_matrix(), b = random_matrix(), c = random_matrix();
-        const D3DMATRIX left = multiply(multiply(a, b), c);
-        const D3DMATRIX right = multiply(a, multiply(b, c));
-        // Each product rounds once to Single (2^-24 relative); two levels and
-        // sums of four terms stay well under 1e-5 of the largest element.
-        ASSERT_LT(relative_gap(left, right), 1e-5) << "trial " << trial;
+        // Each product rounds once to Single (2^-24 relative); two levels of
+        // four-term sums stay well under 1e-5 of the largest element.
+        ASSERT_LT(relative_gap(multiply(multiply(a, b), c), multiply(a, multiply(b, c))), 1e-5) << "trial " << trial;
     }
-}
-
-TEST_F(MatrixProperties, ScaleRotateMoveUndoneGivesTheIdentity) {
     D3DMATRIX scratch;
     for (int trial = 0; trial < 300; ++trial) {
         const D3DVECTOR s{uniform(0.25f, 4), uniform(0.25f, 4), uniform(0.25f, 4)};
@@ -58,9 +48,7 @@ TEST_F(MatrixProperties, ScaleRotateMoveUndoneGivesTheIdentity) {
         inv = rotate_degrees(inv, 0, -r.y, 0, kEngineDegreeFactor, scratch);
         inv = rotate_degrees(inv, -r.x, 0, 0, kEngineDegreeFactor, scratch);
         inv = scale(inv, 1 / s.x, 1 / s.y, 1 / s.z, scratch);
-        // Each Single rounding costs 2^-24 relative; the translation row carries
-        // |t| / s through a few of them and back through s: allow four roundings
-        // of (1 + |t|) times the scale's condition number.
+        // Four roundings of 2^-24 on (1 + |t|) times the scale's condition number.
         const double t_max = std::max({std::fabs(t.x), std::fabs(t.y), std::fabs(t.z)});
         const double cond = std::max({s.x, s.y, s.z}) / std::min({s.x, s.y, s.z});
         const double tol = 4 * std::ldexp(1.0, -24) * (1 + t_max) * cond;
