@@ -21,15 +21,12 @@ using platform::PixelFormat;
 inline Ref<DirectDrawSurface7> make_surface(int w, int h, const PixelFormat& f, std::int32_t caps) {
     DDSURFACEDESC2 desc;
     desc.lFlags = dx::DDSD_CAPS | dx::DDSD_WIDTH | dx::DDSD_HEIGHT | dx::DDSD_PIXELFORMAT;
-    desc.lWidth = w;
-    desc.lHeight = h;
-    desc.ddsCaps.lCaps = caps;
+    desc.lWidth = w, desc.lHeight = h, desc.ddsCaps.lCaps = caps;
     return Ref<DirectDrawSurface7>(std::make_shared<DirectDrawSurface7>(nullptr, desc, f));
 }
 
 struct Scene {
-    Ref<DirectDrawSurface7> target;
-    Ref<DirectDrawSurface7> z;
+    Ref<DirectDrawSurface7> target, z;
     std::unique_ptr<Direct3DDevice7> dev;
 
     // A device on a w x h target (32-bit unless told otherwise), z of `zbits`
@@ -43,12 +40,9 @@ struct Scene {
         dev->setRenderState(dx::D3DRENDERSTATE_CULLMODE, dx::D3DCULL_NONE);
     }
     void reset() { dev->clear(0, {}, dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, 0, 1.0f, 0); }
-    void states(std::initializer_list<std::pair<Long, Long>> list) {
-        for (auto [k, v] : list) dev->setRenderState(k, v);
-    }
-    void stage(Long n, std::initializer_list<std::pair<Long, Long>> list) {
-        for (auto [k, v] : list) dev->setTextureStageState(n, k, v);
-    }
+    using States = std::initializer_list<std::pair<Long, Long>>;
+    void states(States list) { for (auto [k, v] : list) dev->setRenderState(k, v); }
+    void stage(Long n, States list) { for (auto [k, v] : list) dev->setTextureStageState(n, k, v); }
     void blend(Long src, Long dest) {
         states({{dx::D3DRENDERSTATE_ALPHABLENDENABLE, 1}, {dx::D3DRENDERSTATE_SRCBLEND, src},
                 {dx::D3DRENDERSTATE_DESTBLEND, dest}});
@@ -57,10 +51,7 @@ struct Scene {
         stage(n, {{dx::D3DTSS_MAGFILTER, on ? dx::D3DTFG_LINEAR : dx::D3DTFG_POINT},
                   {dx::D3DTSS_MINFILTER, on ? dx::D3DTFN_LINEAR : dx::D3DTFN_POINT}});
     }
-    void light(Long index, const D3DLIGHT7& l) {
-        dev->setLight(index, l);
-        dev->lightEnable(index, true);
-    }
+    void light(Long index, const D3DLIGHT7& l) { dev->setLight(index, l), dev->lightEnable(index, true); }
     std::uint32_t argb(int x, int y) const { return target->argb_at(x, y) & 0xFFFFFFu; }
     int channel(int x, int y, int shift) const { return static_cast<int>((argb(x, y) >> shift) & 255); }
     int red(int x, int y) const { return channel(x, y, 16); }
@@ -72,27 +63,18 @@ struct Scene {
         return p;
     }
     template <class V>
-    void draw(Long pt, Long fvf, std::vector<V> v) {
-        dev->drawPrimitive(pt, fvf, std::span<V>(v), static_cast<Long>(v.size()), 0);
-    }
+    void draw(Long pt, Long fvf, std::vector<V> v) { dev->drawPrimitive(pt, fvf, std::span<V>(v), static_cast<Long>(v.size()), 0); }
 };
 
 // Numerical Recipes' generator, 0 <= rnd() < 1 from the top 24 bits.
 struct Lcg {
     std::uint32_t seed;
-    float operator()() {
-        seed = seed * 1664525u + 1013904223u;
-        return static_cast<float>(seed >> 8) / 16777216.0f;
-    }
+    float operator()() { return static_cast<float>((seed = seed * 1664525u + 1013904223u) >> 8) / 16777216.0f; }
 };
 
-inline D3DTLVERTEX tl(float x, float y, std::uint32_t colour, float z = 0.5f, float rhw = 1.0f, float u = 0,
-                      float v = 0, std::uint32_t specular = 0) {
+inline D3DTLVERTEX tl(float x, float y, std::uint32_t colour, float z = 0.5f, float rhw = 1.0f, float u = 0, float v = 0) {
     D3DTLVERTEX t;
-    t.sx = x, t.sy = y, t.sz = z, t.rhw = rhw;
-    t.color = static_cast<std::int32_t>(colour);
-    t.specular = static_cast<std::int32_t>(specular);
-    t.tu = u, t.tv = v;
+    t.sx = x, t.sy = y, t.sz = z, t.rhw = rhw, t.color = static_cast<std::int32_t>(colour), t.tu = u, t.tv = v;
     return t;
 }
 

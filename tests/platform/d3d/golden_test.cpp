@@ -69,8 +69,7 @@ void two_stages_fog(Scene& s, int w, int h) {
                 {dx::D3DTSS_COLORARG2, dx::D3DTA_CURRENT}});
     s.states({{dx::D3DRENDERSTATE_LIGHTING, 0}, {dx::D3DRENDERSTATE_FOGENABLE, 1},
               {dx::D3DRENDERSTATE_FOGVERTEXMODE, dx::D3DFOG_LINEAR}, {dx::D3DRENDERSTATE_FOGCOLOR, 0x8090A0}});
-    s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGSTART, 2);
-    s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGEND, 30);
+    s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGSTART, 2), s.dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGEND, 30);
     s.dev->setTransform(dx::D3DTRANSFORMSTATE_PROJECTION, camera_projection(w, h));
     s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_VERTEX,
            std::vector<D3DVERTEX>{vtx(-8, -6, 4, 0, 0, -1, 0, 4), vtx(-8, 6, 4, 0, 0, -1, 0, 0),
@@ -119,9 +118,7 @@ std::uint64_t render(int which, int threads, bool fast = true, Routines routines
     const bool r565 = which == 2 || which == 6;
     const int zbits = which == 5 ? 32 : 16;
     Scene s(w, h, r565 ? PixelFormat::r5g6b5() : PixelFormat::x8r8g8b8(), zbits);
-    s.dev->set_thread_count(threads);
-    s.dev->set_fast_paths(fast);
-    s.dev->set_pixel_routines(routines);
+    s.dev->set_thread_count(threads), s.dev->set_fast_paths(fast), s.dev->set_pixel_routines(routines);
     s.dev->clear(0, {}, dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, 0x203040, 1.0f, 0);
     const auto alpha256 = make_texture(256, 256, pattern(256, 256, true, 5), PixelFormat::a4r4g4b4());
     const auto plain64 = make_texture(64, 64, pattern(64, 64, false, 9), PixelFormat::r5g6b5());
@@ -130,26 +127,21 @@ std::uint64_t render(int which, int threads, bool fast = true, Routines routines
     switch (which) {
     case 0:  // one bilinear MODULATE stage, blended, 32-bit target
     case 2:  // the same on a 16-bit target
-        s.bilinear(0);
-        s.dev->setTexture(0, alpha256);
+        s.bilinear(0), s.dev->setTexture(0, alpha256);
         blended_layers(s, w, h);
         break;
     case 1:  // odd-sized and tall textures, point and bilinear
-        s.bilinear(0);
-        s.dev->setTexture(0, odd);
+        s.bilinear(0), s.dev->setTexture(0, odd);
         blended_layers(s, w, h);
-        s.bilinear(0, false);
-        s.dev->setTexture(0, tall);
+        s.bilinear(0, false), s.dev->setTexture(0, tall);
         blended_layers(s, w, h);
         s.bilinear(0);
         blended_layers(s, w, h);
         break;
     case 3:  // two stages and fog
     case 6:
-        s.bilinear(0);
-        s.bilinear(1);
-        s.dev->setTexture(0, plain64);
-        s.dev->setTexture(1, odd);
+        s.bilinear(0), s.bilinear(1);
+        s.dev->setTexture(0, plain64), s.dev->setTexture(1, odd);
         two_stages_fog(s, w, h);
         s.dev->setTexture(1, alpha256);
         s.blend(dx::D3DBLEND_SRCALPHA, dx::D3DBLEND_INVSRCALPHA);
@@ -157,18 +149,15 @@ std::uint64_t render(int which, int threads, bool fast = true, Routines routines
         break;
     case 4:  // lit grid, small triangles, z16, bilinear then point sampling with alpha test
     case 5:  // the same on 24-bit z
-        s.bilinear(0);
-        s.dev->setTexture(0, plain64);
+        s.bilinear(0), s.dev->setTexture(0, plain64);
         lit_grid(s, w, h, 60);
-        s.dev->setTexture(0, odd);
-        s.bilinear(0, false);
+        s.bilinear(0, false), s.dev->setTexture(0, odd);
         s.states({{dx::D3DRENDERSTATE_ALPHATESTENABLE, 1}, {dx::D3DRENDERSTATE_ALPHAREF, 120},
                   {dx::D3DRENDERSTATE_ALPHAFUNC, dx::D3DCMP_GREATEREQUAL}, {dx::D3DRENDERSTATE_ZFUNC, dx::D3DCMP_LESS}});
         lit_grid(s, w, h, 17);
         break;
     case 7: {  // second stage MODULATE4X and ADD in both argument orders, then BOTHSRCALPHA
-        s.bilinear(0);
-        s.bilinear(1);
+        s.bilinear(0), s.bilinear(1);
         s.dev->setTexture(0, make_texture(16, 16, pattern(16, 16, true, 7)));
         s.dev->setTexture(1, make_texture(8, 8, pattern(8, 8, true, 13)));
         s.blend(dx::D3DBLEND_SRCALPHA, dx::D3DBLEND_INVSRCALPHA);

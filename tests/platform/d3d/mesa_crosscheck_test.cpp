@@ -1,9 +1,8 @@
-// The device against Mesa's fixed-function GL (llvmpipe through EGL without a
-// surface) on scenes where both define the same picture. GL samples pixel
-// centres at +0.5 and maps depth to -w..w, so its projection gets a half-pixel
-// shift and the depth remap; pixels within two of a triangle edge are not
-// compared, the rest must agree within kTolerance per channel.
-// Skips when libEGL cannot be loaded or gives no context.
+// The device against Mesa's fixed-function GL (llvmpipe through surfaceless
+// EGL; skipped without it). GL samples pixel centres at +0.5 and maps depth to
+// -w..w, so its projection gets a half-pixel shift and the depth remap; pixels
+// within two of a triangle edge are not compared, the rest must agree within
+// kTolerance per channel.
 #include <gtest/gtest.h>
 
 #if __has_include(<EGL/egl.h>) && __has_include(<GL/gl.h>)
@@ -209,21 +208,17 @@ TEST(MesaCrossCheck, BilinearTextureWithPerspectiveAndAlphaBlend) {
     REQUIRE_GL();
     // 4 x 4 texture, smooth enough that rounding of coordinates moves little.
     std::vector<std::uint32_t> texels;
-    std::vector<std::uint8_t> bytes;
-    for (int i = 0; i < 16; ++i) {
-        const int r = 40 + 50 * (i % 4), gr = 30 + 60 * (i / 4), b = 200 - 30 * (i % 4);
-        texels.push_back(static_cast<std::uint32_t>(0xFF000000 | r << 16 | gr << 8 | b));
-        bytes.insert(bytes.end(), {static_cast<std::uint8_t>(r), static_cast<std::uint8_t>(gr), static_cast<std::uint8_t>(b), 255});
-    }
+    for (int i = 0; i < 16; ++i)
+        texels.push_back(static_cast<std::uint32_t>(0xFF000000 | (40 + 50 * (i % 4)) << 16 | (30 + 60 * (i / 4)) << 8 |
+                                                    (200 - 30 * (i % 4))));
     const float xs[4] = {8, 10, 88, 80}, ys[4] = {66, 6, 60, 10}, rhw[4] = {1, 0.5f, 0.8f, 0.3f};
     const float us[4] = {0, 0, 2, 2}, vs[4] = {2, 0, 2, 0};
     const std::uint32_t bg = 0xFF305070;
     const std::uint8_t alpha = 160;
 
     GLuint tex = 0;
-    g.glGenTextures(1, &tex);
-    g.glBindTexture(GL_TEXTURE_2D, tex);
-    g.glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, 4, 4, 0, GL_RGBA, GL_UNSIGNED_BYTE, bytes.data());
+    g.glGenTextures(1, &tex), g.glBindTexture(GL_TEXTURE_2D, tex);
+    g.glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, 4, 4, 0, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, texels.data());
     for (GLenum p : {GL_TEXTURE_MIN_FILTER, GL_TEXTURE_MAG_FILTER}) g.glTexParameteri(GL_TEXTURE_2D, p, GL_LINEAR);
     for (GLenum p : {GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T}) g.glTexParameteri(GL_TEXTURE_2D, p, GL_REPEAT);
     g.glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);

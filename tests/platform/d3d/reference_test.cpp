@@ -12,10 +12,7 @@ using namespace tarko::d3dtest;
 
 namespace {
 
-struct RefVertex {
-    double x, y, rhw;
-    double c[3];  // red, green, blue, 0..1
-};
+struct RefVertex { double x, y, rhw, c[3]; };  // c: red, green, blue in 0..1
 
 // Covered pixels get the Gouraud colour; the convention is the device's:
 // pixel centres on whole numbers, positions snapped to 1/16 pixel (nearest,
@@ -61,10 +58,7 @@ void reference_triangle(std::vector<std::uint32_t>& img, int w, int h, RefVertex
         }
 }
 
-struct Tri {
-    double x[3], y[3], rhw[3];
-    std::uint32_t colour[3];
-};
+struct Tri { double x[3], y[3], rhw[3]; std::uint32_t colour[3]; };
 
 void compare(const std::vector<Tri>& cases, int w, int h, int threads) {
     for (std::size_t n = 0; n < cases.size(); ++n) {
@@ -87,10 +81,8 @@ void compare(const std::vector<Tri>& cases, int w, int h, int threads) {
         for (int y = 0; y < h; ++y)
             for (int x = 0; x < w; ++x) {
                 const std::uint32_t got = s.argb(x, y), want = ref[static_cast<std::size_t>(y) * w + x];
-                if ((got != 0) != (want != 0)) {
-                    ++coverage_errors;
-                    continue;
-                }
+                coverage_errors += (got != 0) != (want != 0);
+                if ((got != 0) != (want != 0)) continue;
                 for (int sh : {0, 8, 16})
                     if (std::abs(static_cast<int>((got >> sh) & 255) - static_cast<int>((want >> sh) & 255)) > 1)
                         ++colour_errors;
