@@ -27,7 +27,7 @@ protected:
     const D3DMATRIX id = m.RetIdentityMatrix();
 };
 
-TEST_F(CMath, RotationsUseTheClassFactorAndMultiplyAppliesTheSecondArgumentFirst) {
+TEST_F(CMath, FactorProductOrderAndTinyWRefusal) {
     // 180 * float(3.14598745148 / 180) = 3.1459875.
     EXPECT_NEAR(m.DegToRad(180), 3.14598745148, 1e-6);
     D3DMATRIX scratch;
@@ -36,9 +36,6 @@ TEST_F(CMath, RotationsUseTheClassFactorAndMultiplyAppliesTheSecondArgumentFirst
     // Matrix_Multiply(s, t) = t x s: (1,0,0) -> (2,0,0) -> (4,0,0).
     const D3DMATRIX s = m.Matrix_Scale(id, 2, 2, 2), t = m.Matrix_Translate(id, 1, 0, 0);
     expect_near(apply(m.Matrix_Multiply(s, t), {1, 0, 0}), 4, 0, 0);
-}
-
-TEST_F(CMath, VectorMatrixMultiplyReportsTinyW) {
     D3DMATRIX noW = id;
     noW.rc44 = 0;  // fourth column all 0
     D3DVECTOR dest{7, 8, 9};

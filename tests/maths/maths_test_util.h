@@ -3,8 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
-#include <cstdint>
+#include <cstring>
 
 #include "platform/records.h"
 
@@ -25,11 +24,6 @@ inline void expect_near(const D3DVECTOR& v, float x, float y, float z, float tol
     EXPECT_NEAR(v.z, z, tol);
 }
 
-inline bool bit_equal(const D3DMATRIX& a, const D3DMATRIX& b) {
-    for (int r = 1; r <= 4; ++r)
-        for (int c = 1; c <= 4; ++c)
-            if (std::bit_cast<std::uint32_t>(a.at(r, c)) != std::bit_cast<std::uint32_t>(b.at(r, c))) return false;
-    return true;
-}
+inline bool bit_equal(const D3DMATRIX& a, const D3DMATRIX& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 }  // namespace tarko::test
