@@ -95,7 +95,6 @@ inline D3DMATRIX identity() {
     return m.rc11 = m.rc22 = m.rc33 = m.rc44 = 1, m;
 }
 
-// A texture of the given 32-bit ARGB texels.
 inline Ref<DirectDrawSurface7> make_texture(int w, int h, const std::vector<std::uint32_t>& argb,
                                             const PixelFormat& f = PixelFormat::a8r8g8b8()) {
     auto t = make_surface(w, h, f, dx::DDSCAPS_TEXTURE);

@@ -88,7 +88,6 @@ TEST(Profile, DefaultsAndScopedOverridesOfCapsFormatsAndDevicesAndTheRecording) 
     EXPECT_EQ(d3d.getDevicesEnum()->getGuid(1), platform::kRgbGuid);
     EXPECT_TRUE(d3d.createDevice(platform::kHalGuid, target).is_nothing());
     EXPECT_GT(d3d.getEnumZBufferFormats(platform::kHalGuid)->getCount(), 0);
-    // Texture formats: plain 16-bit first.
     DDPIXELFORMAT pf;
     Direct3DDevice7(platform::kRgbGuid, target).getTextureFormatsEnum()->getItem(1, pf);
     EXPECT_EQ(pf.lRBitMask, 0xF800);

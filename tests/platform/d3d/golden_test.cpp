@@ -78,8 +78,7 @@ void two_stages_fog(Scene& s, int w, int h) {
     s.states({{dx::D3DRENDERSTATE_FOGENABLE, 0}, {dx::D3DRENDERSTATE_LIGHTING, 1}});
 }
 
-// A lit, textured, z-buffered height field of n x n quads drawn twice (the
-// second time rotated, so depth tests both pass and fail).
+// A lit, textured height field of n x n quads drawn twice, the second time rotated (depth passes and fails).
 void lit_grid(Scene& s, int w, int h, int n) {
     std::vector<D3DVERTEX> v;
     std::vector<Integer> idx;
@@ -202,10 +201,9 @@ TEST(GoldenPictures, FastPathsLeaveEveryPixelAsTheGeneralPipelineDrawsIt) {
     }
 }
 
-// Triangle lists of more than two set-up parts (2048 triangles each) are set
-// up on several threads: culled, clipped (through the near plane), rejected
-// (index out of range) and degenerate triangles must still come out in
-// submission order, so later triangles win where they overlap.
+// Lists of more than two set-up parts (2048 triangles each) are set up on
+// several threads: culled, near-clipped, rejected and degenerate triangles
+// must still come out in submission order (later ones win where they overlap).
 TEST(ParallelSetUp, LongListsDrawTheSamePictureOnEveryThreadCount) {
     std::vector<D3DVERTEX> v;
     std::vector<Integer> idx;
@@ -228,7 +226,6 @@ TEST(ParallelSetUp, LongListsDrawTheSamePictureOnEveryThreadCount) {
                                     std::span(idx), static_cast<Long>(idx.size()), 0);
         if (first.empty()) {
             first = s.pixels();
-            // Most of the picture is drawn (the clear colour is black).
             EXPECT_LT(std::count(first.begin(), first.end(), 0u), static_cast<std::ptrdiff_t>(first.size() / 4));
         } else {
             EXPECT_EQ(s.pixels(), first) << threads << " threads";

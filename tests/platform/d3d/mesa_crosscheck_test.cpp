@@ -25,14 +25,13 @@ using namespace tarko::d3dtest;
 
 namespace {
 
-constexpr int kW = 96, kH = 72;
-constexpr int kTolerance = 3;
+constexpr int kW = 96, kH = 72, kTolerance = 3;
 
 // Entry points are looked up at run time, so the test links without GL.
 #define GL_FUNCTIONS(X)                                                                                        \
     X(glViewport) X(glClearColor) X(glClear) X(glMatrixMode) X(glLoadMatrixf) X(glLoadIdentity) X(glBegin)      \
     X(glEnd) X(glColor4ub) X(glVertex4f) X(glVertex3f) X(glNormal3f) X(glTexCoord2f) X(glEnable) X(glDisable) \
-    X(glBlendFunc) X(glLightfv) X(glMaterialfv) X(glFogi) X(glFogf) X(glFogfv)              \
+    X(glBlendFunc) X(glLightfv) X(glMaterialfv) X(glFogi) X(glFogf) X(glFogfv)                                \
     X(glGenTextures) X(glBindTexture) X(glTexImage2D) X(glTexParameteri) X(glTexEnvi) X(glReadPixels)         \
     X(glFinish) X(glGenFramebuffers) X(glBindFramebuffer) X(glGenRenderbuffers) X(glBindRenderbuffer)         \
     X(glRenderbufferStorage) X(glFramebufferRenderbuffer) X(glCheckFramebufferStatus) X(eglGetPlatformDisplay)   \
@@ -78,15 +77,11 @@ struct Gl {
 
     // Rows top first, 0x00RRGGBB.
     std::vector<std::uint32_t> read() {
-        std::vector<std::uint8_t> rgba(static_cast<std::size_t>(kW) * kH * 4);
+        std::vector<std::uint32_t> px(static_cast<std::size_t>(kW) * kH), out;
         glFinish();
-        glReadPixels(0, 0, kW, kH, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
-        std::vector<std::uint32_t> out;
+        glReadPixels(0, 0, kW, kH, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, px.data());
         for (int y = kH - 1; y >= 0; --y)
-            for (int x = 0; x < kW; ++x) {
-                const std::uint8_t* p = &rgba[(static_cast<std::size_t>(y) * kW + x) * 4];
-                out.push_back(static_cast<std::uint32_t>(p[0] << 16 | p[1] << 8 | p[2]));
-            }
+            for (int x = 0; x < kW; ++x) out.push_back(px[static_cast<std::size_t>(y) * kW + x] & 0xFFFFFFu);
         return out;
     }
 
@@ -96,20 +91,14 @@ struct Gl {
         glClearColor(((bg >> 16) & 255) / 255.0f, ((bg >> 8) & 255) / 255.0f, (bg & 255) / 255.0f, 1);
         glClear(GL_COLOR_BUFFER_BIT);
         D3DMATRIX c, m;
-        c.rc11 = 1, c.rc22 = 1, c.rc33 = 2, c.rc44 = 1;
-        c.rc41 = 1.0f / kW, c.rc42 = -1.0f / kH, c.rc43 = -1;
+        c.rc11 = 1, c.rc22 = 1, c.rc33 = 2, c.rc44 = 1, c.rc41 = 1.0f / kW, c.rc42 = -1.0f / kH, c.rc43 = -1;
         dxmath::matrixMultiply(m, p, c);
-        glMatrixMode(GL_PROJECTION);
-        glLoadMatrixf(&m.rc11);  // row-major D3D = column-major GL of the transpose
-        glMatrixMode(GL_MODELVIEW);
-        glLoadIdentity();
+        glMatrixMode(GL_PROJECTION), glLoadMatrixf(&m.rc11);  // row-major D3D = column-major GL of the transpose
+        glMatrixMode(GL_MODELVIEW), glLoadIdentity();
     }
 };
 
-Gl& gl() {
-    static Gl g;
-    return g;
-}
+Gl& gl() { static Gl g; return g; }
 
 #define REQUIRE_GL()                                                                \
     if (!gl().ok) GTEST_SKIP() << "no EGL/GL (Mesa llvmpipe) context available";    \

@@ -44,7 +44,7 @@ void reference_triangle(std::vector<std::uint32_t>& img, int w, int h, RefVertex
                 if (!(e[a] > 0 || (e[a] == 0 && (top_left || last)))) inside = false;
             }
             if (!inside) continue;
-            // e[k] is twice the area of the triangle opposite vertex (k + 2) % 3.
+            // e[a] is twice the area of the triangle opposite vertex (a + 2) % 3.
             const double l[3] = {static_cast<double>(e[1]) / area, static_cast<double>(e[2]) / area,
                                  static_cast<double>(e[0]) / area};
             const double rhw = l[0] * v[0].rhw + l[1] * v[1].rhw + l[2] * v[2].rhw;
