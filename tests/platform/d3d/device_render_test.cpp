@@ -194,3 +194,37 @@ TEST(Stages, EachStageResultIsRoundedToEightBits) {
         }
     }
 }
+
+TEST(Culling, CounterClockwiseIsCulledByDefaultAndUnknownModesCullNothing) {
+    const std::vector<D3DTLVERTEX> cw = {tl(0, 0, -1), tl(8, 0, -1), tl(0, 8, -1)};  // clockwise on screen
+    const std::vector<D3DTLVERTEX> ccw = {tl(0, 0, -1), tl(0, 8, -1), tl(8, 0, -1)};
+    struct Case { Long mode; bool cw_drawn, ccw_drawn; };
+    for (const Case c : {Case{dx::D3DCULL_CCW, true, false}, Case{dx::D3DCULL_CW, false, true},
+                         Case{dx::D3DCULL_NONE, true, true}, Case{0, true, true}, Case{77, true, true}}) {
+        Scene s(8, 8);
+        s.states({{dx::D3DRENDERSTATE_CULLMODE, c.mode}});
+        s.draw(dx::D3DPT_TRIANGLELIST, kTL, cw);
+        EXPECT_EQ(s.argb(1, 1) != 0, c.cw_drawn) << c.mode;
+        s.reset();
+        s.draw(dx::D3DPT_TRIANGLELIST, kTL, ccw);
+        EXPECT_EQ(s.argb(1, 1) != 0, c.ccw_drawn) << c.mode;
+    }
+}
+
+TEST(Clipping, TrianglesThroughTheNearAndFarPlanesDrawTheirVisiblePart) {
+    // A floor from behind the camera (z -5) to beyond the far plane (50), 90
+    // degrees of view: the rows below the horizon are drawn up to the near
+    // plane; depth 50 lies at y = 16 + 16/50, so the far part is cut there.
+    Scene s(32, 32);
+    D3DMATRIX p;
+    dxmath::projectionMatrix(p, 1, 50, static_cast<float>(std::numbers::pi / 2));
+    s.dev->setTransform(dx::D3DTRANSFORMSTATE_PROJECTION, p);
+    s.states({{dx::D3DRENDERSTATE_LIGHTING, 0}});
+    s.draw(kStrip, dx::D3DFVF_VERTEX,
+           std::vector<D3DVERTEX>{vtx(-10, -1, -5, 0, 1, 0), vtx(-10, -1, 100, 0, 1, 0), vtx(10, -1, -5, 0, 1, 0),
+                                  vtx(10, -1, 100, 0, 1, 0)});
+    EXPECT_NE(s.argb(16, 31), 0u);
+    EXPECT_NE(s.argb(16, 18), 0u);
+    EXPECT_EQ(s.argb(16, 16), 0u);
+    EXPECT_EQ(s.argb(16, 10), 0u);
+}
