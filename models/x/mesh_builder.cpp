@@ -80,13 +80,12 @@ void add_mesh(MeshBuilder& b, const Mesh& mesh, const Matrix& m) {
     if (mesh.uvs.size() == mesh.positions.size()) b.uvs.insert(b.uvs.end(), mesh.uvs.begin(), mesh.uvs.end());
     else b.uvs.resize(b.positions.size());
 
-    std::unordered_map<std::string, std::uint32_t> known;
-    for (std::uint32_t i = 0; i < b.materials.size(); ++i) known.emplace(material_key(b.materials[i]), i);
     std::vector<std::uint32_t> local;   // mesh material -> builder material
     const std::vector<Material> fallback(1);
     const auto& materials = mesh.materials.empty() ? fallback : mesh.materials;
     for (const Material& mat : materials) {
-        const auto [it, fresh] = known.emplace(material_key(mat), static_cast<std::uint32_t>(b.materials.size()));
+        const auto [it, fresh] =
+            b.material_index.emplace(material_key(mat), static_cast<std::uint32_t>(b.materials.size()));
         if (fresh) b.materials.push_back(mat);
         local.push_back(it->second);
     }

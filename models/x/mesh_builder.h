@@ -4,6 +4,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "models/x/x_file.h"
@@ -19,6 +21,7 @@ struct MeshBuilder {
     std::vector<std::uint32_t> indices;
     std::vector<std::uint32_t> face_material;   // per face, into `materials`
     std::vector<Material> materials;            // equal materials are one
+    std::unordered_map<std::string, std::uint32_t> material_index;   // material bytes -> index
     std::size_t face_count() const { return face_start.size() - 1; }
 };
 

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "models/x/mszip.h"
@@ -381,8 +382,8 @@ private:
 };
 
 struct Names {
-    std::vector<std::pair<std::string_view, Material>> materials;
-    std::vector<std::pair<std::string_view, const Object*>> meshes;
+    std::unordered_map<std::string_view, Material> materials;       // the last of a name wins
+    std::unordered_map<std::string_view, const Object*> meshes;
     // Numbers that mesh references may still copy: a few bytes of reference
     // must not multiply a large mesh without end.
     mutable std::size_t copy_budget = 0;
@@ -415,10 +416,8 @@ void read_material_list(const Object& o, Mesh& mesh, const Names& names) {
     for (auto& f : mesh.face_material) f = n.u("face material");
     for (const Object& c : o.children) {
         if (c.reference()) {
-            Material found;
-            for (const auto& [name, m] : names.materials)
-                if (name == c.name) found = m;
-            mesh.materials.push_back(found);
+            const auto it = names.materials.find(c.name);
+            mesh.materials.push_back(it == names.materials.end() ? Material{} : it->second);
         } else if (same(c.type, "Material")) {
             mesh.materials.push_back(read_material(c));
         }
@@ -490,13 +489,14 @@ Frame read_frame(const Object& o, const Names& names, int depth) {
     f.name = std::string(o.name);
     for (const Object& c : o.children) {
         if (c.reference()) {
-            for (const auto& [name, mesh] : names.meshes)
-                if (name == c.name) {
-                    if (mesh->numbers.size() > names.copy_budget)
-                        throw ParseError("mesh references copy more than the file holds", c.offset);
-                    names.copy_budget -= mesh->numbers.size();
-                    f.meshes.push_back(read_mesh(*mesh, names));
-                }
+            const auto it = names.meshes.find(c.name);
+            if (it != names.meshes.end()) {
+                const Object& mesh = *it->second;
+                if (mesh.numbers.size() > names.copy_budget)
+                    throw ParseError("mesh references copy more than the file holds", c.offset);
+                names.copy_budget -= mesh.numbers.size();
+                f.meshes.push_back(read_mesh(mesh, names));
+            }
         } else if (same(c.type, "FrameTransformMatrix")) {
             f.transform = read_matrix(c);
         } else if (same(c.type, "Mesh")) {
@@ -512,8 +512,8 @@ void interpret(const std::vector<Object>& objects, File& file, std::size_t file_
     Names names;
     names.copy_budget = 4 * file_size + 4096;
     for (const Object& o : objects) {
-        if (same(o.type, "Material") && !o.name.empty()) names.materials.emplace_back(o.name, read_material(o));
-        if (same(o.type, "Mesh") && !o.name.empty()) names.meshes.emplace_back(o.name, &o);
+        if (same(o.type, "Material") && !o.name.empty()) names.materials.insert_or_assign(o.name, read_material(o));
+        if (same(o.type, "Mesh") && !o.name.empty()) names.meshes.insert_or_assign(o.name, &o);
     }
     for (const Object& o : objects) {
         if (same(o.type, "Mesh")) file.meshes.push_back(read_mesh(o, names));
