@@ -22,3 +22,7 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/TarkoConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/TarkoConfig.cmake ${CMAKE_BINARY_DIR}/TarkoConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tarko)
+
+# The model tool goes with the library.
+add_subdirectory(${PROJECT_SOURCE_DIR}/tools/tarko-view ${CMAKE_BINARY_DIR}/tools/tarko-view)
+install(TARGETS tarko-view RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

@@ -37,6 +37,16 @@ env -u DISPLAY -u WAYLAND_DISPLAY "$ROOT/build/examples/demo/tarko_demo" --headl
   --out "$ROOT/build/demo-headless"
 test -s "$ROOT/build/demo-headless/console.png"
 
+echo "== tarko-view on a generated X model"
+rm -rf "$ROOT/build/x-sample"
+"$ROOT/build/examples/x_viewer/tarko_x_viewer" --write-sample "$ROOT/build/x-sample"
+"$ROOT/build/tools/tarko-view/tarko-view" info "$ROOT/build/x-sample/sample.x"
+"$ROOT/build/tools/tarko-view/tarko-view" info "$ROOT/build/x-sample/sample_zip.x" --json
+if "$ROOT/build/tools/tarko-view/tarko-view" info "$ROOT/build/x-sample/chequer.bmp"; then exit 1; fi   # not a model
+"$ROOT/build/tools/tarko-view/tarko-view" render "$ROOT/build/x-sample/sample_bin.x" --out "$ROOT/build/x-sample/view.png" \
+  --size 320x240 --yaw 40 --pitch 30
+test -s "$ROOT/build/x-sample/view.png"
+
 if command -v xvfb-run >/dev/null; then
   echo "== demo in a window under Xvfb"
   rm -rf "$ROOT/build/demo-xvfb"
