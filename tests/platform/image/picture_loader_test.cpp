@@ -26,7 +26,15 @@ std::string write(const std::string& name, const Bytes& bytes) {
     return path.string();
 }
 
-Pixels decode(const Bytes& bytes) { return image::decode_picture(bytes).rgb; }
+// Decoded pixels without their (opaque) alpha.
+Pixels decode(const Bytes& bytes) {
+    Pixels out = image::decode_picture(bytes).pixels;
+    for (std::uint32_t& px : out) {
+        EXPECT_EQ(px >> 24, 0xFFu);
+        px &= 0xFFFFFF;
+    }
+    return out;
+}
 
 // Where the JPEG marker FF `marker` starts; 0 when there is none.
 std::size_t find_marker(const Bytes& jpg, std::uint8_t marker) {
@@ -61,7 +69,7 @@ TEST(PictureDecode, BmpGifAndJpegPixels) {
     // JPEG at quality 95: its size and nearly its colour
     const auto jpg = image::decode_picture(image::encode_jpeg(16, 8, Pixels(16 * 8, 0xC82814), 95));
     ASSERT_EQ(jpg.height, 8);
-    for (const std::uint32_t px : jpg.rgb) {
+    for (const std::uint32_t px : jpg.pixels) {
         EXPECT_NEAR(static_cast<int>(px >> 16 & 0xFF), 0xC8, 4);
         EXPECT_NEAR(static_cast<int>(px >> 8 & 0xFF), 0x28, 4);
         EXPECT_NEAR(static_cast<int>(px & 0xFF), 0x14, 4);
