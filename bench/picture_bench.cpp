@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,11 +34,26 @@ std::vector<std::uint32_t> scene(int side) {
     return rgb;
 }
 
+std::filesystem::path bench_file(const std::string& name) {
+    return std::filesystem::temp_directory_path() / ("tarko-bench-" + name);
+}
+
+// Made once and kept in the temp folder, so that runs of different builds
+// (before and after a change of the encoder) decode the same bytes.
 const Bytes& jpeg(int side) {
     static std::vector<std::pair<int, Bytes>> made;
     for (const auto& [s, bytes] : made)
         if (s == side) return bytes;
-    made.emplace_back(side, tarko::platform::image::encode_jpeg(side, side, scene(side), 90));
+    const auto path = bench_file("source" + std::to_string(side) + ".jpg");
+    Bytes bytes;
+    if (std::ifstream in{path, std::ios::binary}) {
+        bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    } else {
+        bytes = tarko::platform::image::encode_jpeg(side, side, scene(side), 90);
+        std::ofstream(path, std::ios::binary)
+            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    }
+    made.emplace_back(side, std::move(bytes));
     return made.back().second;
 }
 
@@ -54,7 +70,7 @@ Bytes tga(int side) {
 }
 
 std::string write(const std::string& name, const Bytes& bytes) {
-    const auto path = std::filesystem::temp_directory_path() / ("tarko-bench-" + name);
+    const auto path = bench_file(name);
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     return path.string();
