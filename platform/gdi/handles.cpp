@@ -28,7 +28,8 @@ void write_px(const BitmapView& v, int x, int y, std::uint32_t rgb) {
 }
 
 
-std::shared_ptr<Bitmap> make_bitmap(std::int64_t width, std::int64_t height, int bpp, bool bottom_up) {
+namespace {
+std::shared_ptr<Bitmap> sized_bitmap(std::int64_t width, std::int64_t height, int bpp, bool bottom_up) {
     if (width <= 0 || height <= 0 || width > kMaxBitmapSide || height > kMaxBitmapSide ||
         width * height > kMaxBitmapPixels)
         return nullptr;
@@ -38,14 +39,23 @@ std::shared_ptr<Bitmap> make_bitmap(std::int64_t width, std::int64_t height, int
     bm->bpp = bpp;
     bm->stride = static_cast<int>(dib_stride(width, bpp));
     bm->bottom_up = bottom_up;
-    bm->is_dib = bpp != 32 || bottom_up;
-    if (bm->is_dib)
-        bm->memory.assign(static_cast<std::size_t>(bm->stride) * static_cast<std::size_t>(bm->height), 0);
-    else
-        bm->image = Image(bm->width, bm->height, 0);
+    return bm;
+}
+}  // namespace
+
+std::shared_ptr<Bitmap> make_dib(std::int64_t width, std::int64_t height, int bpp, bool bottom_up) {
+    auto bm = sized_bitmap(width, height, bpp, bottom_up);
+    if (!bm) return nullptr;
+    bm->is_dib = true;
+    bm->memory.assign(static_cast<std::size_t>(bm->stride) * static_cast<std::size_t>(bm->height), 0);
     return bm;
 }
 
+std::shared_ptr<Bitmap> make_device_bitmap(std::int64_t width, std::int64_t height) {
+    auto bm = sized_bitmap(width, height, 32, false);
+    if (bm) bm->image = Image(bm->width, bm->height, 0);
+    return bm;
+}
 
 }  // namespace detail
 
@@ -135,9 +145,8 @@ HBITMAP CreateDIBSection(HDC, const BITMAPINFO& info, Long, std::uint8_t*& bits,
     if (r.should_fail(testing::Call::CreateDIBSection)) return 0;
     if (h.biSize < 40 || h.biPlanes != 1 || h.biCompression != BI_RGB || (h.biBitCount != 24 && h.biBitCount != 32))
         return 0;
-    auto bm = make_bitmap(h.biWidth, std::abs(static_cast<std::int64_t>(h.biHeight)), h.biBitCount, h.biHeight > 0);
+    auto bm = make_dib(h.biWidth, std::abs(static_cast<std::int64_t>(h.biHeight)), h.biBitCount, h.biHeight > 0);
     if (!bm) return 0;
-    bm->is_dib = true;
     bits = bm->memory.data();
     return r.add(bm);
 }
@@ -146,7 +155,7 @@ HBITMAP CreateCompatibleBitmap(HDC, Long width, Long height) {
     auto& r = reg();
     std::lock_guard lock(r.mutex);
     if (r.should_fail(testing::Call::CreateCompatibleBitmap)) return 0;
-    auto bm = make_bitmap(width, height, 32, false);
+    auto bm = make_device_bitmap(width, height);
     return bm ? r.add(bm) : 0;
 }
 
@@ -154,7 +163,7 @@ HBITMAP CreateDIBitmap(HDC, const BITMAPINFOHEADER& header, Long init, std::span
                        const BITMAPINFO& info, Long) {
     auto& r = reg();
     std::lock_guard lock(r.mutex);
-    auto bm = make_bitmap(header.biWidth, std::abs(static_cast<std::int64_t>(header.biHeight)), 32, false);
+    auto bm = make_device_bitmap(header.biWidth, std::abs(static_cast<std::int64_t>(header.biHeight)));
     if (!bm) return 0;
     if (init & CBM_INIT) {
         DibReader dib;
@@ -249,7 +258,7 @@ bool unregister_target_dc(HDC hdc) {
 HBITMAP create_device_bitmap(Image&& pixels) {
     auto& r = reg();
     std::lock_guard lock(r.mutex);
-    auto bm = make_bitmap(pixels.width, pixels.height, 32, false);
+    auto bm = make_device_bitmap(pixels.width, pixels.height);
     if (!bm || pixels.pixels.size() != bm->image.pixels.size()) return 0;
     bm->image = std::move(pixels);
     return r.add(bm);

@@ -90,8 +90,10 @@ Registry& reg();
 // 24- or 32-bit pixel (x, y from the top) of a bitmap view, 0x00RRGGBB.
 std::uint32_t read_px(const BitmapView& v, int x, int y);
 void write_px(const BitmapView& v, int x, int y, std::uint32_t rgb);
-// A zeroed bitmap; nullptr past the size limits. A 32-bit top-down one is a device bitmap over an Image.
-std::shared_ptr<Bitmap> make_bitmap(std::int64_t width, std::int64_t height, int bpp, bool bottom_up);
+// A zeroed DIB section of that depth and row order; nullptr past the size limits.
+std::shared_ptr<Bitmap> make_dib(std::int64_t width, std::int64_t height, int bpp, bool bottom_up);
+// A zeroed 32-bit top-down device bitmap over an Image; nullptr past the size limits.
+std::shared_ptr<Bitmap> make_device_bitmap(std::int64_t width, std::int64_t height);
 
 // Reads pixel (x, y from the top) of a DIB held in memory, 0x00RRGGBB.
 struct DibReader {

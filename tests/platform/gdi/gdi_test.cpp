@@ -109,6 +109,19 @@ TEST_F(Gdi, BlitsClipOverlapAndStretch) {
                                  gdi::SRCCOPY), 0);
 }
 
+TEST_F(Gdi, ThirtyTwoBitTopDownDibSectionsDrawIntoTheirBits) {
+    const gdi::HDC dc = gdi::CreateCompatibleDC(0);
+    std::uint8_t* bits = nullptr;
+    const gdi::HBITMAP dib = gdi::CreateDIBSection(dc, dib_info(2, -2, 32), gdi::DIB_RGB_COLORS, bits, 0, 0);
+    ASSERT_TRUE(dib && bits);
+    const gdi::HGDIOBJ previous = gdi::SelectObject(dc, dib);
+    gdi::SetPixel(dc, 1, 0, 0x030201);  // top row first in memory: pixel 1 at byte 4, blue first
+    EXPECT_EQ((std::vector<std::uint8_t>(bits + 4, bits + 7)), (std::vector<std::uint8_t>{3, 2, 1}));
+    gdi::SelectObject(dc, previous);
+    gdi::DeleteObject(dib);
+    gdi::DeleteDC(dc);
+}
+
 TEST_F(Gdi, StretchDIBitsTakesTheSourcePixelUnderEachTargetCentre) {
     // Source pixels 1, 2, 3 (blue bytes, so COLORREF 0x010000 x n). Target
     // pixel i takes source (2i + 1) x sw / (2 dw); a corner rule (i x sw / dw)
