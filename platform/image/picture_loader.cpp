@@ -5,6 +5,7 @@
 #include <gif_lib.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -90,6 +91,11 @@ struct StbFree {
 
 Image decode_bmp(std::span<const std::uint8_t> bytes) {
     if (is_rle_bmp(bytes)) {
+        // An end-of-bitmap code lets a few bytes stand for any size: bounded like GIF and JPG.
+        ByteReader in(bytes);
+        in.seek(18);
+        const std::int64_t width = in.i32(), height = in.i32();
+        if (!size_allowed(width, std::abs(height), bytes.size())) throw ParseError("BMP size for its file", 18);
         DecodedPicture rle = decode_rle_bmp(bytes);
         Image out;
         out.width = rle.width;

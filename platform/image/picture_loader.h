@@ -20,8 +20,9 @@
 //    so do more than 100 scans.
 //  - A file whose pixel data stops short is refused (481), not padded.
 //  - Sides up to 16384 and at most 2^26 pixels (image_size_allowed); larger
-//    pictures give 481 before their pixels are allocated. GIF and JPG are
-//    also refused when they claim more than 1024 pixels per byte of file
+//    pictures give 481 before their pixels are allocated. GIF, JPG and
+//    run-length BMP (whose end code can stand for any size) are also
+//    refused when they claim more than 1024 pixels per byte of file
 //    beyond a first 2^20 pixels: a Huffman-coded JPEG spends at least one
 //    bit on each 8 x 8 block (512 pixels a byte), and a GIF screen this much
 //    larger than its data is not a picture anyone draws.

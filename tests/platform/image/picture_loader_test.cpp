@@ -139,6 +139,8 @@ TEST(PictureDecode, DamagedFilesOfEveryKindAreInvalidPictures) {
         {"RLE8 delta cut", rle_bmp(8, 3, 2, kKRGB, {0, 2, 1})},
         {"RLE4 top-down", rle_bmp(4, 3, -2, kKRGB, {0, 1})},
         {"RLE8 20000 x 20000, past the limits", rle_bmp(8, 20000, 20000, kKRGB, {0, 1})},
+        // 33.5e6 pixels, all but none skipped by the end code, > 2^20 + 1024 x 80 bytes
+        {"RLE4 8197 x 4096 in 80 bytes", rle_bmp(4, 8197, 4096, kKRGB, {0, 1})},
         {"GIF cut inside the image data", Bytes(gif400.begin(), gif400.begin() + 800)},
         {"GIF magic, then garbage", garbage_after({'G', 'I', 'F', '8', '9', 'a'})},
         {"GIF 0 x 0", gif_sized(0)},
@@ -277,7 +279,8 @@ TEST(LoadPicture, PixelSizedPictureMissingFilesAndFuzzFindings) {
     // tests/data/bad: inputs the picture fuzzer found
     // jpeg-huffman-shift.jpg drove the previous decoder into undefined
     // behaviour past a pre-check; a release build refuses it as well.
-    for (const char* name : {"jpeg_dht_over_256_symbols.jpg", "jpeg_dht_past_end.jpg", "jpeg-huffman-shift.jpg"}) {
+    for (const char* name : {"jpeg_dht_over_256_symbols.jpg", "jpeg_dht_past_end.jpg", "jpeg-huffman-shift.jpg",
+                             "bmp-rle4-8197x4096-in-131-bytes.bmp"}) {
         const auto path = (data_dir() / "bad" / name).string();
         EXPECT_EQ(error_of([&] { tarko::platform::LoadPicture(path); }), tarko::err::InvalidPicture) << name;
     }
