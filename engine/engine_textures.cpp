@@ -1,17 +1,18 @@
 // Texture creators of the engine object: surfaces in a format from the
-// device's list, filled from files through the draw object or through device
-// contexts, with colour keys, alpha and bump maps.
+// device's list, filled from files through the draw object or straight from
+// the decoded picture, with colour keys, alpha and bump maps.
 #include "engine/tarko_dx7.h"
 
+#include <cstdint>
 #include <memory>
 
 #include "engine/image_readers/pcx_reader.h"
 #include "engine/image_readers/tga_reader.h"
 #include "engine/texture_pipeline.h"
-#include "images/dib_section.h"
 #include "platform/constants.h"
 #include "platform/gdi/gdi.h"
 #include "platform/image/picture_loader.h"
+#include "platform/image/to_surface.h"
 #include "platform/profile.h"
 #include "runtime/errors.h"
 #include "runtime/services.h"
@@ -35,18 +36,19 @@ tx::Placement placement_by_hal_device(const Direct3DDevice7& device) {
     return device.getDeviceGuid() == tarko::platform::kHalGuid ? tx::Placement::Managed : tx::Placement::System;
 }
 
-// The picture selected into a memory device context and stretched over the
-// whole surface.
-void stretch_picture(const gdi::StdPicture& picture, Long picture_width, Long picture_height,
-                     DirectDrawSurface7& surface, Long width, Long height) {
-    const gdi::HDC memory = gdi::CreateCompatibleDC(0);
-    const gdi::HGDIOBJ previous = gdi::SelectObject(memory, picture.Handle());
-    const Long target = surface.getDC();
-    gdi::StretchBlt(target, 0, 0, width, height, memory, 0, 0, picture_width, picture_height, gdi::SRCCOPY);
-    surface.releaseDC(target);
-    // Selected back before the DC goes, so the picture can free its bitmap.
-    gdi::SelectObject(memory, previous);
-    gdi::DeleteDC(memory);
+// The reader's record as an image: rows of blue, green, red bytes, top first.
+tarko::Image tga_image(const tarko::images::tga::TgaImage& record) {
+    tarko::Image out;
+    if (record.width <= 0 || record.height <= 0 ||
+        record.pixels.size() < 3 * static_cast<std::size_t>(record.width) * static_cast<std::size_t>(record.height))
+        return out;
+    out = tarko::Image(record.width, record.height);
+    const std::uint8_t* p = record.pixels.data();
+    for (std::uint32_t& px : out.pixels) {
+        px = 0xFF000000u | static_cast<std::uint32_t>(p[2]) << 16 | static_cast<std::uint32_t>(p[1]) << 8 | p[0];
+        p += 3;
+    }
+    return out;
 }
 
 }  // namespace
@@ -134,59 +136,57 @@ Ref<DirectDrawSurface7> tarko_DX7::LoadSimpleTexture(const std::string& BitmapFi
 Ref<DirectDrawSurface7> tarko_DX7::KreateSurfaceFromFile(const std::string& filename, DDSURFACEDESC2& SurfaceDesc) {
     Ref<DirectDrawSurface7> result;
     rt::catch_all([&] {
-        const auto picture = tarko::platform::LoadPicture(filename);
-        const Long picture_width = gdi::himetric_to_pixels(picture->Width());
-        const Long picture_height = gdi::himetric_to_pixels(picture->Height());
+        const tarko::Image picture = tarko::platform::image::load_picture_image(filename);
+        // The picture's HiMetric size read back in pixels, as the runtime gives it.
+        const Long picture_width = gdi::himetric_to_pixels(gdi::pixels_to_himetric(picture.width));
+        const Long picture_height = gdi::himetric_to_pixels(gdi::pixels_to_himetric(picture.height));
         if (SurfaceDesc.lFlags == 0) SurfaceDesc.lFlags = dx::DDSD_CAPS;
         SurfaceDesc.lFlags |= dx::DDSD_HEIGHT | dx::DDSD_WIDTH;
         if (SurfaceDesc.ddsCaps.lCaps == 0) SurfaceDesc.ddsCaps.lCaps = dx::DDSCAPS_OFFSCREENPLAIN;
         if (SurfaceDesc.lWidth == 0) SurfaceDesc.lWidth = picture_width;
         if (SurfaceDesc.lHeight == 0) SurfaceDesc.lHeight = picture_height;
         auto surface = ddraw->createSurface(SurfaceDesc);
-        stretch_picture(*picture, picture_width, picture_height, *surface, SurfaceDesc.lWidth, SurfaceDesc.lHeight);
+        tarko::platform::image::stretch_to_surface(picture, *surface);
         result = surface;
     });
     return result;
 }
 
+// A picture reaches the texture in its own pixels: decoded (or as the PCX
+// picture's bitmap holds it), resampled only when the size differs, and
+// converted once into the surface's format.
 Ref<DirectDrawSurface7> tarko_DX7::CreateTextureEX(const std::string& filename, Long WI, Long HI) {
-    Ref<cDIBSection> bitmap(std::make_shared<cDIBSection>());
     const tx::PictureRoad road = tx::road_for_name(filename);
+    tarko::Image decoded;
+    const tarko::Image* picture = &decoded;
+    Ref<gdi::StdPicture> pcx;  // holds the bitmap `picture` points into
     switch (road) {
-    case tx::PictureRoad::Picture:
-        bitmap->CreateFromPicture(tarko::platform::LoadPicture(filename));
-        bitmap = bitmap->Resample(WI, HI);
-        break;
+    case tx::PictureRoad::Picture: decoded = tarko::platform::image::load_picture_image(filename); break;
     case tx::PictureRoad::Pcx:
-        bitmap->CreateFromPicture(tarko::engine::LoadPCX(filename));  // Nothing after the reader's message: 91
-        bitmap = bitmap->Resample(WI, HI);
+        pcx = tarko::engine::LoadPCX(filename);  // Nothing after the reader's message: 91
+        if (const tarko::Image* held = gdi::bitmap_image(pcx->Handle())) picture = held;
         break;
-    case tx::PictureRoad::Tga: {
-        const auto image = tarko::engine::LoadTGA(filename);
-        bitmap->Create(image.width, image.height);
-        tarko::engine::DrawTGA(image, bitmap->hDC());
-        bitmap = bitmap->Resample(WI, HI);
-        break;
+    case tx::PictureRoad::Tga: decoded = tga_image(tarko::engine::LoadTGA(filename)); break;
+    case tx::PictureRoad::None: picture = nullptr; break;  // an empty bitmap: nothing is copied
     }
-    case tx::PictureRoad::None: break;
-    }
+    // A size the working bitmap cannot take leaves it Nothing: 91 at the copy.
+    const bool sized = !picture || tx::working_bitmap_allowed(WI, HI);
+    tarko::Image resampled;
+    const tarko::Image* pixels = picture && sized ? &tx::bring_to_size(*picture, WI, HI, resampled) : nullptr;
 
-    // The bitmap's DC is read before the surface's is taken, so that a
-    // missing bitmap fails without leaving the surface's DC open.
     Ref<DirectDrawSurface7> surface;
-    auto copy_bitmap = [&] {
-        const gdi::HDC source = bitmap->hDC();
-        const Long target = surface->getDC();
-        gdi::BitBlt(target, 0, 0, WI, HI, source, 0, 0, gdi::SRCCOPY);
-        surface->releaseDC(target);
+    auto copy_picture = [&] {
+        if (!sized) tarko::raise_error(tarko::err::ObjectNotSet);
+        DirectDrawSurface7& target = *surface;
+        if (pixels) tarko::platform::image::copy_to_surface(*pixels, target);
     };
     if (road == tx::PictureRoad::Tga) {
         rt::ResumeNext next;
         next([&] { surface = CreateTexture("", WI, HI); });
-        next(copy_bitmap);
+        next(copy_picture);
         return surface;
     }
     surface = CreateTexture("", WI, HI);
-    copy_bitmap();
+    copy_picture();
     return surface;
 }

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "images/resample.h"
+#include "platform/gdi/gdi.h"
 #include "runtime/numeric.h"
 
 namespace tarko::engine::textures {
@@ -67,6 +69,20 @@ PictureRoad road_for_name(const std::string& file_name) {
     if (contains(upper, "PCX")) return PictureRoad::Pcx;
     if (contains(file_name, "tga")) return PictureRoad::Tga;
     return PictureRoad::None;
+}
+
+bool working_bitmap_allowed(Long width, Long height) {
+    const Long stride = runtime::CLng(static_cast<double>((std::int64_t{width} * 3 + 3) & ~std::int64_t{3}));
+    runtime::CLng(static_cast<double>(height) * stride);
+    return width > 0 && height > 0 && width <= platform::gdi::kMaxBitmapSide &&
+           height <= platform::gdi::kMaxBitmapSide &&
+           std::int64_t{width} * height <= platform::gdi::kMaxBitmapPixels;
+}
+
+const Image& bring_to_size(const Image& picture, Long width, Long height, Image& resampled) {
+    if (picture.width == width && picture.height == height) return picture;
+    resampled = images::resample_bilinear(picture, width, height);
+    return resampled;
 }
 
 bool loads_by_stretching(const std::string& file_name) {

@@ -1,6 +1,7 @@
 // Pieces of the texture creators that need no engine object: the texture
 // descriptions, the format tests of the walk, placement, the picture road a
-// file name takes, and the pixel passes (colour key, bump offsets).
+// file name takes, bringing a picture to a texture's size, and the pixel
+// passes (colour key, bump offsets).
 #pragma once
 
 #include <string>
@@ -9,6 +10,7 @@
 #include "platform/d3d/direct3d.h"
 #include "platform/records.h"
 #include "platform/surface.h"
+#include "runtime/image.h"
 #include "runtime/numeric.h"
 
 namespace tarko::engine::textures {
@@ -47,6 +49,15 @@ enum class PictureRoad {
     None,     // an empty bitmap
 };
 PictureRoad road_for_name(const std::string& file_name);
+
+// Whether the working bitmap of CreateTextureEX can be width x height: the
+// sizes a 24-bit DIB section takes. Row or image bytes outside a Long raise
+// Overflow (6), as making that bitmap does.
+bool working_bitmap_allowed(Long width, Long height);
+
+// The texture's pixels: the picture itself at its own size, else its bilinear
+// resampling (images/resample.h) into `resampled`.
+const Image& bring_to_size(const Image& picture, Long width, Long height, Image& resampled);
 
 // LoadSimpleTexture stretches files whose last three letters are JPG or GIF
 // (in any case) through KreateSurfaceFromFile.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "images/dib_pixels.h"
+#include "runtime/image.h"
 
 namespace tarko::images {
 
@@ -12,5 +13,10 @@ namespace tarko::images {
 // (rounded, clamped). A source one pixel wide or high repeats its only column
 // or row as the second sample.
 void resample_bilinear(const DibPixels& source, const DibPixels& target);
+
+// The same for images: a new width x height image (opaque), rows taken from
+// the bottom up as a DIB holds them, so both give the same pixels. An empty
+// source gives black.
+Image resample_bilinear(const Image& source, int width, int height);
 
 }  // namespace tarko::images

@@ -7,6 +7,7 @@ PACKAGES=(
   build-essential cmake ninja-build pkg-config clang libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libsdl2-dev libopenal-dev libfluidsynth-dev fluid-soundfont-gm libstb-dev zlib1g-dev libassimp-dev
+  libjpeg62-turbo-dev libgif-dev
   xvfb xauth
 )
 

@@ -24,6 +24,7 @@
 #include <span>
 #include <vector>
 
+#include "runtime/image.h"
 #include "runtime/numeric.h"
 
 namespace tarko::platform::gdi {
@@ -166,6 +167,13 @@ bool bitmap_view(HBITMAP bitmap, BitmapView& out);
 HBITMAP selected_bitmap(HDC hdc);
 // A 32-bit device bitmap with the given 0x00RRGGBB pixels, rows top-down.
 HBITMAP create_device_bitmap(int width, int height, std::span<const std::uint32_t> rgb);
+// A device bitmap over the image's pixels, taken without a copy; 0 past the
+// size limits.
+HBITMAP create_device_bitmap(Image&& pixels);
+// The pixels of a device bitmap (CreateCompatibleBitmap, CreateDIBitmap,
+// create_device_bitmap); nullptr for DIB sections and other handles. Valid
+// while the bitmap lives; alpha bytes are whatever was last stored there.
+const Image* bitmap_image(HBITMAP bitmap);
 // Row bytes of a DIB: (bits x width + 31) / 32 x 4.
 std::int64_t dib_stride(std::int64_t width, int bits_per_pixel);
 

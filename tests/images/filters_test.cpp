@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "images/dib_section.h"
+#include "images/resample.h"
 #include "runtime/errors.h"
 #include "runtime/services.h"
 #include "support/test_support.h"
@@ -169,4 +170,31 @@ TEST_F(Filters, ResampleMixesBilinearlyRoundsHalvesToEvenAndKeepsEdgeSizes) {
     ASSERT_TRUE(dst);
     EXPECT_NE(dst->DIBSectionBitsPtr(), dib_.DIBSectionBitsPtr());
     EXPECT_EQ(row(1, dst.get()), row(1));
+}
+
+// The texture road resamples Images with the same routine: it must give the
+// DIB's pixels, rows counted from the bottom, for every size pair.
+TEST_F(Filters, ImageResamplingGivesTheDibsPixels) {
+    const struct {
+        int w, h, tw, th;
+    } sizes[] = {{5, 3, 8, 8}, {4, 4, 2, 3}, {7, 1, 3, 2}, {3, 6, 5, 2}, {2, 2, 2, 3}};
+    for (const auto& z : sizes) {
+        make(z.w, z.h);
+        tarko::Image image(z.w, z.h);
+        for (int y = 0; y < z.h; ++y)  // DC rows run top-down, memory rows bottom-up
+            for (int x = 0; x < z.w; ++x) {
+                const int r = (x * 53 + y * 17) % 256, g = (x * 11 + y * 91) % 256, b = (x * 7 + y * 200) % 256;
+                pixel(x, z.h - 1 - y, r, g, b);
+                image.at(x, y) = 0xFF000000u | static_cast<std::uint32_t>(r << 16 | g << 8 | b);
+            }
+        const auto dib = dib_.Resample(z.tw, z.th);
+        const tarko::Image out = tarko::images::resample_bilinear(image, z.tw, z.th);
+        ASSERT_TRUE(dib);
+        for (int y = 0; y < z.th; ++y)
+            for (int x = 0; x < z.tw; ++x) {
+                const std::uint8_t* p = &at(3 * x, z.th - 1 - y, dib.get());
+                EXPECT_EQ(out.at(x, y), 0xFF000000u | static_cast<std::uint32_t>(p[2] << 16 | p[1] << 8 | p[0]))
+                    << z.w << "x" << z.h << " -> " << z.tw << "x" << z.th << " at " << x << ", " << y;
+            }
+    }
 }

@@ -80,41 +80,72 @@ inline Bytes rle_bmp(int bpp, int width, int height, const std::vector<std::uint
     return b;
 }
 
-// GIF89a with a 256-entry global palette (0x00RRGGBB) and the given indices.
-// The LZW stream uses 9-bit codes only: a clear code every 200 pixels keeps
-// the table from growing past them.
-inline Bytes gif(int width, int height, const std::vector<std::uint32_t>& palette,
-                 const std::vector<std::uint8_t>& indices, int transparent_index = -1) {
-    Bytes b = {'G', 'I', 'F', '8', '9', 'a', 0, 0, 0, 0, 0xF7, 0, 0};
-    put16(b, 6, width), put16(b, 8, height);
-    for (int i = 0; i < 256; ++i) {
-        const std::uint32_t p = i < static_cast<int>(palette.size()) ? palette[i] : 0;
+// One image block of a GIF: its place on the screen, its indices in the
+// order the file stores them (interlaced rows in pass order), a local colour
+// table when `local` is not empty, and a graphic control block before it when
+// `delay` or `transparent` is set.
+struct GifBlock {
+    int left = 0, top = 0, width = 0, height = 0;
+    std::vector<std::uint8_t> indices;
+    std::vector<std::uint32_t> local = {};
+    bool interlaced = false;
+    int transparent = -1;
+    int delay = -1;
+};
+
+// 256 entries of 0x00RRGGBB, zeros past the given ones.
+inline void append_palette(Bytes& b, const std::vector<std::uint32_t>& palette) {
+    for (std::size_t i = 0; i < 256; ++i) {
+        const std::uint32_t p = i < palette.size() ? palette[i] : 0;
         append(b, {u8(p >> 16), u8(p >> 8), u8(p)});
     }
-    if (transparent_index >= 0) append(b, {0x21, 0xF9, 4, 1, 0, 0, u8(transparent_index), 0});
-    Bytes d = {0x2C, 0, 0, 0, 0, 0, 0, 0, 0, 0, 8};  // image descriptor, minimum code size 8
-    put16(d, 5, width), put16(d, 7, height);
-    append(b, d);
-    Bytes packed;
-    std::uint32_t acc = 0;
-    int nbits = 0;
-    auto emit = [&](int code) {
-        acc |= std::uint32_t(code) << nbits;
-        for (nbits += 9; nbits >= 8; nbits -= 8, acc >>= 8) packed.push_back(u8(acc));
-    };
-    for (std::size_t i = 0; i < indices.size(); ++i) {
-        if (i % 200 == 0) emit(256);
-        emit(indices[i]);
+}
+
+// GIF89a: a width x height screen, a 256-entry global palette unless
+// `global` is empty, then the blocks. The LZW streams use 9-bit codes only: a
+// clear code every 200 pixels keeps the table from growing past them.
+inline Bytes gif_blocks(int width, int height, const std::vector<std::uint32_t>& global,
+                        const std::vector<GifBlock>& blocks) {
+    Bytes b = {'G', 'I', 'F', '8', '9', 'a', 0, 0, 0, 0, u8(global.empty() ? 0 : 0xF7), 0, 0};
+    put16(b, 6, width), put16(b, 8, height);
+    if (!global.empty()) append_palette(b, global);
+    for (const GifBlock& k : blocks) {
+        if (k.delay >= 0 || k.transparent >= 0)
+            append(b, {0x21, 0xF9, 4, u8(k.transparent >= 0 ? 1 : 0), u8(std::max(k.delay, 0)),
+                       u8(std::max(k.delay, 0) >> 8), u8(std::max(k.transparent, 0)), 0});
+        Bytes d = {0x2C, 0, 0, 0, 0, 0, 0, 0, 0, u8((k.local.empty() ? 0 : 0x87) | (k.interlaced ? 0x40 : 0))};
+        put16(d, 1, k.left), put16(d, 3, k.top), put16(d, 5, k.width), put16(d, 7, k.height);
+        append(b, d);
+        if (!k.local.empty()) append_palette(b, k.local);
+        b.push_back(8);  // minimum code size
+        Bytes packed;
+        std::uint32_t acc = 0;
+        int nbits = 0;
+        auto emit = [&](int code) {
+            acc |= std::uint32_t(code) << nbits;
+            for (nbits += 9; nbits >= 8; nbits -= 8, acc >>= 8) packed.push_back(u8(acc));
+        };
+        for (std::size_t i = 0; i < k.indices.size(); ++i) {
+            if (i % 200 == 0) emit(256);
+            emit(k.indices[i]);
+        }
+        emit(257);
+        if (nbits > 0) packed.push_back(u8(acc));
+        for (std::size_t i = 0; i < packed.size(); i += 255) {
+            const std::size_t n = std::min<std::size_t>(255, packed.size() - i);
+            b.push_back(u8(n));
+            b.insert(b.end(), packed.begin() + std::ptrdiff_t(i), packed.begin() + std::ptrdiff_t(i + n));
+        }
+        b.push_back(0);
     }
-    emit(257);
-    if (nbits > 0) packed.push_back(u8(acc));
-    for (std::size_t i = 0; i < packed.size(); i += 255) {
-        const std::size_t n = std::min<std::size_t>(255, packed.size() - i);
-        b.push_back(u8(n));
-        b.insert(b.end(), packed.begin() + std::ptrdiff_t(i), packed.begin() + std::ptrdiff_t(i + n));
-    }
-    append(b, {0, 0x3B});
+    b.push_back(0x3B);
     return b;
+}
+
+// One full-screen block over a 256-entry global palette.
+inline Bytes gif(int width, int height, const std::vector<std::uint32_t>& palette,
+                 const std::vector<std::uint8_t>& indices, int transparent_index = -1) {
+    return gif_blocks(width, height, palette, {{0, 0, width, height, indices, {}, false, transparent_index}});
 }
 
 }  // namespace tarko::test

@@ -60,5 +60,18 @@ int main(int argc, char** argv) {
     save("picture", "rle4.bmp", rle_bmp(4, 5, 2, {0, 0xFF0000, 0xFF00}, {4, 0x12, 0, 0, 0, 3, 0x21, 0x10, 0, 1}));
     save("picture", "gradient.jpg", tarko::platform::image::encode_jpeg(16, 16, gradient(16, 16), 75));
     save("picture", "small.jpg", tarko::platform::image::encode_jpeg(3, 5, gradient(3, 5), 50));
+    using tarko::platform::image::JpegKind;
+    const auto squares = gradient(12, 10);
+    save("picture", "progressive.jpg", tarko::platform::image::encode_jpeg(12, 10, squares, 70, JpegKind::Progressive));
+    save("picture", "grey.jpg", tarko::platform::image::encode_jpeg(12, 10, squares, 70, JpegKind::Grey));
+    save("picture", "cmyk.jpg", tarko::platform::image::encode_jpeg(9, 9, squares, 70, JpegKind::Cmyk));
+    save("picture", "cmyk_adobe.jpg", tarko::platform::image::encode_jpeg(9, 9, squares, 70, JpegKind::CmykAdobe));
+    // GIF: interlaced, a local colour table, two blocks (one past the screen), a delay ending the frame.
+    const std::vector<std::uint32_t> palette = {0x102030, 0xFF0000, 0x00FF00, 0x0000FF};
+    save("picture", "interlaced.gif", gif_blocks(3, 9, palette, {{0, 0, 3, 9, std::vector<std::uint8_t>(27, 2), {}, true}}));
+    save("picture", "blocks.gif", gif_blocks(6, 4, palette, {{0, 0, 3, 2, {1, 2, 3, 0, 1, 2}, {0xFFFFFF, 0x808080}},
+                                                           {4, 3, 4, 2, {3, 3, 0, 1, 2, 2, 1, 0}, {}, false, 1},
+                                                           {1, 1, 2, 2, {1, 1, 1, 1}, {}, false, -1, 10},
+                                                           {0, 0, 1, 1, {2}}}));
     return 0;
 }

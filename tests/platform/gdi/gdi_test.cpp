@@ -109,6 +109,50 @@ TEST_F(Gdi, BlitsClipOverlapAndStretch) {
                                  gdi::SRCCOPY), 0);
 }
 
+TEST_F(Gdi, ThirtyTwoBitTopDownDibSectionsDrawIntoTheirBits) {
+    const gdi::HDC dc = gdi::CreateCompatibleDC(0);
+    std::uint8_t* bits = nullptr;
+    const gdi::HBITMAP dib = gdi::CreateDIBSection(dc, dib_info(2, -2, 32), gdi::DIB_RGB_COLORS, bits, 0, 0);
+    ASSERT_TRUE(dib && bits);
+    const gdi::HGDIOBJ previous = gdi::SelectObject(dc, dib);
+    gdi::SetPixel(dc, 1, 0, 0x030201);  // top row first in memory: pixel 1 at byte 4, blue first
+    EXPECT_EQ((std::vector<std::uint8_t>(bits + 4, bits + 7)), (std::vector<std::uint8_t>{3, 2, 1}));
+    gdi::SelectObject(dc, previous);
+    gdi::DeleteObject(dib);
+    gdi::DeleteDC(dc);
+}
+
+TEST_F(Gdi, StretchDIBitsTakesTheSourcePixelUnderEachTargetCentre) {
+    // Source pixels 1, 2, 3 (blue bytes, so COLORREF 0x010000 x n). Target
+    // pixel i takes source (2i + 1) x sw / (2 dw); a corner rule (i x sw / dw)
+    // or a rounded centre would pick differently where marked.
+    const struct {
+        int sw, sh, dw, dh;
+        std::vector<Long> expected;  // source pixel numbers, target row by row
+    } cases[] = {
+        {2, 1, 1, 1, {2}},           // 1 x 2 / 2 = 1 (a corner rule takes 0)
+        {3, 1, 2, 1, {1, 3}},        // 3 / 4 = 0, 9 / 4 = 2 (corner: 0, 1)
+        {3, 1, 4, 1, {1, 2, 2, 3}},  // 3 / 8, 9 / 8, 15 / 8, 21 / 8 = 0, 1, 1, 2 (corner: 0, 0, 1, 2)
+        {3, 1, 5, 1, {1, 1, 2, 3, 3}},  // 3 / 10, 9 / 10, 15 / 10, 21 / 10, 27 / 10 (rounded: 0, 1, 2, 2, 3)
+        {1, 2, 1, 1, {2}},           // rows likewise: row 1 x 2 / 2 = 1 of a top-down source
+    };
+    for (const auto& c : cases) {
+        std::vector<std::uint8_t> bits;
+        for (int y = 0; y < c.sh; ++y) {
+            for (int x = 0; x < c.sw; ++x) bits.insert(bits.end(), {static_cast<std::uint8_t>(y * c.sw + x + 1), 0, 0});
+            while (bits.size() % 4) bits.push_back(0);
+        }
+        Dib target(c.dw, c.dh);
+        ASSERT_EQ(gdi::StretchDIBits(target.dc, 0, 0, c.dw, c.dh, 0, 0, c.sw, c.sh, bits, dib_info(c.sw, -c.sh), 0,
+                                     gdi::SRCCOPY),
+                  c.dh);
+        std::vector<Long> got;
+        for (int y = 0; y < c.dh; ++y)
+            for (int x = 0; x < c.dw; ++x) got.push_back(gdi::GetPixel(target.dc, x, y) >> 16);
+        EXPECT_EQ(got, c.expected) << c.sw << "x" << c.sh << " -> " << c.dw << "x" << c.dh;
+    }
+}
+
 TEST(Picture, HiMetricSizesGiveTheirPixelsBack) {
     // px = HiMetric x 0.001 x 567 / 15; 256 px is 256 x 26.4550 = 6772.3 -> 6772
     EXPECT_EQ(gdi::pixels_to_himetric(256), 6772);
