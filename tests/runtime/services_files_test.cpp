@@ -37,24 +37,11 @@ TEST(Services, ClockRandomGeneratorAndMessageBoxes) {
     EXPECT_EQ(services.messages()[0].caption, kDefaultCaption);
 }
 
-// A clock that is replaced while it is being read: the music thread reads the
-// clock while the host may swap it. The read must finish on a live object.
-struct SelfReplacingClock final : Clock {
-    static inline bool destroyed = false, read_after_free = false;
-    ~SelfReplacingClock() override { destroyed = true; }
-    std::int64_t now_ms() const override {
-        set_clock(nullptr);  // drops the last reference but the reader's
-        read_after_free = destroyed;
-        return 42;
-    }
-    double seconds_since_midnight() const override { return 0; }
-};
-
 TEST(Services, AClockReplacedDuringAReadLivesUntilTheReadEnds) {
-    set_clock(std::make_shared<SelfReplacingClock>());
+    tarko::test::SelfReplacingClock::install();
     EXPECT_EQ(now_ms(), 42);
-    EXPECT_FALSE(SelfReplacingClock::read_after_free);
-    EXPECT_TRUE(SelfReplacingClock::destroyed);  // and then it goes
+    EXPECT_FALSE(tarko::test::SelfReplacingClock::read_after_free);
+    EXPECT_TRUE(tarko::test::SelfReplacingClock::destroyed);  // and then it goes
 }
 
 TEST(Files, FindsNamesWithEitherSeparatorInAnyCaseAndReadsOneBased) {

@@ -134,6 +134,13 @@ TEST_F(PerformanceTest, NotesHeldAcrossTheLoopEndAreSwitchedOffBeforeTheLoopStar
     EXPECT_EQ(got, expected);
 }
 
+TEST_F(PerformanceTest, TheSequencerKeepsTheClockAliveWhileItReadsIt) {
+    auto perf = make_performance();
+    tarko::test::SelfReplacingClock::install();
+    perf->service();  // what the conductor thread does every 4 ms
+    EXPECT_FALSE(tarko::test::SelfReplacingClock::read_after_free);
+}
+
 TEST_F(PerformanceTest, RangesAreCheckedAndMasterVolumeSetsThePortGain) {
     auto seg = load();
     EXPECT_EQ(error_of([&] { seg->setLoopPoints(0, 3073); }), platform::DMUS_E_OUT_OF_RANGE);
