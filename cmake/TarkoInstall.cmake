@@ -8,11 +8,13 @@ install(TARGETS tarko EXPORT TarkoTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
+# Every header of every module: the public ones include internal ones.
 foreach(dir IN LISTS TARKO_MODULE_DIRS)
   if(EXISTS ${PROJECT_SOURCE_DIR}/${dir})
     install(DIRECTORY ${dir} DESTINATION include/tarko FILES_MATCHING PATTERN "*.h")
   endif()
 endforeach()
+install(FILES ${CMAKE_BINARY_DIR}/include/tarko/tarko.h DESTINATION include/tarko)
 
 install(EXPORT TarkoTargets NAMESPACE Tarko:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Tarko)
 configure_package_config_file(cmake/TarkoConfig.cmake.in

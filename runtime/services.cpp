@@ -52,13 +52,18 @@ std::shared_ptr<Clock> current_clock;
 MessageBoxHandler message_box_handler;
 std::function<void()> pump_function;
 RandomGenerator random_generator;
-}  // namespace
 
-Clock& clock() {
+std::shared_ptr<Clock> clock_in_force() {
     std::lock_guard lock(services_mutex);
     if (!current_clock) current_clock = std::make_shared<SystemClock>();
-    return *current_clock;
+    return current_clock;
 }
+
+}  // namespace
+
+Clock& clock() { return *clock_in_force(); }
+
+std::int64_t now_ms() { return clock_in_force()->now_ms(); }
 
 void set_clock(std::shared_ptr<Clock> c) {
     std::lock_guard lock(services_mutex);
@@ -67,9 +72,9 @@ void set_clock(std::shared_ptr<Clock> c) {
 
 RandomGenerator& generator() { return random_generator; }
 
-Single Timer() { return static_cast<Single>(clock().seconds_since_midnight()); }
+Single Timer() { return static_cast<Single>(clock_in_force()->seconds_since_midnight()); }
 
-Long tick_count() { return static_cast<Long>(static_cast<std::uint32_t>(clock().now_ms())); }
+Long tick_count() { return static_cast<Long>(static_cast<std::uint32_t>(now_ms())); }
 
 Single Rnd() { return random_generator.next(); }
 void Randomize(double seed) { random_generator.seed(seed); }

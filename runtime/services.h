@@ -3,6 +3,7 @@
 // message box and the message pump behind DoEvents.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -26,9 +27,10 @@ struct SystemClock final : Clock {
 };
 
 // Tests move time by hand; nothing sleeps. Timer follows the same milliseconds
-// from `midnight_offset_s` (10:00 by default).
+// from `midnight_offset_s` (10:00 by default). `now` may be read from the
+// music thread while a test moves it.
 struct ManualClock final : Clock {
-    std::int64_t now = 0;
+    std::atomic<std::int64_t> now{0};
     double midnight_offset_s = 36000.0;
     std::int64_t now_ms() const override { return now; }
     double seconds_since_midnight() const override;
@@ -64,7 +66,11 @@ inline constexpr const char* kDefaultCaption = "Tarko";
 
 namespace runtime {
 
+// The clock in force. The reference is good until the next set_clock, so it
+// is for the host's thread; now_ms() may be called from any thread: the clock
+// it reads stays alive for the call even if set_clock replaces it meanwhile.
 Clock& clock();
+std::int64_t now_ms();
 void set_clock(std::shared_ptr<Clock> c);  // nullptr restores the system clock
 
 RandomGenerator& generator();

@@ -20,12 +20,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/tarko_dx7.h"
-#include "platform/constants.h"
-#include "platform/pixel_format.h"
-#include "platform/window.h"
-#include "runtime/errors.h"
-#include "runtime/services.h"
+#include <tarko/tarko.h>
 
 namespace {
 

@@ -2,6 +2,7 @@
 #include "platform/d3d/worker_pool.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tarko::platform::d3d {
 
@@ -20,11 +21,20 @@ WorkerPool::~WorkerPool() {
     for (auto& t : workers_) t.join();
 }
 
-void WorkerPool::take_jobs() {
+// An exception must not leave a worker's thread (that would terminate the
+// process): the first is kept for run() and the remaining jobs are given up.
+void WorkerPool::take_jobs() noexcept {
     for (;;) {
         const int job = next_.fetch_add(1, std::memory_order_relaxed);
         if (job >= jobs_) return;
-        (*fn_)(job);
+        try {
+            (*fn_)(job);
+        } catch (...) {
+            std::lock_guard lock(mutex_);
+            if (!error_) error_ = std::current_exception();
+            next_.store(jobs_, std::memory_order_relaxed);
+            return;
+        }
     }
 }
 
@@ -57,13 +67,19 @@ void WorkerPool::run(int jobs, const std::function<void(int)>& fn) {
         jobs_ = jobs;
         next_.store(0, std::memory_order_relaxed);
         busy_ = static_cast<int>(workers_.size());
+        error_ = nullptr;
         ++round_;
     }
     wake_.notify_all();
     take_jobs();
-    std::unique_lock lock(mutex_);
-    done_.wait(lock, [&] { return busy_ == 0; });
-    fn_ = nullptr;
+    std::exception_ptr error;
+    {
+        std::unique_lock lock(mutex_);
+        done_.wait(lock, [&] { return busy_ == 0; });
+        fn_ = nullptr;
+        error = std::exchange(error_, nullptr);
+    }
+    if (error) std::rethrow_exception(error);
 }
 
 }  // namespace tarko::platform::d3d

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <exception>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -21,11 +22,13 @@ public:
 
     int size() const { return static_cast<int>(workers_.size()) + 1; }
     // Calls fn(job) once for each job in 0..jobs-1, spread over the threads.
+    // If a job throws, the jobs not yet started are skipped and the first
+    // error is rethrown here, once no worker touches `fn` any more.
     void run(int jobs, const std::function<void(int)>& fn);
 
 private:
     void work_loop();
-    void take_jobs();
+    void take_jobs() noexcept;
 
     std::vector<std::thread> workers_;
     std::mutex mutex_;
@@ -36,6 +39,7 @@ private:
     int busy_ = 0;
     std::uint64_t round_ = 0;
     bool stop_ = false;
+    std::exception_ptr error_;  // first job error of the current run
 };
 
 }  // namespace tarko::platform::d3d

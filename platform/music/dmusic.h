@@ -6,8 +6,13 @@
 // from runtime::clock() at the tempo in force: the playing segment's tempo
 // map while one plays, and the last tempo (120 beats per minute at first)
 // while none does. Tests move it with a ManualClock. Events due are sent to
-// the port whenever the performance is asked anything; on a real-time port a
-// background thread also services it every few milliseconds.
+// the port whenever the performance is asked anything. On a real-time port
+// (FluidSynth playing on the audio device) a thread beside that audio stream,
+// the conductor, also services it every 4 ms; it starts with the first such
+// performance and ends with the last. It reads the clock through
+// runtime::now_ms(), so a host or test may swap the clock while music plays,
+// and it takes the performance's lock, as every call here does. No other port
+// starts it. (The sequencer is in sequencer.h.)
 //
 // Decisions where the old interface left room:
 // - Every performance of the process shares the default port (one

@@ -154,6 +154,7 @@ DirectSound::DirectSound(std::shared_ptr<sound::AudioBackend> backend) : core_(s
 DirectSound::~DirectSound() = default;
 
 const std::shared_ptr<sound::AudioBackend>& DirectSound::backend() const { return core_->backend; }
+std::string DirectSound::backend_name() const { return core_->backend->name(); }
 
 void DirectSound::setCooperativeLevel(Long hwnd, Long level) {
     platform::record("DirectSound", "setCooperativeLevel", hwnd, level);

@@ -162,8 +162,10 @@ public:
     tarko::Ref<DirectSoundBuffer> createSoundBufferFromFile(const std::string& file, DSBUFFERDESC& desc,
                                                             WAVEFORMATEX& format);
 
-    // Not in the old interface: the audio backend, for hosts and tests.
+    // Not in the old interface: the audio backend, for tests, and its name
+    // for hosts ("silent" when there is no audio device).
     const std::shared_ptr<tarko::platform::sound::AudioBackend>& backend() const;
+    std::string backend_name() const;
 
 private:
     std::shared_ptr<tarko::platform::sound::DeviceCore> core_;

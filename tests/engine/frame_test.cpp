@@ -1,6 +1,6 @@
 // The frame cycle: the two frame-rate measures and the frame time on a
 // manual clock, the console layout, the blit failure, FreeDX.
-#include "engine_test_support.h"
+#include "support/engine_test_support.h"
 #include "platform/constants.h"
 #include "platform/status.h"
 

@@ -2,7 +2,7 @@
 // and fog through the recorded device.
 #include <functional>
 
-#include "engine_test_support.h"
+#include "support/engine_test_support.h"
 #include "platform/constants.h"
 
 using namespace tarko;

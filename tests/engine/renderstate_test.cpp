@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "engine_test_support.h"
+#include "support/engine_test_support.h"
 #include "platform/constants.h"
 #include "platform/profile.h"
 

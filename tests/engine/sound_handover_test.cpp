@@ -1,5 +1,5 @@
 // FLIPP moves a listener that a host handed over to the camera, deferred.
-#include "engine_test_support.h"
+#include "support/engine_test_support.h"
 #include "platform/constants.h"
 #include "platform/sound/audio_backend.h"
 #include "platform/sound/dsound.h"

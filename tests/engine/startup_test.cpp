@@ -1,6 +1,6 @@
 // Device start-up: call order on the platform, console lines, fallbacks and
 // the failures a host can provoke.
-#include "engine_test_support.h"
+#include "support/engine_test_support.h"
 #include "platform/constants.h"
 #include "platform/profile.h"
 #include "platform/status.h"

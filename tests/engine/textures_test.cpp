@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "engine/texture_pipeline.h"
-#include "engine_test_support.h"
+#include "support/engine_test_support.h"
 #include "platform/constants.h"
 #include "platform/image/jpeg_writer.h"
 #include "platform/pixel_format.h"

@@ -37,6 +37,13 @@ TEST(Services, ClockRandomGeneratorAndMessageBoxes) {
     EXPECT_EQ(services.messages()[0].caption, kDefaultCaption);
 }
 
+TEST(Services, AClockReplacedDuringAReadLivesUntilTheReadEnds) {
+    tarko::test::SelfReplacingClock::install();
+    EXPECT_EQ(now_ms(), 42);
+    EXPECT_FALSE(tarko::test::SelfReplacingClock::read_after_free);
+    EXPECT_TRUE(tarko::test::SelfReplacingClock::destroyed);  // and then it goes
+}
+
 TEST(Files, FindsNamesWithEitherSeparatorInAnyCaseAndReadsOneBased) {
     const auto dir = tarko::test::scratch_dir("runtime_files");
     std::filesystem::create_directories(dir / "Models");

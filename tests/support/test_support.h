@@ -4,9 +4,30 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <string>
 
+#include "runtime/services.h"
+
 namespace tarko::test {
+
+// A clock that replaces itself while it is read, as a host may while the
+// music thread reads: a reader that does not keep it alive reads a freed
+// object, and `read_after_free` says so.
+struct SelfReplacingClock final : Clock {
+    static inline bool destroyed = false, read_after_free = false;
+    static void install() {
+        destroyed = read_after_free = false;
+        runtime::set_clock(std::make_shared<SelfReplacingClock>());
+    }
+    ~SelfReplacingClock() override { destroyed = true; }
+    std::int64_t now_ms() const override {
+        runtime::set_clock(nullptr);  // drops every reference but the reader's
+        read_after_free = destroyed;
+        return 42;
+    }
+    double seconds_since_midnight() const override { return 0; }
+};
 
 // tests/data of the source tree.
 std::filesystem::path data_dir();

@@ -2,6 +2,7 @@
 // ManualClock (120 bpm is 768 ticks per 500 ms), and one through FluidSynth.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <fstream>
 
@@ -99,6 +100,45 @@ TEST_F(PerformanceTest, StartPointSkipsNotesButKeepsTheInstrumentAndRepeatsLoop)
     EXPECT_TRUE(perf->isPlaying(again, state));
     advance(1);
     EXPECT_FALSE(perf->isPlaying(again, state));
+}
+
+TEST_F(PerformanceTest, NotesHeldAcrossTheLoopEndAreSwitchedOffBeforeTheLoopStarts) {
+    // At 96 ticks a quarter each file tick is 8 music ticks. Key 60 sounds
+    // from 0 to 192 (1536); the loop ends at 768, half-way through the note.
+    SmfTrackWriter notes;
+    notes.note_on(0, 0, 60, 100).note_off(192, 0, 60).end();
+    auto perf = make_performance();
+    auto seg = load(make_smf(0, 96, {notes}));
+    seg->setLoopPoints(0, 768);
+    seg->setRepeats(1);
+    perf->playSegment(seg, 0, 0);
+    ASSERT_EQ(port_->messages.size(), 1u);  // the first note-on
+    advance(499);  // 766.464 ticks: the loop end (768 ticks = 500 ms) not reached
+    perf->service();
+    EXPECT_EQ(port_->messages.size(), 1u);
+    advance(1);
+    perf->service();
+    // At the loop end: sustain off and all notes off on the performance's 16
+    // channels, then the note at the loop start again.
+    std::vector<std::array<int, 4>> expected;
+    for (int c = 0; c < 16; ++c) {
+        expected.push_back({c, 0xB0, 64, 0});
+        expected.push_back({c, 0xB0, 123, 0});
+    }
+    expected.push_back({0, 0x90, 60, 100});
+    std::vector<std::array<int, 4>> got;
+    for (std::size_t i = 1; i < port_->messages.size(); ++i) {
+        const auto& m = port_->messages[i];
+        got.push_back({m.channel, m.command, m.data1, m.data2});
+    }
+    EXPECT_EQ(got, expected);
+}
+
+TEST_F(PerformanceTest, TheSequencerKeepsTheClockAliveWhileItReadsIt) {
+    auto perf = make_performance();
+    tarko::test::SelfReplacingClock::install();
+    perf->service();  // what the conductor thread does every 4 ms
+    EXPECT_FALSE(tarko::test::SelfReplacingClock::read_after_free);
 }
 
 TEST_F(PerformanceTest, RangesAreCheckedAndMasterVolumeSetsThePortGain) {

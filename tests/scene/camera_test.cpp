@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "engine_test_support.h"
+#include "support/engine_test_support.h"
 #include "platform/constants.h"
 #include "platform/input.h"
 

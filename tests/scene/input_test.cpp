@@ -1,5 +1,5 @@
 // Polled keyboard and mouse reads with injected device state.
-#include "engine_test_support.h"
+#include "support/engine_test_support.h"
 #include "platform/input.h"
 
 using namespace tarko;

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "engine_test_support.h"
+#include "support/engine_test_support.h"
 #include "platform/constants.h"
 #include "platform/pixel_format.h"
 

@@ -1,0 +1,62 @@
+// The device's worker pool: every job once, and a job's error at the caller
+// after the workers are done with the job function.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/d3d/worker_pool.h"
+
+namespace tarko::platform::d3d {
+namespace {
+
+TEST(WorkerPool, RunsEveryJobExactlyOnceForEachThreadCount) {
+    for (const int threads : {1, 2, 4}) {
+        WorkerPool pool(threads);
+        std::vector<std::atomic<int>> calls(97);
+        pool.run(97, [&](int job) { calls[static_cast<std::size_t>(job)]++; });
+        for (std::size_t j = 0; j < calls.size(); ++j) EXPECT_EQ(calls[j].load(), 1) << threads << " threads, job " << j;
+    }
+}
+
+TEST(WorkerPool, AWorkersErrorReachesTheCallerAndThePoolKeepsWorking) {
+    WorkerPool pool(3);
+    const auto caller = std::this_thread::get_id();
+    for (int round = 0; round < 20; ++round) {
+        std::atomic<bool> worker_started{false};
+        // The caller's own job waits until a worker has one, so the error is
+        // always thrown on a worker thread. The job function is a temporary:
+        // a worker still holding it after run() returns is a use after free.
+        EXPECT_THROW(pool.run(64,
+                              [&, big = std::vector<int>(256, round)](int) {
+                                  if (std::this_thread::get_id() == caller) {
+                                      while (!worker_started.load()) std::this_thread::yield();
+                                      return;
+                                  }
+                                  worker_started = true;
+                                  throw std::runtime_error("job failed " + std::to_string(big[0]));
+                              }),
+                     std::runtime_error);
+        std::atomic<int> done{0};
+        pool.run(10, [&](int) { ++done; });
+        EXPECT_EQ(done.load(), 10);
+    }
+}
+
+TEST(WorkerPool, TheCallersOwnErrorIsRethrownWithItsText) {
+    WorkerPool pool(2);
+    try {
+        pool.run(8, [](int job) {
+            if (job == 0) throw std::logic_error("first job");
+        });
+        ADD_FAILURE() << "no error";
+    } catch (const std::logic_error& e) {
+        EXPECT_STREQ(e.what(), "first job");
+    }
+}
+
+}  // namespace
+}  // namespace tarko::platform::d3d
