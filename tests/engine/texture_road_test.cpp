@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "engine_test_support.h"
+#include "support/engine_test_support.h"
 #include "images/image_files.h"
 #include "images/resample.h"
 #include "platform/status.h"

@@ -176,7 +176,7 @@ TEST(IncludeRules, EverySourceIncludesOnlyWhatItsReadmeAllows) {
             continue;
         }
         const auto ext = relative.extension();
-        if (!it->is_regular_file() || (ext != ".h" && ext != ".cpp" && ext != ".inc")) continue;
+        if (!it->is_regular_file() || (ext != ".h" && ext != ".c" && ext != ".cpp" && ext != ".inc")) continue;
         std::optional<Rules> rules;
         for (fs::path dir = relative.parent_path(); !dir.empty() && !rules; dir = dir.parent_path())
             if (fs::exists(kRoot / dir / "README.md")) rules = read_rules(kRoot / dir / "README.md", dir.generic_string());

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "engine_test_support.h"
+#include "support/engine_test_support.h"
 #include "models/x/cTarko_Xfile.h"
 #include "models/x/texture_scan.h"
 #include "models/x/x_writer.h"
