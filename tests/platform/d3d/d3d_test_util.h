@@ -66,7 +66,8 @@ inline ::testing::AssertionResult same_picture(const std::string& label, const P
 #endif
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string stem = std::string(info->test_suite_name()) + "." + info->name() + "_" + label;
-    std::replace_if(stem.begin(), stem.end(), [](char c) { return !std::isalnum(static_cast<unsigned char>(c)) && c != '.' && c != '_'; }, '_');
+    for (char& c : stem)
+        if (!std::isalnum(static_cast<unsigned char>(c)) && c != '.') c = '_';
     std::error_code ec;
     std::filesystem::create_directories(dir, ec);
     const auto base = (dir / stem).string();
