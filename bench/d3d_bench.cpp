@@ -4,7 +4,15 @@
 //   b) two texture stages and fog                 Mpix/s
 //   c) many small lit textured triangles          Mtri/s
 //   d) a 20,000-triangle lit textured scene       frames/s
+// Both draw with the same state: the same texels (ours after conversion to
+// the texture's format), MODULATE2X on the second stage (GL's combine mode,
+// RGB scale 2) with its own coordinates, the same light attenuation, ambient,
+// fog and clear colours, and GL shifted half a pixel to our pixel centres.
+// Once per scene both pictures are read back and compared; a speed ratio is
+// printed only when they agree within kMeanTolerance and kOffShare.
+// Each figure is the median of kRuns runs, with the slowest and fastest.
 // Usage: tarko_d3d_bench [threads] [seconds per figure]
+// TARKO_BENCH_PICTURES=folder writes both pictures of each scene as PNG.
 // TARKO_BENCH_NO_GL=1 skips llvmpipe (for profiling our device alone);
 // TARKO_BENCH_ONLY=abcd picks the scenes to run.
 #include <EGL/egl.h>
@@ -12,6 +20,8 @@
 #include <GL/gl.h>
 #include <dlfcn.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -29,32 +39,77 @@
 #include "platform/pixel_format.h"
 #include "platform/profile.h"
 #include "platform/surface.h"
+#include "platform/window.h"
 
 using namespace tarko;
 using platform::PixelFormat;
 
 namespace {
 
-constexpr int kW = 640, kH = 480;
+constexpr int kW = 640, kH = 480, kRuns = 5;
+// Picture agreement needed for a ratio: mean difference per channel, and the
+// share of pixels off by more than kOffBy in some channel. The textures' sharp
+// steps (blue 248 to 0, red 255 to 0) and triangle edges land a texel or a
+// pixel apart in a few percent of pixels; a different stage operation, light
+// or coordinate set moves the mean by tens.
+constexpr double kMeanTolerance = 2.0, kOffShare = 0.03;
+constexpr int kOffBy = 16;
 double g_seconds = 1.5;
 
 double seconds_since(std::chrono::steady_clock::time_point t0) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
 }
 
-// Runs `frame` until the time is up; returns frames per second.
-double measure(const std::function<void()>& frame, const std::function<void()>& finish) {
-    frame();
-    finish();  // warm up: texture conversion, JIT
+struct Figure {
+    double median = 0, min = 0, max = 0;
+};
+
+// Frames per second of `frame` over a share of the time.
+double run_once(const std::function<void()>& frame, const std::function<void()>& finish) {
     int frames = 0;
     const auto t0 = std::chrono::steady_clock::now();
     do {
         frame();
         ++frames;
         if (frames % 4 == 0) finish();
-    } while (seconds_since(t0) < g_seconds);
+    } while (seconds_since(t0) < g_seconds / kRuns);
     finish();
     return frames / seconds_since(t0);
+}
+
+Figure summary(std::array<double, kRuns> rates) {
+    std::sort(rates.begin(), rates.end());
+    return {rates[kRuns / 2], rates.front(), rates.back()};
+}
+
+Figure scaled(Figure f, double by) { return {f.median * by, f.min * by, f.max * by}; }
+
+// Per-channel difference of two 0x00RRGGBB pictures.
+struct Difference {
+    std::array<int, 3> max{};
+    std::array<double, 3> mean{};
+    double off_share = 0;
+    bool agrees() const {
+        return off_share <= kOffShare && *std::max_element(mean.begin(), mean.end()) <= kMeanTolerance;
+    }
+};
+
+Difference compare(const std::vector<std::uint32_t>& a, const std::vector<std::uint32_t>& b) {
+    Difference d;
+    std::size_t off = 0;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        bool far = false;
+        for (int c = 0; c < 3; ++c) {
+            const int e = std::abs(static_cast<int>((a[i] >> (16 - 8 * c)) & 255) - static_cast<int>((b[i] >> (16 - 8 * c)) & 255));
+            d.max[c] = std::max(d.max[c], e);
+            d.mean[c] += e;
+            far = far || e > kOffBy;
+        }
+        off += far;
+    }
+    for (double& m : d.mean) m /= static_cast<double>(a.size());
+    d.off_share = static_cast<double>(off) / static_cast<double>(a.size());
+    return d;
 }
 
 // ---------- scene data shared by both renderers
@@ -65,16 +120,27 @@ struct Mesh {
     std::vector<std::uint16_t> gl_idx;
 };
 
+PixelFormat texture_format(bool alpha) { return alpha ? PixelFormat::a4r4g4b4() : PixelFormat::r5g6b5(); }
+
+// The texels as our textures hold them (A4R4G4B4 or R5G6B5 read back to
+// 8 bits), so that GL samples the same values.
 std::vector<std::uint32_t> make_texels(int size, bool alpha) {
+    const PixelFormat f = texture_format(alpha);
     std::vector<std::uint32_t> t;
     for (int y = 0; y < size; ++y)
         for (int x = 0; x < size; ++x) {
             const std::uint32_t a = alpha ? static_cast<std::uint32_t>(96 + ((x ^ y) & 127)) : 255u;
-            t.push_back(a << 24 | static_cast<std::uint32_t>((x * 255) / size) << 16 |
-                        static_cast<std::uint32_t>((y * 255) / size) << 8 | static_cast<std::uint32_t>(((x + y) & 31) * 8));
+            t.push_back(f.to_argb(f.from_argb(a << 24 | static_cast<std::uint32_t>((x * 255) / size) << 16 |
+                                              static_cast<std::uint32_t>((y * 255) / size) << 8 |
+                                              static_cast<std::uint32_t>(((x + y) & 31) * 8))));
         }
     return t;
 }
+
+// The point light both renderers use; its range reaches past every vertex.
+constexpr float kPointAtt0 = 1, kPointAtt1 = 0.1f, kPointRange = 30;
+constexpr std::uint32_t kClear = 0x203040, kFog = 0x8090A0, kAmbient = 0x303030;
+float channel(std::uint32_t c, int shift) { return static_cast<float>((c >> shift) & 255) / 255.0f; }
 
 // A grid of n x n quads on y = 0 with a gentle height wave, seen from above at an angle.
 Mesh make_grid(int n, float size) {
@@ -128,7 +194,7 @@ struct Ours {
         return Ref<DirectDrawSurface7>(std::make_shared<DirectDrawSurface7>(nullptr, d, f));
     }
     static Ref<DirectDrawSurface7> texture(int size, bool alpha) {
-        const auto f = alpha ? PixelFormat::a4r4g4b4() : PixelFormat::r5g6b5();
+        const auto f = texture_format(alpha);
         auto t = surface(size, size, f, dx::DDSCAPS_TEXTURE);
         const auto texels = make_texels(size, alpha);
         for (int y = 0; y < size; ++y)
@@ -151,7 +217,13 @@ struct Ours {
             dev->setTextureStageState(s, dx::D3DTSS_MINFILTER, dx::D3DTFN_LINEAR);
         }
     }
-    void clear() { dev->clear(0, {}, dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, 0x203040, 1, 0); }
+    void clear() { dev->clear(0, {}, dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, kClear, 1, 0); }
+    std::vector<std::uint32_t> read() const {
+        std::vector<std::uint32_t> px;
+        for (int y = 0; y < kH; ++y)
+            for (int x = 0; x < kW; ++x) px.push_back(target->argb_at(x, y) & 0xFFFFFFu);
+        return px;
+    }
 
     void quads(int layers) {
         dev->setTexture(0, tex_alpha);
@@ -184,7 +256,7 @@ struct Ours {
         dev->setRenderState(dx::D3DRENDERSTATE_CULLMODE, dx::D3DCULL_NONE);
         dev->setRenderState(dx::D3DRENDERSTATE_FOGENABLE, 1);
         dev->setRenderState(dx::D3DRENDERSTATE_FOGVERTEXMODE, dx::D3DFOG_LINEAR);
-        dev->setRenderState(dx::D3DRENDERSTATE_FOGCOLOR, 0x8090A0);
+        dev->setRenderState(dx::D3DRENDERSTATE_FOGCOLOR, kFog);
         dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGSTART, 2);
         dev->setRenderStateSingle(dx::D3DRENDERSTATE_FOGEND, 30);
         D3DMATRIX id;
@@ -208,7 +280,7 @@ struct Ours {
         dev->setTexture(0, tex0);
         dev->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 1);
         dev->setRenderState(dx::D3DRENDERSTATE_CULLMODE, dx::D3DCULL_NONE);
-        dev->setRenderState(dx::D3DRENDERSTATE_AMBIENT, 0x303030);
+        dev->setRenderState(dx::D3DRENDERSTATE_AMBIENT, kAmbient);
         D3DMATERIAL7 mat;
         mat.diffuse = {1, 1, 1, 1};
         mat.ambient = {1, 1, 1, 1};
@@ -223,9 +295,9 @@ struct Ours {
         p.dltType = D3DLIGHT_POINT;
         p.diffuse = {0.5f, 0.3f, 0.1f, 1};
         p.position = {2, 3, 0};
-        p.range = 30;
-        p.attenuation0 = 1;
-        p.attenuation1 = 0.1f;
+        p.range = kPointRange;
+        p.attenuation0 = kPointAtt0;
+        p.attenuation1 = kPointAtt1;
         dev->setLight(1, p);
         dev->lightEnable(1, true);
         dev->setTransform(dx::D3DTRANSFORMSTATE_WORLD, world);
@@ -302,7 +374,8 @@ struct Mesa {
         GLuint t;
         glGenTextures(1, &t);
         glBindTexture(GL_TEXTURE_2D, t);
-        glTexImage2D(GL_TEXTURE_2D, 0, alpha ? GL_RGBA4 : GL_RGB5, size, size, 0, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
+        // 32-bit texels, as ours are after conversion.
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, size, size, 0, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_REPEAT);
@@ -315,21 +388,30 @@ struct Mesa {
         glLoadMatrixf(&m.rc11);
     }
     void projection_3d() {
-        D3DMATRIX c, m;  // depth 0..w to -w..w
-        c.rc11 = 1, c.rc22 = 1, c.rc33 = 2, c.rc44 = 1, c.rc43 = -1;
+        // Depth 0..w to -w..w; x and y half a pixel over, as GL's pixel centres lie at +0.5.
+        D3DMATRIX c, m;
+        c.rc11 = 1, c.rc22 = 1, c.rc33 = 2, c.rc44 = 1, c.rc43 = -1, c.rc41 = 1.0f / kW, c.rc42 = -1.0f / kH;
         dxmath::matrixMultiply(m, projection(), c);
         load(m, GL_PROJECTION);
     }
     void clear() {
-        glClearColor(0.125f, 0.19f, 0.25f, 1);
+        glClearColor(channel(kClear, 16), channel(kClear, 8), channel(kClear, 0), 1);
         glClearDepth(1);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     }
     void finish() { glFinish(); }
+    std::vector<std::uint32_t> read() {
+        std::vector<std::uint32_t> px(static_cast<std::size_t>(kW) * kH), out;
+        glFinish();
+        glReadPixels(0, 0, kW, kH, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, px.data());
+        for (int y = kH - 1; y >= 0; --y)  // GL's rows run bottom up
+            for (int x = 0; x < kW; ++x) out.push_back(px[static_cast<std::size_t>(y) * kW + x] & 0xFFFFFFu);
+        return out;
+    }
 
     void quads(int layers) {
-        D3DMATRIX p;  // screen pixels
-        p.rc11 = 2.0f / kW, p.rc22 = -2.0f / kH, p.rc33 = 1, p.rc44 = 1, p.rc41 = -1, p.rc42 = 1;
+        D3DMATRIX p;  // screen pixels, shifted half a pixel onto GL's centres
+        p.rc11 = 2.0f / kW, p.rc22 = -2.0f / kH, p.rc33 = 1, p.rc44 = 1, p.rc41 = -1 + 1.0f / kW, p.rc42 = 1 - 1.0f / kH;
         load(p, GL_PROJECTION);
         D3DMATRIX id;
         dxmath::identityMatrix(id);
@@ -366,24 +448,34 @@ struct Mesa {
         glActiveTexture(GL_TEXTURE1);
         glEnable(GL_TEXTURE_2D);
         glBindTexture(GL_TEXTURE_2D, tex1);
-        glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
+        // Our stage 1: MODULATE2X of TEXTURE and CURRENT, alpha passed on.
+        glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_COMBINE);
+        glTexEnvi(GL_TEXTURE_ENV, GL_COMBINE_RGB, GL_MODULATE);
+        glTexEnvi(GL_TEXTURE_ENV, GL_SOURCE0_RGB, GL_TEXTURE);
+        glTexEnvi(GL_TEXTURE_ENV, GL_SOURCE1_RGB, GL_PREVIOUS);
+        glTexEnvi(GL_TEXTURE_ENV, GL_RGB_SCALE, 2);
+        glTexEnvi(GL_TEXTURE_ENV, GL_COMBINE_ALPHA, GL_REPLACE);
+        glTexEnvi(GL_TEXTURE_ENV, GL_SOURCE0_ALPHA, GL_PREVIOUS);
         glEnable(GL_FOG);
         glFogi(GL_FOG_MODE, GL_LINEAR);
         glFogf(GL_FOG_START, 2);
         glFogf(GL_FOG_END, 30);
-        const float fc[4] = {0.5f, 0.56f, 0.63f, 1};
+        const float fc[4] = {channel(kFog, 16), channel(kFog, 8), channel(kFog, 0), 1};
         glFogfv(GL_FOG_COLOR, fc);
         const float wall[4][5] = {{-8, -6, 4, 0, 4}, {-8, 6, 4, 0, 0}, {40, -30, 20, 8, 4}, {40, 30, 20, 8, 0}};
         for (int i = 0; i < layers; ++i) {
             glBegin(GL_TRIANGLE_STRIP);
             for (auto& v : wall) {
                 glColor4ub(255, 255, 255, 255);
-                glTexCoord2f(v[3], v[4]);
+                // Our vertices have one coordinate set; stage 1 reads it too.
+                glMultiTexCoord2f(GL_TEXTURE0, v[3], v[4]);
+                glMultiTexCoord2f(GL_TEXTURE1, v[3], v[4]);
                 glVertex3f(v[0], v[1], v[2]);
             }
             glEnd();
         }
         glDisable(GL_FOG);
+        glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
         glDisable(GL_TEXTURE_2D);
         glActiveTexture(GL_TEXTURE0);
     }
@@ -393,7 +485,8 @@ struct Mesa {
         D3DMATRIX wv;
         load(view_matrix(), GL_MODELVIEW);
         const float dir[4] = {-0.3f, 1, -0.4f, 0}, ld[4] = {1, 0.95f, 0.9f, 1}, zero[4] = {0, 0, 0, 1};
-        const float pos[4] = {2, 3, 0, 1}, pd[4] = {0.5f, 0.3f, 0.1f, 1}, amb[4] = {0.19f, 0.19f, 0.19f, 1};
+        const float pos[4] = {2, 3, 0, 1}, pd[4] = {0.5f, 0.3f, 0.1f, 1};
+        const float amb[4] = {channel(kAmbient, 16), channel(kAmbient, 8), channel(kAmbient, 0), 1};
         const float white[4] = {1, 1, 1, 1};
         glEnable(GL_LIGHTING);
         glEnable(GL_LIGHT0);
@@ -404,6 +497,8 @@ struct Mesa {
         glLightfv(GL_LIGHT1, GL_POSITION, pos);
         glLightfv(GL_LIGHT1, GL_DIFFUSE, pd);
         glLightfv(GL_LIGHT1, GL_SPECULAR, zero);
+        glLightf(GL_LIGHT1, GL_CONSTANT_ATTENUATION, kPointAtt0);
+        glLightf(GL_LIGHT1, GL_LINEAR_ATTENUATION, kPointAtt1);
         glLightModelfv(GL_LIGHT_MODEL_AMBIENT, amb);
         glMaterialfv(GL_FRONT_AND_BACK, GL_DIFFUSE, white);
         glMaterialfv(GL_FRONT_AND_BACK, GL_AMBIENT, white);
@@ -429,11 +524,53 @@ struct Mesa {
     }
 };
 
-void row(const char* what, const char* unit, double ours, double mesa, bool have_mesa) {
-    if (have_mesa)
-        std::printf("%-44s %10.1f %10.1f %8.2fx  %s\n", what, ours, mesa, ours / mesa, unit);
-    else
-        std::printf("%-44s %10.1f %10s %8s   %s\n", what, ours, "-", "-", unit);
+std::string figure(const Figure& f) {
+    char b[64];
+    std::snprintf(b, sizeof b, "%.1f (%.1f-%.1f)", f.median, f.min, f.max);
+    return b;
+}
+
+// One scene: both pictures drawn once on a clear target and compared, then
+// both timed (scenes a and b draw over the last frame, as a game's overlays do).
+void scene(const char* what, const char* unit, double per_frame, Ours& ours, Mesa& mesa,
+           const std::function<void()>& ours_frame, const std::function<void()>& mesa_frame) {
+    std::string diff = "-", ratio = "-";
+    bool agrees = false;
+    if (mesa.ok) {
+        ours.clear(), mesa.clear();
+        ours_frame();
+        mesa_frame();
+        const auto mine = ours.read(), theirs = mesa.read();
+        const Difference d = compare(mine, theirs);
+        if (const char* dir = std::getenv("TARKO_BENCH_PICTURES")) {
+            const std::string base = std::string(dir) + "/" + what[0];
+            platform::write_png(platform::Frame{kW, kH, mine}, base + "_ours.png");
+            platform::write_png(platform::Frame{kW, kH, theirs}, base + "_llvmpipe.png");
+        }
+        char b[160];
+        std::snprintf(b, sizeof b, "max %d/%d/%d mean %.2f/%.2f/%.2f off %.2f%%", d.max[0], d.max[1], d.max[2],
+                      d.mean[0], d.mean[1], d.mean[2], 100 * d.off_share);
+        diff = b;
+        agrees = d.agrees();
+    }
+    // Runs alternate, so that the load of a shared machine weighs on both alike.
+    const auto none = [] {};
+    const auto gl_finish = [&] { mesa.finish(); };
+    ours_frame();
+    if (mesa.ok) mesa_frame(), mesa.finish();  // warm up: texture conversion, shader compilation
+    std::array<double, kRuns> ours_rates{}, mesa_rates{};
+    for (int r = 0; r < kRuns; ++r) {
+        ours_rates[static_cast<std::size_t>(r)] = run_once(ours_frame, none);
+        if (mesa.ok) mesa_rates[static_cast<std::size_t>(r)] = run_once(mesa_frame, gl_finish);
+    }
+    const Figure o = scaled(summary(ours_rates), per_frame), m = scaled(summary(mesa_rates), per_frame);
+    if (mesa.ok) {
+        char b[32];
+        std::snprintf(b, sizeof b, "%.2fx", o.median / m.median);
+        ratio = agrees ? b : "pictures differ";
+    }
+    std::printf("%-38s %-22s %-22s %-16s %s  %s\n", what, figure(o).c_str(), mesa.ok ? figure(m).c_str() : "-",
+                ratio.c_str(), unit, diff.c_str());
 }
 
 }  // namespace
@@ -450,42 +587,33 @@ int main(int argc, char** argv) {
     const auto mesa_holder = skip_gl ? std::make_unique<Mesa>(Mesa::Skip{}) : std::make_unique<Mesa>();
     Mesa& mesa = *mesa_holder;
     if (!mesa.ok) std::printf("llvmpipe unavailable (%s): our figures only\n", mesa.why.c_str());
-    std::printf("640x480, X8R8G8B8 target, 16-bit z, our device on %d threads\n", ours.dev ? threads : 0);
-    std::printf("%-44s %10s %10s %9s\n", "scene", "ours", "llvmpipe", "ratio");
+    std::printf("640x480, X8R8G8B8 target, 16-bit z, our device on %d threads; median (min-max) of %d runs\n",
+                threads, kRuns);
+    std::printf("ratio only where the pictures agree: mean difference <= %.1f per channel, at most %.1f%% of pixels "
+                "off by more than %d\n", kMeanTolerance, 100 * kOffShare, kOffBy);
+    std::printf("%-38s %-22s %-22s %-16s %s  %s\n", "scene", "ours", "llvmpipe", "ratio", "unit",
+                "difference r/g/b");
     const double pix = static_cast<double>(kW) * kH;
-    auto ours_finish = [] {};
-    auto mesa_finish = [&] { mesa.finish(); };
 
     constexpr int kLayers = 8;
-    if (wanted('a')) {
-    const double a_ours = measure([&] { ours.quads(kLayers); }, ours_finish) * kLayers * pix / 1e6;
-    const double a_mesa = mesa.ok ? measure([&] { mesa.quads(kLayers); }, mesa_finish) * kLayers * pix / 1e6 : 0;
-    row("a) textured alpha-blended full-screen quads", "Mpix/s", a_ours, a_mesa, mesa.ok);
-    }
-    if (wanted('b')) {
+    if (wanted('a'))
+        scene("a) textured alpha-blended quads", "Mpix/s", kLayers * pix / 1e6, ours, mesa,
+              [&] { ours.quads(kLayers); }, [&] { mesa.quads(kLayers); });
+    if (wanted('b'))
+        scene("b) two texture stages + fog", "Mpix/s", kLayers * pix / 1e6, ours, mesa,
+              [&] { ours.two_stage_fog(kLayers); }, [&] { mesa.two_stage_fog(kLayers); });
 
-    const double b_ours = measure([&] { ours.two_stage_fog(kLayers); }, ours_finish) * kLayers * pix / 1e6;
-    const double b_mesa = mesa.ok ? measure([&] { mesa.two_stage_fog(kLayers); }, mesa_finish) * kLayers * pix / 1e6 : 0;
-    row("b) two texture stages + fog", "Mpix/s", b_ours, b_mesa, mesa.ok);
-    }
-
-    // c) 120 x 120 quads over a patch about 640 x 400 pixels: 28,800 triangles of ~9 pixels.
-    const Mesh small = make_grid(120, 14);
     D3DMATRIX world;
     dxmath::identityMatrix(world);
-    const double tris_c = static_cast<double>(small.idx.size() / 3);
-    if (wanted('c')) {
-    const double c_ours = measure([&] { ours.clear(); ours.lit_mesh(small, world); }, ours_finish) * tris_c / 1e6;
-    const double c_mesa = mesa.ok ? measure([&] { mesa.clear(); mesa.lit_mesh(small, world); }, mesa_finish) * tris_c / 1e6 : 0;
-    row("c) small lit textured triangles", "Mtri/s", c_ours, c_mesa, mesa.ok);
-    }
-
+    // c) 120 x 120 quads over a patch about 640 x 400 pixels: 28,800 triangles of ~9 pixels.
+    const Mesh small = make_grid(120, 14);
+    if (wanted('c'))
+        scene("c) small lit textured triangles", "Mtri/s", static_cast<double>(small.idx.size() / 3) / 1e6, ours, mesa,
+              [&] { ours.clear(), ours.lit_mesh(small, world); }, [&] { mesa.clear(), mesa.lit_mesh(small, world); });
     // d) 20,000 triangles: 100 x 100 quads, lit, textured, z-buffered.
-    const Mesh scene = make_grid(100, 20);
-    if (wanted('d')) {
-    const double d_ours = measure([&] { ours.clear(); ours.lit_mesh(scene, world); }, ours_finish);
-    const double d_mesa = mesa.ok ? measure([&] { mesa.clear(); mesa.lit_mesh(scene, world); }, mesa_finish) : 0;
-    row("d) 20,000-triangle lit textured scene", "frames/s", d_ours, d_mesa, mesa.ok);
-    }
+    const Mesh big = make_grid(100, 20);
+    if (wanted('d'))
+        scene("d) 20,000-triangle lit textured scene", "frames/s", 1, ours, mesa,
+              [&] { ours.clear(), ours.lit_mesh(big, world); }, [&] { mesa.clear(), mesa.lit_mesh(big, world); });
     return 0;
 }

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs the software device benchmark against Mesa llvmpipe at
-# 640x480. Usage: scripts/bench.sh [threads (default 2)] [seconds per figure]
+# 640x480: for each scene ours, llvmpipe, the ratio and the difference of the
+# two pictures. Usage: scripts/bench.sh [threads (default 2)] [seconds per figure]
 set -euo pipefail
 ROOT="$(cd "$(dirname "$0")/.." && pwd)"
 BUILD="${TARKO_BENCH_BUILD:-$ROOT/build-bench}"

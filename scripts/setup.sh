@@ -9,6 +9,7 @@ PACKAGES=(
   libsdl2-dev libopenal-dev libfluidsynth-dev fluid-soundfont-gm libstb-dev zlib1g-dev libassimp-dev
   libjpeg62-turbo-dev libgif-dev
   xvfb xauth
+  libegl1 libegl-mesa0 libgl1 libgl1-mesa-dri libegl-dev libgl-dev
 )
 
 missing=()

@@ -2,6 +2,7 @@
 // colour keys, bump maps, the picture roads of CreateTextureEX, each
 // creator's error policy, and a colour-keyed texture drawn on a frame.
 #include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <span>
@@ -175,6 +176,32 @@ TEST(TextureFormatTest, EachCreatorsTestAndTheWalk) {
     const Direct3DEnumPixelFormats only_32(formats({PixelFormat::x8r8g8b8(), PixelFormat::a8r8g8b8()}));
     EXPECT_FALSE(tx::walk_formats(only_32, f, tx::FormatTest::Opaque16));
     EXPECT_EQ(f.lRGBAlphaBitMask, static_cast<std::int32_t>(0xFF000000u));  // the last one read
+}
+
+TEST_F(Textures, DeviceListsPlain16BitFirstThen16BitAlphaThen32BitThenBumpAndFourCCLast) {
+    // The walk takes the first format that passes, so the whole order decides
+    // what each creator gets: plain and keyed-alpha textures R5G6B5, alpha
+    // ones A1R5G5B5 (the third), FourCC never while another format is left.
+    open();
+    const auto list = engine.D3D_DEV->getTextureFormatsEnum();
+    const DDPIXELFORMAT expected[] = {PixelFormat::r5g6b5().dd(),   PixelFormat::x1r5g5b5().dd(),
+                                      PixelFormat::a1r5g5b5().dd(), PixelFormat::a4r4g4b4().dd(),
+                                      PixelFormat::x8r8g8b8().dd(), PixelFormat::a8r8g8b8().dd(),
+                                      PixelFormat::bump_du_dv_8_8().dd(), dxt1()};
+    ASSERT_EQ(list->getCount(), static_cast<Long>(std::size(expected)));
+    DDPIXELFORMAT f;
+    for (Long i = 1; i <= list->getCount(); ++i) {
+        list->getItem(i, f);
+        EXPECT_EQ(std::memcmp(&f, &expected[i - 1], sizeof f), 0) << "item " << i << ": flags " << f.lFlags
+                                                                 << ", " << f.lRGBBitCount << " bits";
+    }
+    const std::pair<tx::FormatTest, PixelFormat> walks[] = {{tx::FormatTest::NoFourCC, PixelFormat::r5g6b5()},
+                                                            {tx::FormatTest::Opaque16, PixelFormat::r5g6b5()},
+                                                            {tx::FormatTest::Alpha16, PixelFormat::a1r5g5b5()}};
+    for (const auto& [test, format] : walks) {
+        ASSERT_TRUE(tx::walk_formats(*list, f, test));
+        EXPECT_EQ(std::memcmp(&f, &format.dd(), sizeof f), 0) << static_cast<int>(test);
+    }
 }
 
 TEST(TextureNames, RoadIsDecidedAnywhereInTheNameAndStretchingByTheLastThreeLetters) {

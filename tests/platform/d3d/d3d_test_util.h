@@ -1,22 +1,81 @@
 // Small render targets, vertices and pixel reads for the device tests.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
 #include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <span>
+#include <sstream>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "platform/constants.h"
 #include "platform/d3d/device.h"
+#include "platform/frame.h"
 #include "platform/pixel_format.h"
 #include "platform/profile.h"
 #include "platform/surface.h"
+#include "platform/window.h"
 
 namespace tarko::d3dtest {
 
 using platform::PixelFormat;
+using Picture = platform::Frame;  // 0x00RRGGBB, rows top to bottom
+
+// True where a pixel of the actual picture fails the expected one.
+using PixelCheck = std::function<bool(int x, int y, std::uint32_t actual, std::uint32_t expected)>;
+
+inline bool channels_differ(std::uint32_t a, std::uint32_t b, int tolerance) {
+    for (int sh : {0, 8, 16})
+        if (std::abs(static_cast<int>((a >> sh) & 255) - static_cast<int>((b >> sh) & 255)) > tolerance) return true;
+    return false;
+}
+
+// Compares two pictures pixel by pixel (exactly unless `bad` says otherwise).
+// On a difference it writes <test>_<label>_{actual,expected,diff}.png into
+// TARKO_TEST_PICTURES (the build folder's test-pictures) and names them.
+inline ::testing::AssertionResult same_picture(const std::string& label, const Picture& actual, const Picture& expected,
+                                               const PixelCheck& bad = {}) {
+    if (actual.width != expected.width || actual.height != expected.height)
+        return ::testing::AssertionFailure() << label << ": sizes differ";
+    Picture diff = expected;
+    int count = 0;
+    std::ostringstream first;
+    for (int y = 0; y < actual.height; ++y)
+        for (int x = 0; x < actual.width; ++x) {
+            const std::uint32_t a = actual.at(x, y), e = expected.at(x, y);
+            auto& d = diff.pixels[static_cast<std::size_t>(y) * diff.width + x];
+            d = (e >> 2) & 0x3F3F3Fu;  // the expected picture, dimmed, under the faults in red
+            if (bad ? !bad(x, y, a, e) : a == e) continue;
+            d = 0xFF0000u;
+            if (count++ < 4) first << " (" << x << "," << y << ") " << std::hex << a << " not " << e << std::dec;
+        }
+    if (count == 0) return ::testing::AssertionSuccess();
+#ifdef TARKO_TEST_PICTURES
+    const std::filesystem::path dir = TARKO_TEST_PICTURES;
+#else
+    const std::filesystem::path dir = std::filesystem::temp_directory_path() / "tarko-test-pictures";
+#endif
+    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+    std::string stem = std::string(info->test_suite_name()) + "." + info->name() + "_" + label;
+    for (char& c : stem)
+        if (!std::isalnum(static_cast<unsigned char>(c)) && c != '.') c = '_';
+    std::error_code ec;
+    std::filesystem::create_directories(dir, ec);
+    const auto base = (dir / stem).string();
+    platform::write_png(actual, base + "_actual.png"), platform::write_png(expected, base + "_expected.png");
+    platform::write_png(diff, base + "_diff.png");
+    return ::testing::AssertionFailure() << label << ": " << count << " pixels differ," << first.str() << "; see "
+                                         << base << "_{actual,expected,diff}.png";
+}
 
 inline Ref<DirectDrawSurface7> make_surface(int w, int h, const PixelFormat& f, std::int32_t caps) {
     DDSURFACEDESC2 desc;
@@ -56,6 +115,12 @@ struct Scene {
     int channel(int x, int y, int shift) const { return static_cast<int>((argb(x, y) >> shift) & 255); }
     int red(int x, int y) const { return channel(x, y, 16); }
     int green(int x, int y) const { return channel(x, y, 8); }
+    Picture picture() const {
+        Picture p{target->width(), target->height(), {}};
+        for (int y = 0; y < p.height; ++y)
+            for (int x = 0; x < p.width; ++x) p.pixels.push_back(argb(x, y));
+        return p;
+    }
     std::vector<std::uint32_t> pixels() const {
         std::vector<std::uint32_t> p;
         for (int y = 0; y < target->height(); ++y)

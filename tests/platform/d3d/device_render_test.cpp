@@ -228,3 +228,186 @@ TEST(Clipping, TrianglesThroughTheNearAndFarPlanesDrawTheirVisiblePart) {
     EXPECT_EQ(s.argb(16, 16), 0u);
     EXPECT_EQ(s.argb(16, 10), 0u);
 }
+
+TEST(Clear, RectanglesStopAtTheirRightAndBottomEdgesOnTargetAndDepth) {
+    // 8 x 6, white at z 1; rectangles 2..5 x 1..4 and 6..8 x 4..6 (right and
+    // bottom exclusive) cleared to blue at z 0. A red quad at z 0.5 then
+    // covers everything outside them and nothing inside.
+    Scene s(8, 6);
+    s.dev->clear(0, {}, dx::D3DCLEAR_TARGET, 0xFFFFFF, 1, 0);
+    const D3DRECT rects[] = {{2, 1, 5, 4}, {6, 4, 8, 6}};
+    s.dev->clear(2, rects, dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, 0x0000FF, 0, 0);
+    auto expected = [](std::uint32_t outside) {
+        Picture p{8, 6, {}};
+        for (int y = 0; y < 6; ++y)
+            for (int x = 0; x < 8; ++x)
+                p.pixels.push_back((x >= 2 && x < 5 && y >= 1 && y < 4) || (x >= 6 && y >= 4) ? 0x0000FFu : outside);
+        return p;
+    };
+    EXPECT_TRUE(same_picture("target", s.picture(), expected(0xFFFFFF)));
+    s.draw(kStrip, kTL, tl_quad(0, 0, 7, 5, 0xFFFF0000));
+    EXPECT_TRUE(same_picture("depth", s.picture(), expected(0xFF0000)));
+}
+
+TEST(Blend, AdditiveOn16BitsWidensReplicatingTheTopBitsSaturatesAndTruncates) {
+    // Background 0x336699 stores as r5 6, g6 25, b5 19 and reads back as
+    // (6 << 3 | 6 >> 2, 25 << 2 | 25 >> 4, 19 << 3 | 19 >> 2) = (49, 101, 156).
+    // ONE + ONE with (135, 59, 112): red 184 -> 184 >> 3 = 23 (48 + 135 = 183
+    // would give 22), green 160 -> 40 (159 would give 39), blue 268 -> 255 -> 31.
+    // 23 << 11 | 40 << 5 | 31 = 0xBD1F. Black of any alpha changes nothing.
+    Scene s(8, 8, PixelFormat::r5g6b5());
+    s.dev->clear(0, {}, dx::D3DCLEAR_TARGET, 0x00336699, 1, 0);
+    EXPECT_EQ(s.target->raw_at(3, 3), 0x3333u);  // 6 << 11 | 25 << 5 | 19
+    s.blend(dx::D3DBLEND_ONE, dx::D3DBLEND_ONE);
+    s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0x9F000000));
+    EXPECT_EQ(s.target->raw_at(3, 3), 0x3333u);
+    for (bool fast : {true, false}) {
+        s.dev->set_fast_paths(fast);
+        s.dev->clear(0, {}, dx::D3DCLEAR_TARGET, 0x00336699, 1, 0);
+        s.draw(kStrip, kTL, tl_quad(0, 0, 7, 7, 0xFF873B70));
+        for (auto p : s.pixels()) ASSERT_EQ(p, 0xBD1Fu) << "fast paths " << fast;
+    }
+}
+
+TEST(Texture, ColourKeyedTexelsLeaveTheBackgroundOnlyWhileKeyingIsOn) {
+    // A 16-bit black | red texture keyed on black over a blue background.
+    auto tex = make_texture(2, 1, {0xFF000000, 0xFFFF0000}, PixelFormat::r5g6b5());
+    tex->setColorKey(8, DDCOLORKEY{0, 0});
+    for (bool fast : {true, false})
+        for (Long keyed : {1, 0}) {
+            Scene s(8, 8);
+            s.dev->set_fast_paths(fast);
+            s.dev->clear(0, {}, dx::D3DCLEAR_TARGET, 0x000000FF, 1, 0);
+            s.dev->setTexture(0, tex);
+            s.states({{dx::D3DRENDERSTATE_COLORKEYENABLE, keyed}});
+            s.draw(kStrip, kTL, tl_quad(0, 0, 8, 8, 0xFFFFFFFF));
+            EXPECT_EQ(s.argb(1, 1), keyed ? 0x0000FFu : 0u) << "keyed " << keyed << " fast " << fast;
+            EXPECT_EQ(s.argb(6, 1), 0xFF0000u);
+        }
+}
+
+TEST(Texture, ChangesToTheSurfaceAfterADrawShowInTheNextDraw) {
+    // One texel, drawn, then rewritten by lock, by colour fill and by blt:
+    // each following draw must show the new texel.
+    Scene s(4, 4);
+    auto tex = make_texture(1, 1, {0xFFFF0000});
+    auto white = make_texture(1, 1, {0xFFFFFFFF});
+    s.dev->setTexture(0, tex);
+    const RECT all{};
+    const std::pair<std::function<void()>, std::uint32_t> steps[] = {
+        {[] {}, 0xFF0000u},
+        {[&] {
+             DDSURFACEDESC2 d;
+             tex->lock(all, d, 0, 0), tex->setLockedPixel(0, 0, static_cast<Long>(0xFF00FF00u)), tex->unlock(all);
+         }, 0x00FF00u},
+        {[&] { tex->bltColorFill(all, static_cast<Long>(0xFF0000FFu)); }, 0x0000FFu},
+        {[&] { tex->blt(all, white, all, 0); }, 0xFFFFFFu},
+    };
+    for (const auto& [change, colour] : steps) {
+        change();
+        s.draw(kStrip, kTL, tl_quad(0, 0, 3, 3, 0xFFFFFFFF));
+        EXPECT_EQ(s.argb(1, 1), colour);
+    }
+}
+
+TEST(Lighting, MirroringWorldTransformsKeepNormalsFacingTheLight) {
+    // Light along +z onto a quad whose normal is -z: N.L = 1, so the colour is
+    // the light's (1, 0.6, 0.2) -> (255, 153, 51) under any world that keeps
+    // the quad facing the camera: mirrored in x, in y (determinant -1), or in
+    // both (a half turn). A normal left flipped by the mirror would be black.
+    const float worlds[][3] = {{1, 1, 1}, {-1, 1, 1}, {1, -1, 1}, {-1, -1, 1}};
+    for (const auto& scale : worlds) {
+        Scene s(8, 8);
+        D3DMATRIX w = identity();
+        w.rc11 = scale[0], w.rc22 = scale[1], w.rc33 = scale[2];
+        s.dev->setTransform(dx::D3DTRANSFORMSTATE_WORLD, w);
+        s.dev->setMaterial({.diffuse = {1, 1, 1, 1}});
+        s.light(0, {.dltType = D3DLIGHT_DIRECTIONAL, .diffuse = {1, 0.6f, 0.2f, 1}, .direction = {0, 0, 1}});
+        s.draw(kStrip, dx::D3DFVF_VERTEX, facing_quad(1, 0.5f));
+        EXPECT_EQ(s.red(4, 4), 255) << scale[0] << " " << scale[1];
+        EXPECT_NEAR(s.green(4, 4), 153, 1) << scale[0] << " " << scale[1];
+        EXPECT_NEAR(s.channel(4, 4, 0), 51, 1) << scale[0] << " " << scale[1];
+    }
+}
+
+TEST(Stages, BumpEnvironmentMapMovesTheNextStagesCoordinatesByTheMatrix) {
+    // Stage 1 reads a 4 x 4 texture whose texel (i, j) is red 64 i, green 64 j.
+    // Pixel (1, 1) of a 16 x 16 quad samples u = v = 1/16, texel (0, 0). The
+    // bump texel is du = 64/128 = 0.5, dv = -32/128 = -0.25; the offset is
+    // (M00 du + M10 dv, M01 du + M11 dv):
+    //   M00 1: u 0.5625 -> texel 2;    M01 1: v 0.5625 -> texel row 2;
+    //   M10 1: u -0.1875 wraps to 0.8125 -> texel 3;  M11 1: v -> row 3.
+    std::vector<std::uint32_t> texels;
+    for (std::uint32_t j = 0; j < 4; ++j)
+        for (std::uint32_t i = 0; i < 4; ++i) texels.push_back(0xFF000000u | (64 * i) << 16 | (64 * j) << 8);
+    auto bump = make_surface(1, 1, PixelFormat::bump_du_dv_8_8(), dx::DDSCAPS_TEXTURE);
+    bump->set_raw(0, 0, 0xE040), bump->touch();
+    struct Case { Long m00, m01, m10, m11; std::uint32_t expected; };
+    for (const Case c : {Case{0, 0, 0, 0, 0x000000}, Case{1, 0, 0, 0, 0x800000}, Case{0, 1, 0, 0, 0x008000},
+                         Case{0, 0, 1, 0, 0xC00000}, Case{0, 0, 0, 1, 0x00C000}}) {
+        Scene s(16, 16);
+        s.dev->setTexture(0, bump), s.dev->setTexture(1, make_texture(4, 4, texels));
+        s.stage(0, {{dx::D3DTSS_COLOROP, dx::D3DTOP_BUMPENVMAP}, {dx::D3DTSS_BUMPENVMAT00, c.m00},
+                    {dx::D3DTSS_BUMPENVMAT01, c.m01}, {dx::D3DTSS_BUMPENVMAT10, c.m10}, {dx::D3DTSS_BUMPENVMAT11, c.m11}});
+        s.stage(1, {{dx::D3DTSS_COLOROP, dx::D3DTOP_SELECTARG1}, {dx::D3DTSS_COLORARG1, dx::D3DTA_TEXTURE}});
+        s.draw(kStrip, kTL, tl_quad(0, 0, 16, 16, 0xFFFFFFFF));
+        EXPECT_EQ(s.argb(1, 1), c.expected) << c.m00 << c.m01 << c.m10 << c.m11;
+    }
+}
+
+TEST(Shading, FlatTakesEachTrianglesFirstVertexAndOtherModesAreGouraud) {
+    // Red (0, 0), green (16, 0), blue (0, 16). Gouraud at (8, 4): weights red
+    // 1 - 8/16 - 4/16 = 0.25, green 0.5, blue 0.25 -> (63.75, 127.5, 63.75).
+    // Flat: the first vertex's red everywhere; in a strip the second triangle
+    // (green, blue, yellow (16, 16)) is green.
+    const std::vector<D3DTLVERTEX> strip = {tl(0, 0, 0xFFFF0000), tl(16, 0, 0xFF00FF00), tl(0, 16, 0xFF0000FF),
+                                            tl(16, 16, 0xFFFFFF00)};
+    for (Long mode : {dx::D3DSHADE_FLAT, dx::D3DSHADE_GOURAUD, Long{0}}) {
+        Scene s(16, 16);
+        s.states({{dx::D3DRENDERSTATE_SHADEMODE, mode}});
+        s.draw(kStrip, kTL, strip);
+        if (mode == dx::D3DSHADE_FLAT) {
+            EXPECT_EQ(s.argb(1, 1), 0xFF0000u);
+            EXPECT_EQ(s.argb(10, 4), 0xFF0000u);
+            EXPECT_EQ(s.argb(14, 14), 0x00FF00u);
+        } else {
+            EXPECT_NEAR(s.red(8, 4), 63.75, 1) << mode;
+            EXPECT_NEAR(s.green(8, 4), 127.5, 1) << mode;
+            EXPECT_NEAR(s.channel(8, 4, 0), 63.75, 1) << mode;
+        }
+    }
+}
+
+TEST(Primitives, FillModesPointListsAndLinesLightTheirPixels) {
+    // Lines are one pixel wide quads along their major axis, right and bottom
+    // ends out: (1,1)-(10,1) lights row 1, columns 1..9; (10,1)-(10,9) column
+    // 10, rows 1..8; (10,9)-(1,9) row 9, columns 1..9. Points light the
+    // nearest pixel. The triangle (2,2) (20,2) (2,20) in wireframe is its three
+    // edges, in point mode its three corners.
+    const auto W = 0xFFFFFFFFu;
+    const std::vector<D3DTLVERTEX> path = {tl(1, 1, W), tl(10, 1, W), tl(10, 9, W), tl(1, 9, W)};
+    const std::vector<D3DTLVERTEX> tri = {tl(2, 2, W), tl(20, 2, W), tl(2, 20, W)};
+    const std::vector<D3DTLVERTEX> points = {tl(3, 4, W), tl(10.4f, 11.6f, W)};
+    auto row = [](int y, int x0, int x1) { std::vector<std::pair<int, int>> p; for (int x = x0; x <= x1; ++x) p.push_back({x, y}); return p; };
+    auto col = [](int x, int y0, int y1) { std::vector<std::pair<int, int>> p; for (int y = y0; y <= y1; ++y) p.push_back({x, y}); return p; };
+    struct Case { const char* what; Long type, fill; const std::vector<D3DTLVERTEX>* v; std::vector<std::pair<int, int>> lit; int count; };
+    auto join = [](std::vector<std::pair<int, int>> a, const std::vector<std::pair<int, int>>& b) { a.insert(a.end(), b.begin(), b.end()); return a; };
+    const Case cases[] = {
+        {"line list", dx::D3DPT_LINELIST, dx::D3DFILL_SOLID, &path, join(row(1, 1, 9), row(9, 1, 9)), 18},
+        {"line strip", dx::D3DPT_LINESTRIP, dx::D3DFILL_SOLID, &path, join(join(row(1, 1, 9), col(10, 1, 8)), row(9, 1, 9)), 26},
+        {"point list", dx::D3DPT_POINTLIST, dx::D3DFILL_SOLID, &points, {{3, 4}, {10, 12}}, 2},
+        {"point fill", dx::D3DPT_TRIANGLELIST, dx::D3DFILL_POINT, &tri, {{2, 2}, {20, 2}, {2, 20}}, 3},
+        {"wireframe", dx::D3DPT_TRIANGLELIST, dx::D3DFILL_WIREFRAME, &tri, join(join(row(2, 2, 19), col(2, 2, 19)), {{11, 11}, {15, 7}}), -1},
+        {"solid", dx::D3DPT_TRIANGLELIST, dx::D3DFILL_SOLID, &tri, join(row(2, 2, 19), {{6, 6}, {12, 3}, {3, 15}}), -1},
+    };
+    for (const Case& c : cases) {
+        Scene s(24, 24);
+        s.states({{dx::D3DRENDERSTATE_FILLMODE, c.fill}});
+        s.draw(c.type, kTL, *c.v);
+        for (auto [x, y] : c.lit) EXPECT_EQ(s.argb(x, y), 0xFFFFFFu) << c.what << " at " << x << "," << y;
+        int lit = 0;
+        for (auto p : s.pixels()) lit += (p & 0xFFFFFF) != 0;
+        if (c.count >= 0) { EXPECT_EQ(lit, c.count) << c.what; }
+        if (c.fill == dx::D3DFILL_WIREFRAME) { EXPECT_EQ(s.argb(6, 6) | s.argb(12, 3) | s.argb(3, 15), 0u); }
+    }
+}
