@@ -5,7 +5,7 @@ set -euo pipefail
 
 PACKAGES=(
   build-essential cmake ninja-build pkg-config clang libclang-rt-14-dev
-  libgtest-dev libgmock-dev libbenchmark-dev
+  libgtest-dev libgmock-dev libbenchmark-dev libassimp-dev
   libsdl2-dev libopenal-dev libfluidsynth-dev fluid-soundfont-gm libstb-dev
   xvfb xauth
 )

@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "models/3ds/chunk_reader.h"
@@ -304,4 +307,33 @@ TEST(ThreedsReader, ASecondReadResetsTheCountsButKeepsOldSlotContentsUntilReache
 
     threeds::read_3ds({}, m);  // an empty (or missing) file
     EXPECT_EQ(m.MeshCount, 0);
+}
+
+TEST(ThreedsReader, SeedFilesReadToTheirEnd) {
+    // The fuzz seeds; with TARKO_WRITE_SEEDS=<fuzz/corpus> they are also written to <dir>/threeds.
+    const Bytes mats = cat({material("Red", {0, 0, 0}, {255, 0, 0}, {9, 9, 9},
+                                     cat({percent(0xA040, 30), percent(0xA050, 20), chunk(0xA081), chunk(0xA080),
+                                          chunk(0xA100, {u16(3)}),
+                                          chunk(0xA200, {percent(0x0030, 100), chunk(0xA300, {str("t.bmp")})})})),
+                            material("Blue", {0, 0, 40}, {0, 0, 200})});
+    const struct {
+        const char* name;
+        Bytes bytes;
+        Integer meshes;
+    } seeds[] = {
+        {"grid.3ds", file({mats, chunk(0x0100, {f32(0.5f)}), grid_object("g", 4, 0, "Red", "Blue")}), 1},
+        {"two_objects.3ds", file({mats, grid_object("a", 2, 0, "Red", "Nope"), grid_object("b", 3, 1, "Blue", "Red")}), 2},
+        {"plain.3ds", file({object("p", vertex_list({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}), face_list({{0, 1, 2, 0}}))}), 1},
+    };
+    const char* dir = std::getenv("TARKO_WRITE_SEEDS");
+    for (const auto& s : seeds) {
+        threeds::ReadResult r;
+        EXPECT_EQ(read(s.bytes, &r).MeshCount, s.meshes) << s.name;
+        EXPECT_FALSE(r.stopped) << s.name;
+        if (dir) {
+            std::filesystem::create_directories(std::filesystem::path(dir) / "threeds");
+            std::ofstream(std::filesystem::path(dir) / "threeds" / s.name, std::ios::binary)
+                .write(reinterpret_cast<const char*>(s.bytes.data()), static_cast<std::streamsize>(s.bytes.size()));
+        }
+    }
 }
