@@ -53,8 +53,7 @@ public:
             const std::size_t length = std::min<std::size_t>(h.length, end - pos);
             io::ByteReader body = file_.range(pos + kHeader, length - kHeader);
             read_chunk(h, parent, pos, pos + length, body, depth);
-            if (h.length > end - pos) return;  // ran past its parent: nothing after it at this level
-            pos += h.length;
+            pos += h.length;  // past `end` when it lied: this level ends
         }
     }
 

@@ -11,7 +11,7 @@ namespace tarko::threeds {
 void compute_vertex_normals(std::span<D3DVERTEX> vertices, std::span<const Integer> indices) {
     const std::size_t faces = indices.size() / 3;
     for (std::size_t k = 0; k < faces * 3; ++k)
-        if (indices[k] < 0 || static_cast<std::size_t>(indices[k]) >= vertices.size())
+        if (static_cast<std::size_t>(indices[k]) >= vertices.size())  // negatives wrap past the end
             raise_error(err::SubscriptOutOfRange);
 
     std::vector<D3DVECTOR> sums(vertices.size());

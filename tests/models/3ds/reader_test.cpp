@@ -108,13 +108,14 @@ TEST(ThreedsReader, MaterialChunksFillTheSlotsFromOne) {
                                        rgb(0xA060, 9, 9, 9), rgb(0xA030, 0, 0, 0),
                                        chunk(0xA040, {chunk(0x0031, {f32(0.25f)})}),
                                        chunk(0xA050, {chunk(0x0031, {f32(0.4f)})}), chunk(0xA100, {u16(0)}),
-                                       chunk(0xA200, {chunk(0xA300, {str("glass.bmp")})})});
+                                       chunk(0xA200, {chunk(0xA300, {str("gl\xE9.bmp")})}),
+                                       chunk(0xA07F, {chunk(0xA081)})});  // read nested up to 0xA07F
     const Model m = read(file({red, glass}));
     const auto& t = m.Materials;
     ASSERT_EQ(t.MaterialCount, 3);  // the map name takes a slot of its own
     EXPECT_EQ(t.Name[1], "Red");
     EXPECT_EQ(t.Name[2], "Glass");
-    EXPECT_EQ(t.Name[3], "glass.bmp");
+    EXPECT_EQ(t.Name[3], "gl\xC3\xA9.bmp");  // Windows-1252 e-acute as UTF-8
     const D3DMATERIAL7& r = t.Material[1];
     EXPECT_EQ((std::array{r.ambient.r, r.ambient.g, r.ambient.b, r.ambient.a}), (std::array{1.f, 1.f, 1.f, 0.6f}));
     EXPECT_FLOAT_EQ(r.diffuse.g, 128 / 255.0f);
@@ -133,8 +134,9 @@ TEST(ThreedsReader, MaterialChunksFillTheSlotsFromOne) {
     EXPECT_EQ(g.diffuse.a, 0.4f);
     EXPECT_EQ(g.specular.r, 0.0f);  // a black specular stays black
     EXPECT_EQ(g.power, 2.5f);
-    EXPECT_EQ(t.CullMode[2], 3);
+    EXPECT_EQ(t.CullMode[2], 3);  // a slot opens with cull mode 3 and shade mode 1
     EXPECT_EQ(t.ShadeMode[2], 1);
+    EXPECT_EQ(t.CullMode[3], 1);  // two-sided from under 0xA07F
     EXPECT_EQ(t.Material[3].diffuse.r, 0.0f);  // the map's slot keeps zero colours
     EXPECT_EQ(t.Material[0].diffuse.r, 0.0f);
 }
@@ -147,11 +149,15 @@ TEST(ThreedsReader, GroupsHoldVertexNumbersAndTakeTheirSlotsModes) {
     const Bytes quad = object("q", vertex_list({{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}),
                               face_list({{0, 1, 2, 7}, {0, 2, 3, 7}},
                                         cat({material_group("Two", {1}), material_group("One", {0}),
-                                             material_group("Nope", {0, 1})})));
-    const Model m = read(file({mats, quad, triangle_object("plain")}));
-    ASSERT_EQ(m.MeshCount, 2);
+                                             material_group("Nope", {0, 1}), material_group("one", {0})})));
+    const Model m = read(file({mats, quad, triangle_object("plain"), triangle_object("later", material_group("Nope", {0}))}));
+    ASSERT_EQ(m.MeshCount, 3);
+    // Pending entry 0 held "Two" (slot 2, cull 1) for the quad: an unmatched name starts it afresh.
+    EXPECT_EQ(m.MeshObjects[2].Groups.at(0).MaterialSlot, 0);
+    EXPECT_EQ(m.MeshObjects[2].Groups.at(0).CullMode, 0);
     const auto& q = m.MeshObjects[0];
-    ASSERT_EQ(q.GroupCount, 3);
+    ASSERT_EQ(q.GroupCount, 4);
+    EXPECT_EQ(q.Groups[3].MaterialSlot, 0);  // names match case-sensitively
     EXPECT_EQ(q.Groups[0].MaterialSlot, 2);
     EXPECT_EQ(q.Groups[0].CullMode, 1);
     EXPECT_EQ(q.Groups[0].ShadeMode, 1);
@@ -174,9 +180,11 @@ TEST(ThreedsReader, GroupsHoldVertexNumbersAndTakeTheirSlotsModes) {
 
 TEST(ThreedsReader, AnObjectWithoutAMeshLeavesTheMeshBeforeItAlone) {
     const Bytes camera = chunk(0x4000, {str("cam"), chunk(0x4700, {f32(0), f32(0), f32(0)})});
-    const Model m = read(file({material("M", {}, {}), triangle_object("t", material_group("M", {0})), camera}));
-    ASSERT_EQ(m.MeshCount, 1);
+    const Bytes no_faces = chunk(0x4000, {str("v"), chunk(0x4100, {vertex_list({{0, 0, 0}})})});
+    const Model m = read(file({material("M", {}, {}), triangle_object("t", material_group("M", {0})), camera, no_faces}));
+    ASSERT_EQ(m.MeshCount, 2);
     EXPECT_EQ(m.MeshObjects[0].Groups.at(0).MaterialSlot, 1);
+    EXPECT_EQ(m.MeshObjects[1].Groups.at(0).IndexCount, 0);  // not the face list of the mesh before
 }
 
 TEST(ThreedsReader, RealExportersFilesLoad) {
