@@ -53,6 +53,14 @@ Bytes three_quads() {
                         face_list(f, cat({material_group("Green", {0, 1, 2, 3}), material_group("Red", {4, 5})})))});
 }
 
+// A 2 x 2 24-bit BMP of one colour.
+Bytes bmp(std::uint8_t r, std::uint8_t g, std::uint8_t b) {
+    Bytes out = cat({Bytes{'B', 'M'}, u32(70), u32(0), u32(54), u32(40), u32(2), u32(2), u16(1), u16(24), u32(0),
+                     u32(16), u32(2835), u32(2835), u32(0), u32(0)});
+    for (int row = 0; row < 2; ++row) out = cat({out, Bytes{b, g, r, b, g, r, 0, 0}});
+    return out;
+}
+
 }  // namespace
 
 class ThreedsModel : public EngineFixture {
@@ -121,6 +129,10 @@ TEST_F(ThreedsModel, OpenReadsTheCapsAndKeepsTheModelWhenTheTextureFails) {
     EXPECT_EQ(error_of([&] { model.Open_3ds(engine, save(two, "two.3ds"), "no such.bmp"); }), 0);
     EXPECT_EQ(model.model().MeshObjects[0].VertexCount, 12);  // still the quads
     EXPECT_FALSE(model.texture);
+    model.Open_3ds(engine, save(two, "two.3ds"), save(bmp(255, 0, 0), "red.bmp"));
+    ASSERT_TRUE(model.texture);
+    EXPECT_EQ(model.texture->width(), 64);
+    EXPECT_EQ(model.model().MeshCount, 2);
 
     // A missing file is an empty one: nothing to draw, nothing sent.
     model.Open_3ds(engine, save({}, "empty.3ds") + ".missing");

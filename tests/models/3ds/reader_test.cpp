@@ -123,7 +123,7 @@ TEST(ThreedsReader, MaterialChunksFillTheSlotsFromOne) {
     expect_vec(r.specular.r, r.specular.g, r.specular.b, 0.2f, 0.4f, 0.8f);
     EXPECT_EQ(r.specular.a, 1.0f);
     EXPECT_EQ(r.power, 400.0f);
-    EXPECT_EQ(r.emissive.r, 1.0f);  // the diffuse copied, alpha included
+    EXPECT_EQ(r.emissive.g, r.diffuse.g);  // the diffuse copied, alpha included
     EXPECT_EQ(r.emissive.a, 0.6f);
     EXPECT_EQ(t.CullMode[1], 1);  // two-sided
     EXPECT_EQ(t.ShadeMode[1], 2);  // shading 3: Gouraud
