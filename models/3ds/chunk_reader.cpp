@@ -57,6 +57,16 @@ public:
         }
     }
 
+    // Each face list recomputes its mesh's normals from scratch, so only the
+    // last one counts: they are computed once, when the mesh is done, which
+    // keeps a file of many face lists from costing a pass over the mesh each.
+    void flush_normals() {
+        if (!normals_due_) return;
+        normals_due_ = false;
+        compute_vertex_normals(m_.MeshObjects[static_cast<std::size_t>(m_.MeshCount - 1)].Vertices,
+                               std::span(m_.FaceIndices).first(static_cast<std::size_t>(m_.FaceIndexCount)));
+    }
+
 private:
     void read_chunk(const Header& h, const Header& parent, std::size_t pos, std::size_t end, io::ByteReader& in,
                     int depth) {
@@ -174,6 +184,7 @@ private:
 
     void vertex_list(io::ByteReader& in) {
         const Integer count = in.i16();
+        flush_normals();
         if (m_.MeshCount >= kMeshes || count < 0) subscript_out_of_range();
         in.count_fits(static_cast<std::uint64_t>(count), 12, "vertex list");
         MeshObject& mesh = m_.MeshObjects[static_cast<std::size_t>(m_.MeshCount)];
@@ -211,8 +222,10 @@ private:
             m_.FaceIndices[3 * f + 1] = b;
             m_.FaceIndices[3 * f + 2] = c;
         }
-        MeshObject& mesh = m_.MeshObjects[static_cast<std::size_t>(m_.MeshCount - 1)];
-        compute_vertex_normals(mesh.Vertices, std::span(m_.FaceIndices).first(3 * n));
+        const std::size_t vertices = m_.MeshObjects[static_cast<std::size_t>(m_.MeshCount - 1)].Vertices.size();
+        for (std::size_t k = 0; k < 3 * n; ++k)
+            if (static_cast<std::size_t>(m_.FaceIndices[k]) >= vertices) subscript_out_of_range();  // negatives wrap
+        normals_due_ = true;
         read_level(pos + 8 + 8 * n, end, h, depth + 1);
     }
 
@@ -247,6 +260,7 @@ private:
 
     io::ByteReader file_;
     Model& m_;
+    bool normals_due_ = false;
 };
 
 }  // namespace
@@ -256,11 +270,16 @@ ReadResult read_3ds(std::span<const std::uint8_t> file, Model& model) {
     model.Materials.MaterialCount = 0;
     model.MasterScale = 1.0f;
     ReadResult result;
+    ChunkWalk walk(file, model);
     try {
-        ChunkWalk(file, model).read_level(0, file.size(), Header{}, 0);
+        walk.read_level(0, file.size(), Header{}, 0);
     } catch (const io::ParseError& e) {
         result.stopped = e;
+    } catch (...) {
+        walk.flush_normals();  // what was read before the error stays whole
+        throw;
     }
+    walk.flush_normals();
     return result;
 }
 

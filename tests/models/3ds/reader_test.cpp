@@ -29,11 +29,13 @@ Model read(const Bytes& bytes, threeds::ReadResult* result = nullptr) {
 Bytes triangle_object(const std::string& name = "tri", const Bytes& group = {}) {
     return object(name, vertex_list({{0, 0, 0}, {0, 1, 0}, {1, 1, 0}}), face_list({{0, 1, 2, 7}}, group));
 }
-void expect_vec(float x, float y, float z, float ex, float ey, float ez) {
-    EXPECT_FLOAT_EQ(x, ex);
-    EXPECT_FLOAT_EQ(y, ey);
-    EXPECT_FLOAT_EQ(z, ez);
-}
+using F3 = std::array<float, 3>;
+using F4 = std::array<float, 4>;
+F3 pos(const D3DVERTEX& v) { return {v.x, v.y, v.z}; }
+F3 normal(const D3DVERTEX& v) { return {v.nx, v.ny, v.nz}; }
+F4 rgba(const D3DCOLORVALUE& c) { return {c.r, c.g, c.b, c.a}; }
+// Slot, cull mode, shade mode, index count.
+std::array<Long, 4> modes(const threeds::MeshGroup& g) { return {g.MaterialSlot, g.CullMode, g.ShadeMode, g.IndexCount}; }
 
 }  // namespace
 
@@ -45,8 +47,8 @@ TEST(ThreedsReader, SwapsTheFileYAndZAndScalesOnlyVerticesAfterTheMasterScale) {
     ASSERT_EQ(m.MeshCount, 2);
     const D3DVERTEX& a = m.MeshObjects[0].Vertices[0];
     const D3DVERTEX& b = m.MeshObjects[1].Vertices[0];
-    expect_vec(a.x, a.y, a.z, 1, 3, 2);
-    expect_vec(b.x, b.y, b.z, 2, 6, 4);
+    EXPECT_EQ(pos(a), (F3{1, 3, 2}));
+    EXPECT_EQ(pos(b), (F3{2, 6, 4}));
     EXPECT_EQ(m.MeshObjects[0].VertexCount, 1);
     EXPECT_EQ(m.MeshObjects[0].Vertices.size(), 2u);  // bounds 0 to count
     EXPECT_EQ(a.tu + a.tv, 0.0f);
@@ -87,12 +89,16 @@ TEST(ThreedsReader, VertexNormalsAreTheNormalisedSumOfUnitFaceNormals) {
     const Model m = read(file({object("n", vertex_list({{0, 0, 0}, {0, 1, 0}, {4, 0, 0}, {0, 0, 1}}),
                                       face_list({{0, 1, 2, 7}, {0, 3, 1, 7}}))}));
     const auto& v = m.MeshObjects[0].Vertices;
-    const float h = std::sqrt(0.5f);
-    expect_vec(v[0].nx, v[0].ny, v[0].nz, h, h, 0);
-    expect_vec(v[1].nx, v[1].ny, v[1].nz, h, h, 0);
-    expect_vec(v[2].nx, v[2].ny, v[2].nz, 0, 1, 0);
-    expect_vec(v[3].nx, v[3].ny, v[3].nz, 1, 0, 0);
-    expect_vec(v[4].nx, v[4].ny, v[4].nz, 0, 0, 0);
+    const auto h = static_cast<float>(1 / std::sqrt(2.0));
+    EXPECT_EQ((std::array{normal(v[0]), normal(v[1]), normal(v[2]), normal(v[3]), normal(v[4])}),
+              (std::array{F3{h, h, 0}, F3{h, h, 0}, F3{0, 1, 0}, F3{1, 0, 0}, F3{0, 0, 0}}));
+    // A second face list for the same mesh starts the sums afresh: only (0,3,1) counts, p2 is left at 0.
+    const Bytes points = vertex_list({{0, 0, 0}, {0, 1, 0}, {4, 0, 0}, {0, 0, 1}});
+    const Model twice = read(file({chunk(0x4000, {str("n"), chunk(0x4100, {points, face_list({{0, 1, 2, 7}}),
+                                                                           face_list({{0, 3, 1, 7}})})}),
+                                   triangle_object()}));  // the next mesh closes this one
+    const auto& w = twice.MeshObjects[0].Vertices;
+    EXPECT_EQ((std::array{normal(w[0]), normal(w[2])}), (std::array{F3{1, 0, 0}, F3{0, 0, 0}}));
 }
 
 TEST(ThreedsReader, MaterialChunksFillTheSlotsFromOne) {
@@ -113,32 +119,26 @@ TEST(ThreedsReader, MaterialChunksFillTheSlotsFromOne) {
     const Model m = read(file({red, glass}));
     const auto& t = m.Materials;
     ASSERT_EQ(t.MaterialCount, 3);  // the map name takes a slot of its own
-    EXPECT_EQ(t.Name[1], "Red");
-    EXPECT_EQ(t.Name[2], "Glass");
-    EXPECT_EQ(t.Name[3], "gl\xC3\xA9.bmp");  // Windows-1252 e-acute as UTF-8
+    EXPECT_EQ((std::array{t.Name[1], t.Name[2], t.Name[3]}),
+              (std::array<std::string, 3>{"Red", "Glass", "gl\xC3\xA9.bmp"}));  // Windows-1252 e-acute as UTF-8
     const D3DMATERIAL7& r = t.Material[1];
-    EXPECT_EQ((std::array{r.ambient.r, r.ambient.g, r.ambient.b, r.ambient.a}), (std::array{1.f, 1.f, 1.f, 0.6f}));
-    EXPECT_FLOAT_EQ(r.diffuse.g, 128 / 255.0f);
-    EXPECT_EQ((std::array{r.diffuse.r, r.diffuse.b, r.diffuse.a}), (std::array{1.f, 0.f, 0.6f}));
-    expect_vec(r.specular.r, r.specular.g, r.specular.b, 0.2f, 0.4f, 0.8f);
-    EXPECT_EQ(r.specular.a, 1.0f);
+    const float half = 128 / 255.0f;
+    EXPECT_EQ(rgba(r.ambient), (F4{1, 1, 1, 0.6f}));
+    EXPECT_EQ(rgba(r.diffuse), (F4{1, half, 0, 0.6f}));
+    EXPECT_EQ(rgba(r.specular), (F4{0.2f, 0.4f, 0.8f, 1}));
+    EXPECT_EQ(rgba(r.emissive), rgba(r.diffuse));  // the diffuse copied, alpha included
     EXPECT_EQ(r.power, 400.0f);
-    EXPECT_EQ(r.emissive.g, r.diffuse.g);  // the diffuse copied, alpha included
-    EXPECT_EQ(r.emissive.a, 0.6f);
-    EXPECT_EQ(t.CullMode[1], 1);  // two-sided
-    EXPECT_EQ(t.ShadeMode[1], 2);  // shading 3: Gouraud
+    // Red two-sided and Gouraud (shading 3); Glass as opened (cull 3, flat); the map's slot two-sided from under 0xA07F.
+    EXPECT_EQ((std::array{t.CullMode[1], t.ShadeMode[1], t.CullMode[2], t.ShadeMode[2], t.CullMode[3]}),
+              (std::array<Long, 5>{1, 2, 3, 1, 1}));
 
     const D3DMATERIAL7& g = t.Material[2];
-    EXPECT_EQ(g.ambient.r, 0.0f);
-    EXPECT_EQ(g.ambient.a, 0.4f);
-    EXPECT_EQ(g.diffuse.a, 0.4f);
-    EXPECT_EQ(g.specular.r, 0.0f);  // a black specular stays black
+    EXPECT_EQ(rgba(g.ambient), (F4{0, 0, 0, 0.4f}));
+    EXPECT_EQ(rgba(g.diffuse), (F4{0, 0, 0, 0.4f}));
+    EXPECT_EQ(rgba(g.specular), (F4{0, 0, 0, 1}));  // a black specular stays black
     EXPECT_EQ(g.power, 2.5f);
-    EXPECT_EQ(t.CullMode[2], 3);  // a slot opens with cull mode 3 and shade mode 1
-    EXPECT_EQ(t.ShadeMode[2], 1);
-    EXPECT_EQ(t.CullMode[3], 1);  // two-sided from under 0xA07F
-    EXPECT_EQ(t.Material[3].diffuse.r, 0.0f);  // the map's slot keeps zero colours
-    EXPECT_EQ(t.Material[0].diffuse.r, 0.0f);
+    EXPECT_EQ(rgba(t.Material[3].diffuse), (F4{}));  // the map's slot keeps zero colours
+    EXPECT_EQ(rgba(t.Material[0].diffuse), (F4{}));
 }
 
 TEST(ThreedsReader, GroupsHoldVertexNumbersAndTakeTheirSlotsModes) {
@@ -152,30 +152,19 @@ TEST(ThreedsReader, GroupsHoldVertexNumbersAndTakeTheirSlotsModes) {
                                              material_group("Nope", {0, 1}), material_group("one", {0})})));
     const Model m = read(file({mats, quad, triangle_object("plain"), triangle_object("later", material_group("Nope", {0}))}));
     ASSERT_EQ(m.MeshCount, 3);
-    // Pending entry 0 held "Two" (slot 2, cull 1) for the quad: an unmatched name starts it afresh.
-    EXPECT_EQ(m.MeshObjects[2].Groups.at(0).MaterialSlot, 0);
-    EXPECT_EQ(m.MeshObjects[2].Groups.at(0).CullMode, 0);
     const auto& q = m.MeshObjects[0];
     ASSERT_EQ(q.GroupCount, 4);
-    EXPECT_EQ(q.Groups[3].MaterialSlot, 0);  // names match case-sensitively
-    EXPECT_EQ(q.Groups[0].MaterialSlot, 2);
-    EXPECT_EQ(q.Groups[0].CullMode, 1);
-    EXPECT_EQ(q.Groups[0].ShadeMode, 1);
-    EXPECT_EQ(q.Groups[0].IndexCount, 3);
-    EXPECT_EQ((std::vector<Integer>(q.Groups[0].Indices.begin(), q.Groups[0].Indices.begin() + 3)),
-              (std::vector<Integer>{0, 2, 3}));
-    EXPECT_EQ(q.Groups[1].MaterialSlot, 1);
-    EXPECT_EQ(q.Groups[1].CullMode, 3);
-    EXPECT_EQ(q.Groups[2].MaterialSlot, 0);
-    EXPECT_EQ(q.Groups[2].CullMode, 0);
-    EXPECT_EQ(q.Groups[2].IndexCount, 6);
+    using M = std::array<Long, 4>;
+    EXPECT_EQ((std::array{modes(q.Groups[0]), modes(q.Groups[1]), modes(q.Groups[2]), modes(q.Groups[3])}),
+              (std::array{M{2, 1, 1, 3}, M{1, 3, 1, 3}, M{0, 0, 0, 6}, M{0, 0, 0, 3}}));  // "one": case-sensitive
+    EXPECT_EQ((std::array{q.Groups[0].Indices[0], q.Groups[0].Indices[1], q.Groups[0].Indices[2]}),
+              (std::array<Integer, 3>{0, 2, 3}));
     // A mesh without groups: one group of slot 0 over its whole face list.
-    const auto& p = m.MeshObjects[1];
-    ASSERT_EQ(p.GroupCount, 1);
-    EXPECT_EQ(p.Groups[0].MaterialSlot, 0);
-    EXPECT_EQ(p.Groups[0].ShadeMode, 0);
-    EXPECT_EQ(p.Groups[0].IndexCount, 3);
-    EXPECT_EQ(p.Groups[0].Indices[2], 2);
+    ASSERT_EQ(m.MeshObjects[1].GroupCount, 1);
+    EXPECT_EQ(modes(m.MeshObjects[1].Groups[0]), (M{0, 0, 0, 3}));
+    EXPECT_EQ(m.MeshObjects[1].Groups[0].Indices[2], 2);
+    // Pending entry 0 held "Two" (slot 2, cull 1) for the quad: an unmatched name starts it afresh.
+    EXPECT_EQ(modes(m.MeshObjects[2].Groups.at(0)), (M{0, 0, 0, 3}));
 }
 
 TEST(ThreedsReader, AnObjectWithoutAMeshLeavesTheMeshBeforeItAlone) {
