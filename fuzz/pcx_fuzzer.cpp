@@ -1,4 +1,4 @@
-// Fuzz target: the PCX reader and the copy of its picture into a DIB section.
+// Fuzz target: the PCX reader, in memory and as a picture copied into a DIB section.
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -14,6 +14,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return true;
     }();
     (void)quiet;
+    try {
+        const auto image = tarko::images::pcx::decode(std::span(data, size), {.max_pixels = 1 << 22});
+        if (image.pixels.size() != static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height))
+            __builtin_trap();
+    } catch (const tarko::io::ParseError&) {
+    } catch (const tarko::RuntimeError&) {
+    }
     try {
         const auto picture = tarko::images::pcx::load(std::span(data, size), {.max_pixels = 1 << 22});
         if (picture) {

@@ -10,67 +10,101 @@ namespace tarko::images::tga {
 namespace gdi = platform::gdi;
 namespace {
 
-std::uint32_t u16(std::span<const std::uint8_t> b, std::size_t at) {
-    return static_cast<std::uint32_t>(b[at]) | static_cast<std::uint32_t>(b[at + 1]) << 8;
+struct TgaHeader {
+    std::uint8_t type = 0;
+    std::uint16_t width = 0, height = 0;
+    std::uint8_t depth = 0;
+};
+
+TgaHeader read_header(io::ByteReader& in) {
+    in.need(kHeaderSize, "file shorter than its 18-byte header");
+    TgaHeader h;
+    in.skip(2);  // id length and colour map type: read, not used
+    h.type = in.u8();
+    in.skip(9);  // colour map spec and origin
+    h.width = in.u16();
+    h.height = in.u16();
+    h.depth = in.u8();
+    in.skip(1);  // descriptor: the origin bit is not consulted
+    return h;
 }
 
-// Pixel bytes in file order, three per pixel.
-std::vector<std::uint8_t> unpack_runs(std::span<const std::uint8_t> body, std::size_t pixel_count) {
-    std::vector<std::uint8_t> out;
-    out.reserve(pixel_count * 3);
-    std::size_t pos = 0;
-    while (out.size() < pixel_count * 3) {
-        if (pos >= body.size()) raise_error(err::InputPastEnd);
-        const std::uint8_t packet = body[pos++];
-        const std::size_t count = (packet & 0x7F) + 1u;
-        const std::size_t room = pixel_count - out.size() / 3;
-        if (packet & 0x80) {
-            if (body.size() - pos < 3) raise_error(err::InputPastEnd);
-            for (std::size_t i = 0; i < std::min(count, room); ++i) out.insert(out.end(), body.data() + pos, body.data() + pos + 3);
-            pos += 3;
-        } else {
-            if (body.size() - pos < count * 3) raise_error(err::InputPastEnd);
-            const std::size_t take = std::min(count, room) * 3;
-            out.insert(out.end(), body.data() + pos, body.data() + pos + take);
-            pos += count * 3;
-        }
-    }
-    return out;
+bool taken(const TgaHeader& h) { return h.depth == 24 && (h.type == 2 || h.type == 10); }
+
+std::uint32_t bgr(std::span<const std::uint8_t> p) {
+    return 0xFF000000u | static_cast<std::uint32_t>(p[2]) << 16 | static_cast<std::uint32_t>(p[1]) << 8 | p[0];
 }
 
 }  // namespace
 
-TgaImage read(std::span<const std::uint8_t> file, const Limits& limits) {
-    TgaImage image;
-    if (file.size() < kHeaderSize) return image;
-    const std::uint8_t type = file[2];
-    const std::uint8_t depth = file[16];
-    if (depth != 24 || (type != 2 && type != 10)) return image;
-    const std::int64_t width = u16(file, 12), height = u16(file, 14);
-    const std::int64_t count = width * height;
-    if (count > limits.max_pixels) raise_error(err::OutOfMemory);
-    const auto body = file.subspan(kHeaderSize);
+Image decode(std::span<const std::uint8_t> file, const Limits& limits) {
+    io::ByteReader in(file);
+    const TgaHeader h = read_header(in);
+    if (h.type != 2 && h.type != 10) in.fail_at(2, "image type " + std::to_string(h.type) + ", not 2 or 10");
+    if (h.depth != 24) in.fail_at(16, "pixel depth " + std::to_string(h.depth) + ", not 24");
+    const int width = h.width, height = h.height;
+    if (width == 0 || height == 0) return Image(width, height);
+    check_image_size(width, height, 12, limits.max_pixels);
+    const std::int64_t count = std::int64_t{width} * height;
     // A run packet of 4 bytes gives at most 128 pixels; raw rows need 3 bytes a pixel.
-    const std::int64_t most = type == 2 ? static_cast<std::int64_t>(body.size()) / 3
-                                        : static_cast<std::int64_t>(body.size()) / 4 * 128 + 128;
-    if (count > most) raise_error(err::InputPastEnd);
+    const auto body = static_cast<std::int64_t>(in.remaining());
+    const std::int64_t most = h.type == 2 ? body / 3 : body / 4 * 128 + 128;
+    if (count > most)
+        in.fail(std::to_string(count) + " pixels cannot come from " + std::to_string(body) + " bytes of pixel data");
 
-    const std::size_t row = static_cast<std::size_t>(width) * 3;
-    std::vector<std::uint8_t> stream;
-    std::span<const std::uint8_t> rows = body;
-    if (type == 10) {
-        stream = unpack_runs(body, static_cast<std::size_t>(count));
-        rows = stream;
+    // The file's first row is the picture's bottom.
+    Image image(width, height);
+    std::int64_t i = 0;
+    const auto put = [&](std::uint32_t pixel) {
+        image.at(static_cast<int>(i % width), height - 1 - static_cast<int>(i / width)) = pixel;
+        ++i;
+    };
+    if (h.type == 2) {
+        while (i < count) put(bgr(in.bytes(3)));
+        return image;
     }
-    image.width = static_cast<Long>(width);
-    image.height = static_cast<Long>(height);
-    image.bits = 24;
-    image.pixels.resize(row * static_cast<std::size_t>(height));
-    // The file's first row goes to the last place: it is the picture's bottom.
-    for (std::int64_t y = 0; y < height; ++y)
-        std::copy_n(rows.data() + static_cast<std::size_t>(y) * row, row,
-                    image.pixels.data() + static_cast<std::size_t>(height - 1 - y) * row);
+    while (i < count) {  // packets may cross rows; pixels past the image are ignored
+        in.need(1, "pixel data cut short");
+        const std::uint8_t packet = in.u8();
+        const std::int64_t n = (packet & 0x7F) + 1;
+        if (packet & 0x80) {
+            in.need(3, "pixel data cut short");
+            const std::uint32_t pixel = bgr(in.bytes(3));
+            for (std::int64_t k = 0; k < n && i < count; ++k) put(pixel);
+        } else {
+            in.need(static_cast<std::size_t>(3 * n), "pixel data cut short");
+            for (std::int64_t k = 0; k < n; ++k) {
+                const std::uint32_t pixel = bgr(in.bytes(3));
+                if (i < count) put(pixel);
+            }
+        }
+    }
     return image;
+}
+
+TgaImage read(std::span<const std::uint8_t> file, const Limits& limits) {
+    TgaImage record;
+    io::ByteReader in(file);
+    if (file.size() < kHeaderSize || !taken(read_header(in))) return record;  // left empty, no message
+    Image image;
+    try {
+        image = decode(file, limits);
+    } catch (const ImageTooLarge&) {
+        raise_error(err::OutOfMemory);
+    } catch (const io::ParseError&) {
+        raise_error(err::InputPastEnd);
+    }
+    record.width = image.width;
+    record.height = image.height;
+    record.bits = 24;
+    record.pixels.resize(image.pixels.size() * 3);
+    for (std::size_t k = 0; k < image.pixels.size(); ++k) {
+        const std::uint32_t p = image.pixels[k];
+        record.pixels[3 * k] = static_cast<std::uint8_t>(p);
+        record.pixels[3 * k + 1] = static_cast<std::uint8_t>(p >> 8);
+        record.pixels[3 * k + 2] = static_cast<std::uint8_t>(p >> 16);
+    }
+    return record;
 }
 
 TgaImage read_file(const std::string& file_name, const Limits& limits) {

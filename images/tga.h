@@ -13,7 +13,11 @@
 //    pixels); packets may cross rows, and pixels past the image are ignored;
 //  - a file shorter than its 18-byte header reads as an empty record; a body
 //    that ends before the image does raises Input past end of file (62); a
-//    picture past the pixel limit raises Out of memory (7);
+//    picture past the size cap of runtime/image.h (a side above 16384 or more
+//    than 2^26 pixels) or the reader's Limits raises Out of memory (7);
+//  - memory stays in proportion to the file: raw pixels take 3 bytes each and
+//    a run packet of 4 bytes gives at most 128, so a body that cannot hold the
+//    picture raises 62 before anything is allocated;
 //  - draw() pads each row to 4 bytes before handing it over, so every width
 //    draws as it should.
 #pragma once
@@ -24,12 +28,14 @@
 #include <vector>
 
 #include "platform/gdi/gdi.h"
+#include "runtime/byte_reader.h"
+#include "runtime/image.h"
 #include "runtime/numeric.h"
 
 namespace tarko::images::tga {
 
 struct Limits {
-    std::int64_t max_pixels = std::int64_t{1} << 26;
+    std::int64_t max_pixels = kMaxImagePixels;  // below the one cap of runtime/image.h, never above it
 };
 
 inline constexpr std::size_t kHeaderSize = 18;
@@ -44,6 +50,13 @@ struct TgaImage {
     std::vector<std::uint8_t> pixels;
 };
 
+// The file as a picture in memory, top row first, opaque. io::ParseError for
+// a header the reader does not take or a body that ends before the image;
+// ImageTooLarge (a ParseError) past the size cap. A width or height of 0 gives
+// an empty image.
+Image decode(std::span<const std::uint8_t> file, const Limits& limits = {});
+
+// The engine's record, with the errors above.
 TgaImage read(std::span<const std::uint8_t> file, const Limits& limits = {});
 // A missing file raises 53.
 TgaImage read_file(const std::string& file_name, const Limits& limits = {});

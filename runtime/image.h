@@ -4,7 +4,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
+
+#include "runtime/byte_reader.h"
 
 namespace tarko {
 
@@ -34,6 +37,23 @@ inline constexpr std::int64_t kMaxImagePixels = std::int64_t{1} << 26;
 inline bool image_size_allowed(std::int64_t width, std::int64_t height) {
     return width > 0 && height > 0 && width <= kMaxImageSide && height <= kMaxImageSide &&
            width * height <= kMaxImagePixels;
+}
+
+// A picture refused for its size alone, so that a caller can tell "too large"
+// from "damaged" when the system gives them different numbers.
+class ImageTooLarge : public io::ParseError {
+public:
+    using io::ParseError::ParseError;
+};
+
+// Throws ImageTooLarge (at `offset`, where the size is stored) unless a
+// width x height picture is allowed and has at most `max_pixels` pixels.
+inline void check_image_size(std::int64_t width, std::int64_t height, std::size_t offset,
+                             std::int64_t max_pixels = kMaxImagePixels) {
+    if (!image_size_allowed(width, height) || width * height > max_pixels)
+        throw ImageTooLarge("picture of " + std::to_string(width) + " x " + std::to_string(height) +
+                                " pixels is past the limit",
+                            offset);
 }
 
 }  // namespace tarko

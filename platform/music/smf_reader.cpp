@@ -2,54 +2,27 @@
 #include "platform/music/smf_reader.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace tarko::platform::music {
 namespace {
 
-class Reader {
-public:
-    Reader(std::span<const std::uint8_t> bytes, std::size_t base) : bytes_(bytes), base_(base) {}
-    bool at_end() const { return pos_ >= bytes_.size(); }
-    std::size_t offset() const { return base_ + pos_; }
-    std::size_t left() const { return bytes_.size() - pos_; }
-
-    std::uint8_t u8() {
-        if (at_end()) throw SmfError("track data cut short", offset());
-        return bytes_[pos_++];
+// Variable-length quantity: at most four bytes, 28 bits.
+std::uint32_t vlq(io::ByteReader& in) {
+    std::uint32_t v = 0;
+    for (int i = 0; i < 4; ++i) {
+        const std::uint8_t b = in.u8();
+        v = (v << 7) | (b & 0x7F);
+        if (!(b & 0x80)) return v;
     }
-    std::uint8_t peek() const {
-        if (at_end()) throw SmfError("track data cut short", offset());
-        return bytes_[pos_];
-    }
-    // Variable-length quantity: at most four bytes, 28 bits.
-    std::uint32_t vlq() {
-        std::uint32_t v = 0;
-        for (int i = 0; i < 4; ++i) {
-            const std::uint8_t b = u8();
-            v = (v << 7) | (b & 0x7F);
-            if (!(b & 0x80)) return v;
-        }
-        throw SmfError("variable-length number longer than four bytes", offset());
-    }
-    std::span<const std::uint8_t> take(std::uint32_t n) {
-        if (n > left()) throw SmfError("event length runs past the end of the track", offset());
-        auto s = bytes_.subspan(pos_, n);
-        pos_ += n;
-        return s;
-    }
-
-private:
-    std::span<const std::uint8_t> bytes_;
-    std::size_t base_;
-    std::size_t pos_ = 0;
-};
-
-std::uint32_t be32(const std::uint8_t* p) {
-    return static_cast<std::uint32_t>(p[0]) << 24 | static_cast<std::uint32_t>(p[1]) << 16 |
-           static_cast<std::uint32_t>(p[2]) << 8 | p[3];
+    in.fail("variable-length number longer than four bytes");
 }
-std::uint16_t be16(const std::uint8_t* p) { return static_cast<std::uint16_t>(p[0] << 8 | p[1]); }
+
+// A length, then that many bytes of the track.
+std::span<const std::uint8_t> counted_bytes(io::ByteReader& in) {
+    const std::uint32_t n = vlq(in);
+    if (n > in.remaining()) in.fail("event length runs past the end of the track");
+    return in.bytes(n);
+}
 
 struct RawTempo {
     std::int64_t tick;
@@ -81,16 +54,20 @@ double MidiSequence::seconds_at(std::int64_t tick) const {
     return seconds + static_cast<double>(tick - at) / kTicksPerQuarter * 60.0 / bpm;
 }
 
-MidiSequence parse_smf(std::span<const std::uint8_t> bytes, const SmfLimits& limits) {
-    if (bytes.size() < 14 || std::memcmp(bytes.data(), "MThd", 4) != 0) throw SmfError("not a standard MIDI file", 0);
-    const std::uint32_t header_size = be32(bytes.data() + 4);
-    if (header_size < 6 || header_size > bytes.size() - 8) throw SmfError("header size out of range", 4);
-    const int format = be16(bytes.data() + 8);
-    const int track_count = be16(bytes.data() + 10);
-    const std::uint16_t division = be16(bytes.data() + 12);
-    if (format > 1) throw SmfError("MIDI format " + std::to_string(format) + " is not supported (0 or 1)", 8);
-    if (track_count == 0) throw SmfError("no tracks", 10);
-    if (format == 0 && track_count != 1) throw SmfError("format 0 with more than one track", 10);
+namespace {
+
+MidiSequence parse(std::span<const std::uint8_t> bytes, const SmfLimits& limits) {
+    io::ByteReader file(bytes);
+    if (bytes.size() < 14 || !file.match("MThd")) file.fail_at(0, "not a standard MIDI file");
+    const std::uint32_t header_size = file.u32be();
+    if (header_size < 6 || header_size > file.remaining()) file.fail_at(4, "header size out of range");
+    io::ByteReader header = file.sub(header_size);
+    const int format = header.u16be();
+    const int track_count = header.u16be();
+    const std::uint16_t division = header.u16be();
+    if (format > 1) file.fail_at(8, "MIDI format " + std::to_string(format) + " is not supported (0 or 1)");
+    if (track_count == 0) file.fail_at(10, "no tracks");
+    if (format == 0 && track_count != 1) file.fail_at(10, "format 0 with more than one track");
 
     // Ticks per quarter of the file, or SMPTE ticks per second read at 120 bpm.
     std::int64_t source_per_quarter = division;
@@ -98,13 +75,13 @@ MidiSequence parse_smf(std::span<const std::uint8_t> bytes, const SmfLimits& lim
     if (division & 0x8000) {
         const int fps = 256 - (division >> 8);  // stored as a negative byte
         const int per_frame = division & 0xFF;
-        if (fps != 24 && fps != 25 && fps != 29 && fps != 30) throw SmfError("bad SMPTE frame rate", 12);
-        if (per_frame == 0) throw SmfError("zero ticks per frame", 13);
+        if (fps != 24 && fps != 25 && fps != 29 && fps != 30) file.fail_at(12, "bad SMPTE frame rate");
+        if (per_frame == 0) file.fail_at(13, "zero ticks per frame");
         source_per_quarter = static_cast<std::int64_t>(fps) * per_frame / 2;  // half a second per quarter
         if (source_per_quarter == 0) source_per_quarter = 1;
         smpte = true;
     }
-    if (source_per_quarter == 0) throw SmfError("zero ticks per quarter note", 12);
+    if (source_per_quarter == 0) file.fail_at(12, "zero ticks per quarter note");
     const auto convert = [&](std::int64_t t) {
         return (t * kTicksPerQuarter + source_per_quarter / 2) / source_per_quarter;
     };
@@ -114,47 +91,48 @@ MidiSequence parse_smf(std::span<const std::uint8_t> bytes, const SmfLimits& lim
     MidiSequence seq;
     std::vector<RawTempo> raw_tempos;
     bool have_time_sig = false;
-    std::size_t pos = 8 + header_size;
     int tracks_read = 0;
+    std::size_t events_seen = 0;  // every event of every track, held or not, against the limit
     std::vector<std::vector<MidiEvent>> per_track;
 
     while (tracks_read < track_count) {
-        if (bytes.size() - pos < 8) throw SmfError("missing track " + std::to_string(tracks_read + 1), pos);
-        const std::uint8_t* head = bytes.data() + pos;
-        const std::uint32_t size = be32(head + 4);
-        if (size > bytes.size() - pos - 8) throw SmfError("chunk size runs past the end of the file", pos + 4);
-        const std::size_t body = pos + 8;
-        pos = body + size;
-        if (std::memcmp(head, "MTrk", 4) != 0) continue;  // unknown chunks are skipped
+        const std::size_t at = file.offset();
+        if (file.remaining() < 8) file.fail("missing track " + std::to_string(tracks_read + 1));
+        const bool is_track = file.match("MTrk");
+        if (!is_track) file.skip(4);
+        const std::uint32_t size = file.u32be();
+        if (size > file.remaining()) file.fail_at(at + 4, "chunk size runs past the end of the file");
+        io::ByteReader in = file.sub(size);
+        if (!is_track) continue;  // unknown chunks are skipped
         ++tracks_read;
 
-        Reader in(bytes.subspan(body, size), body);
         std::int64_t tick = 0;
         std::uint8_t running = 0;
         bool ended = false;
         auto& events = per_track.emplace_back();
         while (!in.at_end()) {
-            tick += in.vlq();
-            if (tick > max_source_tick) throw SmfError("delta time takes the piece beyond the music clock", in.offset());
-            std::uint8_t status = in.peek();
+            tick += vlq(in);
+            if (tick > max_source_tick) in.fail("delta time takes the piece beyond the music clock");
+            if (++events_seen > limits.max_events) in.fail("more events than the limit");
+            std::uint8_t status = in.peek_u8();
             if (status & 0x80) {
                 in.u8();
             } else {
-                if (!running) throw SmfError("data byte without a running status", in.offset());
+                if (!running) in.fail("data byte without a running status");
                 status = running;
             }
             if (status == 0xFF) {
                 running = 0;
                 const std::uint8_t type = in.u8();
-                const auto data = in.take(in.vlq());
+                const auto data = counted_bytes(in);
                 if (type == 0x2F) {
                     ended = true;
                     break;
                 }
                 if (type == 0x51) {
-                    if (data.size() != 3) throw SmfError("tempo event is not three bytes", in.offset());
+                    if (data.size() != 3) in.fail("tempo event is not three bytes");
                     const std::uint32_t us = static_cast<std::uint32_t>(data[0]) << 16 | data[1] << 8 | data[2];
-                    if (us == 0) throw SmfError("tempo of zero microseconds per quarter", in.offset());
+                    if (us == 0) in.fail("tempo of zero microseconds per quarter");
                     if (!smpte) raw_tempos.push_back({tick, us, raw_tempos.size()});
                 } else if (type == 0x58 && !have_time_sig && tick == 0) {
                     if (data.size() >= 2 && data[0] > 0 && data[1] < 8) {
@@ -165,9 +143,9 @@ MidiSequence parse_smf(std::span<const std::uint8_t> bytes, const SmfLimits& lim
                 }
             } else if (status == 0xF0 || status == 0xF7) {
                 running = 0;
-                in.take(in.vlq());  // system exclusive: skipped
+                counted_bytes(in);  // system exclusive: skipped
             } else if (status >= 0xF0) {
-                throw SmfError("system message in a track", in.offset());
+                in.fail("system message in a track");
             } else {
                 running = status;
                 MidiEvent e;
@@ -176,14 +154,12 @@ MidiSequence parse_smf(std::span<const std::uint8_t> bytes, const SmfLimits& lim
                 e.data1 = in.u8();
                 const std::uint8_t command = status & 0xF0;
                 if (command != 0xC0 && command != 0xD0) e.data2 = in.u8();
-                if ((e.data1 | e.data2) & 0x80) throw SmfError("data byte above 127", in.offset());
+                if ((e.data1 | e.data2) & 0x80) in.fail("data byte above 127");
                 if (command == 0x90 && e.data2 == 0) e.status = static_cast<std::uint8_t>(0x80 | (status & 0x0F));
                 events.push_back(e);
-                if (events.size() + seq.events.size() > limits.max_events)
-                    throw SmfError("more events than the limit", in.offset());
             }
         }
-        if (!ended) throw SmfError("track " + std::to_string(tracks_read) + " has no end-of-track event", in.offset());
+        if (!ended) in.fail("track " + std::to_string(tracks_read) + " has no end-of-track event");
         seq.length = std::max(seq.length, convert(tick));
         for (auto& e : events) e.tick = convert(e.tick);
         seq.events.insert(seq.events.end(), events.begin(), events.end());
@@ -204,6 +180,16 @@ MidiSequence parse_smf(std::span<const std::uint8_t> bytes, const SmfLimits& lim
             seq.tempos.push_back(change);
     }
     return seq;
+}
+
+}  // namespace
+
+MidiSequence parse_smf(std::span<const std::uint8_t> bytes, const SmfLimits& limits) {
+    try {
+        return parse(bytes, limits);
+    } catch (const io::ParseError& e) {
+        throw SmfError(e.reason(), e.offset());
+    }
 }
 
 }  // namespace tarko::platform::music

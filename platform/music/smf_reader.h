@@ -7,18 +7,18 @@
 
 #include <cstdint>
 #include <span>
-#include <stdexcept>
-#include <string>
 #include <vector>
+
+#include "runtime/byte_reader.h"
 
 namespace tarko::platform::music {
 
 inline constexpr int kTicksPerQuarter = 768;
 
-struct SmfError : std::runtime_error {
-    SmfError(const std::string& what, std::size_t offset)
-        : std::runtime_error(what + " (at byte " + std::to_string(offset) + ")"), offset(offset) {}
-    std::size_t offset;
+// Why a file is not a MIDI piece we play, and at which byte.
+class SmfError : public io::ParseError {
+public:
+    using io::ParseError::ParseError;
 };
 
 struct MidiEvent {
@@ -46,7 +46,7 @@ struct MidiSequence {
 };
 
 struct SmfLimits {
-    std::size_t max_events = std::size_t{1} << 22;
+    std::size_t max_events = std::size_t{1} << 22;  // every event counts: channel, meta and system exclusive
     std::int64_t max_ticks = 0x7FFFFFFF;   // the music clock is a Long
 };
 

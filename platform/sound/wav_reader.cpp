@@ -1,81 +1,88 @@
 // RIFF/PCM wave reader.
 #include "platform/sound/wav_reader.h"
 
-#include <cstring>
 
 namespace tarko::platform::sound {
 namespace {
-
-std::uint32_t u32(const std::uint8_t* p) {
-    return static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8 |
-           static_cast<std::uint32_t>(p[2]) << 16 | static_cast<std::uint32_t>(p[3]) << 24;
-}
-std::uint16_t u16(const std::uint8_t* p) { return static_cast<std::uint16_t>(p[0] | p[1] << 8); }
-bool tag_is(const std::uint8_t* p, const char* tag) { return std::memcmp(p, tag, 4) == 0; }
 
 // The sub-format GUID of WAVE_FORMAT_EXTENSIBLE PCM: 00000001-0000-0010-8000-00aa00389b71.
 constexpr std::uint8_t kPcmGuid[16] = {0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x10, 0x00,
                                        0x80, 0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
 
-}  // namespace
+void read_format(io::ByteReader fmt, const WavLimits& limits, WavData& out) {
+    const std::size_t body = fmt.offset();
+    if (fmt.size() < 16) fmt.fail_at(body - 4, "\"fmt \" chunk shorter than 16 bytes");
+    std::uint16_t tag = fmt.u16();
+    const int channels = fmt.u16();
+    const std::uint32_t rate = fmt.u32();
+    fmt.skip(4);  // bytes per second: follows from the rest
+    const int align = fmt.u16();
+    const int bits = fmt.u16();
+    if (tag == 0xFFFE) {  // extensible: the real format is in the sub-format GUID
+        if (fmt.size() < 40 || fmt.u16() < 22) fmt.fail_at(body - 4, "extensible format chunk cut short");
+        fmt.skip(6);
+        if (!fmt.match(std::string_view(reinterpret_cast<const char*>(kPcmGuid), 16)))
+            fmt.fail("extensible format is not PCM");
+        tag = 1;
+    }
+    if (tag != 1) fmt.fail_at(body, "format " + std::to_string(tag) + " is not PCM");
+    if (channels != 1 && channels != 2) fmt.fail_at(body + 2, std::to_string(channels) + " channels (1 or 2 supported)");
+    if (bits != 8 && bits != 16) fmt.fail_at(body + 14, std::to_string(bits) + "-bit samples (8 or 16 supported)");
+    if (rate < static_cast<std::uint32_t>(limits.min_rate) || rate > static_cast<std::uint32_t>(limits.max_rate))
+        fmt.fail_at(body + 4, "sample rate " + std::to_string(rate) + " out of range");
+    if (align != channels * bits / 8) fmt.fail_at(body + 12, "block align does not match the format");
+    out.channels = channels;
+    out.sample_rate = static_cast<int>(rate);
+    out.bits = bits;
+}
 
-WavData parse_wav(std::span<const std::uint8_t> bytes, const WavLimits& limits) {
-    if (bytes.size() < 12) throw WavError("file too short for a RIFF header", 0);
-    if (!tag_is(bytes.data(), "RIFF") || !tag_is(bytes.data() + 8, "WAVE"))
-        throw WavError("not a RIFF WAVE file", 0);
-    const std::uint64_t riff_size = u32(bytes.data() + 4);
-    if (riff_size < 4 || riff_size > bytes.size() - 8) throw WavError("RIFF size runs past the end of the file", 4);
-    const std::size_t end = static_cast<std::size_t>(riff_size) + 8;  // bytes after the RIFF chunk are ignored
+WavData parse(std::span<const std::uint8_t> bytes, const WavLimits& limits) {
+    io::ByteReader file(bytes);
+    file.need(12, "file too short for a RIFF header");
+    if (!file.match("RIFF") || !file.range(8, 4).match("WAVE")) file.fail_at(0, "not a RIFF WAVE file");
+    const std::uint32_t riff_size = file.u32();
+    if (riff_size < 4 || riff_size > file.remaining()) file.fail_at(4, "RIFF size runs past the end of the file");
+    io::ByteReader riff = file.sub(riff_size);  // bytes after the RIFF chunk are ignored
+    riff.skip(4);
 
     WavData out;
     bool have_format = false, have_data = false;
-    std::size_t pos = 12;
-    while (pos < end && !have_data) {
-        if (end - pos < 8) throw WavError("chunk header cut short", pos);
-        const std::uint8_t* head = bytes.data() + pos;
-        const std::uint64_t size = u32(head + 4);
-        const std::size_t body = pos + 8;
-        if (size > end - body) throw WavError("chunk size runs past the end of the file", pos + 4);
-        const std::uint8_t* p = bytes.data() + body;
-
-        if (tag_is(head, "fmt ")) {
-            if (have_format) throw WavError("second \"fmt \" chunk", pos);
-            if (size < 16) throw WavError("\"fmt \" chunk shorter than 16 bytes", pos + 4);
-            std::uint16_t tag = u16(p);
-            const int channels = u16(p + 2);
-            const std::uint32_t rate = u32(p + 4);
-            const int align = u16(p + 12);
-            const int bits = u16(p + 14);
-            if (tag == 0xFFFE) {  // extensible: the real format is in the sub-format GUID
-                if (size < 40 || u16(p + 16) < 22) throw WavError("extensible format chunk cut short", pos + 4);
-                if (std::memcmp(p + 24, kPcmGuid, 16) != 0) throw WavError("extensible format is not PCM", body + 24);
-                tag = 1;
-            }
-            if (tag != 1) throw WavError("format " + std::to_string(tag) + " is not PCM", body);
-            if (channels != 1 && channels != 2)
-                throw WavError(std::to_string(channels) + " channels (1 or 2 supported)", body + 2);
-            if (bits != 8 && bits != 16) throw WavError(std::to_string(bits) + "-bit samples (8 or 16 supported)", body + 14);
-            if (rate < static_cast<std::uint32_t>(limits.min_rate) || rate > static_cast<std::uint32_t>(limits.max_rate))
-                throw WavError("sample rate " + std::to_string(rate) + " out of range", body + 4);
-            if (align != channels * bits / 8) throw WavError("block align does not match the format", body + 12);
-            out.channels = channels;
-            out.sample_rate = static_cast<int>(rate);
-            out.bits = bits;
+    while (!riff.at_end() && !have_data) {
+        const std::size_t at = riff.offset();
+        riff.need(8, "chunk header cut short");
+        const auto tag = riff.fixed_string(4);
+        const std::uint32_t size = riff.u32();
+        if (size > riff.remaining()) riff.fail_at(at + 4, "chunk size runs past the end of the file");
+        io::ByteReader body = riff.sub(size);
+        if (tag == "fmt ") {
+            if (have_format) riff.fail_at(at, "second \"fmt \" chunk");
+            read_format(body, limits, out);
             have_format = true;
-        } else if (tag_is(head, "data")) {
-            if (!have_format) throw WavError("\"data\" chunk before \"fmt \"", pos);
-            if (size > limits.max_data_bytes) throw WavError("data chunk larger than the limit", pos + 4);
-            const std::size_t whole = static_cast<std::size_t>(size) / out.block_align() * out.block_align();
-            if (whole == 0) throw WavError("no whole sample frame in the data chunk", pos + 4);
-            out.samples.assign(p, p + whole);
+        } else if (tag == "data") {
+            if (!have_format) riff.fail_at(at, "\"data\" chunk before \"fmt \"");
+            if (size > limits.max_data_bytes) riff.fail_at(at + 4, "data chunk larger than the limit");
+            const std::size_t whole = size / out.block_align() * out.block_align();
+            if (whole == 0) riff.fail_at(at + 4, "no whole sample frame in the data chunk");
+            const auto samples = body.bytes(whole);
+            out.samples.assign(samples.begin(), samples.end());
             have_data = true;
         }
         // Chunks are padded to an even length; a missing pad byte at the very end is tolerated.
-        pos = body + static_cast<std::size_t>(size) + (size & 1);
+        if (size % 2 == 1 && !riff.at_end()) riff.skip(1);
     }
-    if (!have_format) throw WavError("no \"fmt \" chunk", pos);
-    if (!have_data) throw WavError("no \"data\" chunk", pos);
+    if (!have_format) riff.fail("no \"fmt \" chunk");
+    if (!have_data) riff.fail("no \"data\" chunk");
     return out;
+}
+
+}  // namespace
+
+WavData parse_wav(std::span<const std::uint8_t> bytes, const WavLimits& limits) {
+    try {
+        return parse(bytes, limits);
+    } catch (const io::ParseError& e) {
+        throw WavError(e.reason(), e.offset());
+    }
 }
 
 WavData downmix_to_mono(const WavData& in) {
@@ -92,8 +99,9 @@ WavData downmix_to_mono(const WavData& in) {
     } else {
         out.samples.resize(frames * 2);
         for (std::size_t i = 0; i < frames; ++i) {
-            const int l = static_cast<std::int16_t>(u16(&in.samples[4 * i]));
-            const int r = static_cast<std::int16_t>(u16(&in.samples[4 * i + 2]));
+            io::ByteReader frame(std::span(in.samples).subspan(4 * i, 4));
+            const int l = frame.i16();
+            const int r = frame.i16();
             const auto m = static_cast<std::uint16_t>(static_cast<std::int16_t>((l + r) / 2));
             out.samples[2 * i] = static_cast<std::uint8_t>(m & 0xFF);
             out.samples[2 * i + 1] = static_cast<std::uint8_t>(m >> 8);

@@ -5,16 +5,16 @@
 
 #include <cstdint>
 #include <span>
-#include <stdexcept>
-#include <string>
 #include <vector>
+
+#include "runtime/byte_reader.h"
 
 namespace tarko::platform::sound {
 
-struct WavError : std::runtime_error {
-    WavError(const std::string& what, std::size_t offset)
-        : std::runtime_error(what + " (at byte " + std::to_string(offset) + ")"), offset(offset) {}
-    std::size_t offset;
+// Why a file is not a playable wave, and at which byte.
+class WavError : public io::ParseError {
+public:
+    using io::ParseError::ParseError;
 };
 
 struct WavData {
@@ -38,7 +38,8 @@ struct WavLimits {
 // PCM wave: no RIFF/WAVE header, a chunk running past the end (or past the
 // RIFF size), a missing or short "fmt " chunk, data before format, a format
 // other than PCM (plain or extensible), 3+ channels, other sample sizes, a
-// rate outside the limits, or no whole frame of data.
+// rate outside the limits, or no whole frame of data. A chunk of odd size is
+// followed by a pad byte, which is skipped (missing at the very end: tolerated).
 WavData parse_wav(std::span<const std::uint8_t> bytes, const WavLimits& limits = {});
 
 // Folds a stereo sound into mono by averaging the channels; mono passes through.

@@ -25,6 +25,10 @@ TEST(Tga, RunLengthThreeByTwoReadAndDrawn) {
     tga::draw(image, dib.hDC());
     EXPECT_EQ(gdi::GetPixel(dib.hDC(), 0, 0), 0x040506);  // top row: B 4, G 5, R 6
     EXPECT_EQ(gdi::GetPixel(dib.hDC(), 1, 1), 0x010203);
+    // in memory: the same rows, opaque 0xAARRGGBB
+    const auto plain = tga::decode(tarko::test::tga(10, 3, 2, {0x82, 1, 2, 3, 0x02, 4, 5, 6, 7, 8, 9, 10, 11, 12}));
+    EXPECT_EQ(plain.pixels, (std::vector<std::uint32_t>{0xFF060504, 0xFF090807, 0xFF0C0B0A, 0xFF030201, 0xFF030201,
+                                                        0xFF030201}));
 }
 
 TEST(Tga, PacketsCrossRowsAndTheIdFieldIsNotSkipped) {
@@ -55,4 +59,28 @@ TEST(Tga, DamagedFiles) {
     };
     for (const auto& c : cases) EXPECT_EQ(tarko::test::error_of([&] { tga::read(c.file); }), c.error) << &c - cases;
     EXPECT_EQ(tarko::test::error_of([] { tga::read_file("/nonexistent/none.tga"); }), tarko::err::FileNotFound);
+}
+
+TEST(Tga, DamagedFilesAreRefusedSayingWhyAndWhere) {
+    const struct {
+        const char* what;
+        Bytes file;
+        const char* reason;
+        std::size_t offset;
+    } cases[] = {
+        {"17 bytes", Bytes(17, 0), "shorter than its 18-byte header", 0},
+        {"type 3", tarko::test::tga(3, 1, 1, Bytes(3, 1)), "image type 3", 2},
+        {"32 bits", tarko::test::tga(2, 1, 1, Bytes(4, 1), 32), "pixel depth 32", 16},
+        {"raw, 11 of 12 bytes", tarko::test::tga(2, 2, 2, Bytes(11, 0)), "4 pixels cannot come from 11 bytes", 18},
+        {"run pixel cut", tarko::test::tga(10, 3, 1, {0x82, 1, 2}), "pixel data cut short", 19},
+        {"raw packet cut", tarko::test::tga(10, 2, 1, {0x01, 1, 2, 3, 4, 5}), "pixel data cut short", 19},
+        {"65535 x 65535", tarko::test::tga(10, 65535, 65535, {0xFF, 1, 2, 3}), "past the limit", 12},
+        {"16385 wide", tarko::test::tga(10, 16385, 1, {0xFF, 1, 2, 3}), "past the limit", 12},
+        // one packet of 4 bytes gives at most 128 pixels: 16000000 cannot come from it, refused before allocating
+        {"4000 x 4000 from 4 bytes", tarko::test::tga(10, 4000, 4000, {0xFF, 1, 2, 3}), "16000000 pixels cannot", 18},
+    };
+    for (const auto& c : cases)
+        EXPECT_TRUE(tarko::test::refused_with([&] { tga::decode(c.file); }, c.reason, c.offset)) << c.what;
+    EXPECT_TRUE(tarko::test::refused_with([] { tga::decode(tarko::test::tga(2, 4, 4, Bytes(48, 0)), {.max_pixels = 15}); },
+                                          "past the limit", 12)) << "16 pixels, a cap of 15";
 }

@@ -86,3 +86,10 @@ TEST(ImageLimits, CapSidesAndPixelCountBeforeAllocation) {
     EXPECT_FALSE(tarko::image_size_allowed(0, 5));
     EXPECT_FALSE(tarko::image_size_allowed(1 << 20, 1 << 20));
 }
+
+TEST(ImageLimits, OversizedPicturesAreRefusedAsTooLargeWhereTheSizeIsStored) {
+    EXPECT_NO_THROW(tarko::check_image_size(4, 4, 12, 16));
+    EXPECT_EQ(fail_offset([] { tarko::check_image_size(4, 5, 12, 16); }), 12) << "20 pixels past a cap of 16";
+    EXPECT_THROW(tarko::check_image_size(16385, 1, 0), tarko::ImageTooLarge);
+    EXPECT_THROW(tarko::check_image_size(0, 1, 0), tarko::ImageTooLarge);
+}

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 
+#include "runtime/byte_reader.h"
 #include "runtime/errors.h"
 
 namespace tarko::test {
@@ -21,6 +22,17 @@ std::int32_t error_of(const std::function<void()>& f) {
         return e.number();
     }
     return 0;
+}
+
+::testing::AssertionResult refused_with(const std::function<void()>& f, const std::string& reason, std::size_t offset) {
+    try {
+        f();
+    } catch (const io::ParseError& e) {
+        if (e.reason().find(reason) != std::string::npos && e.offset() == offset) return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure() << "refused with \"" << e.what() << "\", expected \"" << reason
+                                             << "\" at byte " << offset;
+    }
+    return ::testing::AssertionFailure() << "accepted, expected \"" << reason << "\" at byte " << offset;
 }
 
 std::filesystem::path scratch_dir(const std::string& name) {

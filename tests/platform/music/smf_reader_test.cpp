@@ -7,8 +7,10 @@
 
 #include "platform/music/smf_reader.h"
 #include "platform/music/smf_writer.h"
+#include "support/test_support.h"
 
 using namespace tarko::platform::music;
+using tarko::test::refused_with;
 
 namespace {
 std::vector<std::uint8_t> one_track(int division, const SmfTrackWriter& t) { return make_smf(0, division, {t}); }
@@ -57,16 +59,21 @@ TEST(SmfReader, FormatOneMergesTracksAndBuildsATempoMapAcrossThem) {
     EXPECT_EQ(s.length, 1536);
 }
 
-TEST(SmfReader, RefusesHostileFiles) {
+TEST(SmfReader, RefusesHostileFilesSayingWhyAndWhere) {
+    // Header: MThd 0, size 4, format 8, tracks 10, division 12; MTrk at 14, its size at 18,
+    // events from 22: 00 90 3C 64 | 60 80 3C 40 | 00 FF 2F 00 (12 bytes, 22..33).
     SmfTrackWriter t;
     t.note_on(0, 0, 60, 100).note_off(96, 0, 60).end();
     const auto good = one_track(96, t);
-    for (std::size_t n = 0; n < good.size(); ++n)
-        EXPECT_THROW(parse_smf(std::span(good.data(), n)), SmfError) << "cut at " << n;
-
-    const auto patched = [&](std::size_t at, std::uint8_t v) {
+    for (std::size_t n = 0; n < good.size(); ++n) {
+        const auto [reason, at] = n < 14 ? std::pair{"not a standard MIDI file", 0}
+                                  : n < 22 ? std::pair{"missing track 1", 14}
+                                           : std::pair{"chunk size runs past", 18};
+        EXPECT_TRUE(refused_with([&] { parse_smf(std::span(good.data(), n)); }, reason, std::size_t(at))) << "cut at " << n;
+    }
+    const auto patched = [&](std::vector<std::pair<std::size_t, std::uint8_t>> patches) {
         auto b = good;
-        b[at] = v;
+        for (const auto& [at, v] : patches) b[at] = v;
         return b;
     };
     const auto track = [](int division, const std::function<void(SmfTrackWriter&)>& fill) {
@@ -77,28 +84,53 @@ TEST(SmfReader, RefusesHostileFiles) {
     SmfTrackWriter end_only;
     end_only.end();
     auto missing_track = make_smf(1, 96, {end_only});
-    missing_track[11] = 2;  // two tracks announced, one present
+    missing_track[11] = 2;  // two tracks announced, one present (14..25)
     SmfTrackWriter sum;     // many large deltas that add up past the limit
     for (int i = 0; i < 200; ++i) sum.note_on(0x0FFFFFFF, 0, 60, 1);
     sum.end();
-    const std::pair<const char*, std::vector<std::uint8_t>> cases[] = {
-        {"track size", patched(21, 0xFF)},  // MTrk size low byte: 255 bytes, 12 present
-        {"header size", patched(7, 200)},   // MThd size past the file
-        {"missing track", missing_track},
-        {"division 0", one_track(0, end_only)},
-        {"no end of track", track(96, [](auto& w) { w.note_on(0, 0, 60, 100).note_off(96, 0, 60); })},
-        // 0x0FFFFFFF ticks at division 1 is 2.06e11 music ticks: beyond a Long.
-        {"huge delta", track(1, [](auto& w) { w.note_on(0x0FFFFFFF, 0, 60, 100).end(); })},
-        {"deltas adding up", one_track(960, sum)},
-        {"five-byte number", track(96, [](auto& w) { w.raw(0, {0xFF, 0x01, 0x81, 0x81, 0x81, 0x81, 0x01}).end(); })},
-        // A text of 127 bytes with 1 present; a sysex cut short.
-        {"meta past the end", track(96, [](auto& w) { w.raw(0, {0xFF, 0x01, 0x7F, 'x'}).end(); })},
-        {"sysex past the end", track(96, [](auto& w) { w.raw(0, {0xF0, 0x40, 1}).end(); })},
-        {"no status", track(96, [](auto& w) { w.raw(0, {60, 100}).end(); })},
-        {"data above 127", track(96, [](auto& w) { w.raw(0, {0x90, 0x80, 1}).end(); })},
-        // Running status does not survive a meta event.
+    struct Case { const char* what; std::vector<std::uint8_t> file; const char* reason; std::size_t offset; };
+    const Case cases[] = {
+        {"not MThd", patched({{0, 'X'}}), "not a standard MIDI file", 0},
+        {"header size", patched({{7, 200}}), "header size out of range", 4},  // past the file
+        {"format 2", patched({{9, 2}}), "MIDI format 2", 8},
+        {"no tracks", patched({{11, 0}}), "no tracks", 10},
+        {"format 0, two tracks", patched({{11, 2}}), "format 0 with more than one track", 10},
+        {"division 0", one_track(0, end_only), "zero ticks per quarter", 12},
+        {"SMPTE -28", patched({{12, 0xE4}, {13, 40}}), "bad SMPTE frame rate", 12},
+        {"SMPTE -25, 0 a frame", patched({{12, 0xE7}, {13, 0}}), "zero ticks per frame", 13},
+        {"track size", patched({{21, 0xFF}}), "chunk size runs past", 18},  // 255 bytes, 12 present
+        {"missing track", missing_track, "missing track 2", 26},
+        {"no end of track", track(96, [](auto& w) { w.note_on(0, 0, 60, 100).note_off(96, 0, 60); }),
+         "track 1 has no end-of-track event", 30},
+        // 0x0FFFFFFF ticks at division 1 is 2.06e11 music ticks: beyond a Long (the delta is 22..25)
+        {"huge delta", track(1, [](auto& w) { w.note_on(0x0FFFFFFF, 0, 60, 100).end(); }), "beyond the music clock", 26},
+        // the limit at 960 is 2147483647 / 768 * 960 = 2684353920; nine deltas are 2415919095,
+        // ten 2684354550: the tenth event's delta ends at 22 + 9 * 7 + 4
+        {"deltas adding up", one_track(960, sum), "beyond the music clock", 89},
+        {"five-byte number", track(96, [](auto& w) { w.raw(0, {0xFF, 0x01, 0x81, 0x81, 0x81, 0x81, 0x01}).end(); }),
+         "longer than four bytes", 29},
+        // a text of 127 bytes with 5 left from 26; a sysex of 64 with 5 left from 25
+        {"meta past the end", track(96, [](auto& w) { w.raw(0, {0xFF, 0x01, 0x7F, 'x'}).end(); }), "event length runs past", 26},
+        {"sysex past the end", track(96, [](auto& w) { w.raw(0, {0xF0, 0x40, 1}).end(); }), "event length runs past", 25},
+        {"no status", track(96, [](auto& w) { w.raw(0, {60, 100}).end(); }), "without a running status", 23},
+        {"data above 127", track(96, [](auto& w) { w.raw(0, {0x90, 0x80, 1}).end(); }), "data byte above 127", 26},
+        {"system message", track(96, [](auto& w) { w.raw(0, {0xF2, 1, 1}).end(); }), "system message in a track", 24},
+        {"tempo of 2 bytes", track(96, [](auto& w) { w.raw(0, {0xFF, 0x51, 2, 7, 0xA1}).end(); }), "not three bytes", 28},
+        {"tempo 0", track(96, [](auto& w) { w.raw(0, {0xFF, 0x51, 3, 0, 0, 0}).end(); }), "zero microseconds", 29},
+        // running status does not survive a meta event: the note at 22..25, the text at 26..29, 62 at 31
         {"status after meta",
-         track(96, [](auto& w) { w.note_on(0, 0, 60, 100).raw(0, {0xFF, 0x01, 0x00}).raw(0, {62, 100}).end(); })},
+         track(96, [](auto& w) { w.note_on(0, 0, 60, 100).raw(0, {0xFF, 0x01, 0x00}).raw(0, {62, 100}).end(); }),
+         "without a running status", 31},
     };
-    for (const auto& [what, bytes] : cases) EXPECT_THROW(parse_smf(bytes), SmfError) << what;
+    for (const Case& c : cases) EXPECT_TRUE(refused_with([&] { parse_smf(c.file); }, c.reason, c.offset)) << c.what;
+    EXPECT_THROW(parse_smf(cases[0].file), SmfError) << "the music subsystem sees its own error type";
+}
+
+TEST(SmfReader, TempoAndMetaEventsCountTowardTheEventLimit) {
+    // two tempo events (22..28, 29..35) and the end of track (36..39): three events, no notes
+    SmfTrackWriter w;
+    w.tempo(0, 500000).tempo(0, 400000).end();
+    const auto bytes = one_track(96, w);
+    EXPECT_NO_THROW(parse_smf(bytes, {.max_events = 3}));
+    EXPECT_TRUE(refused_with([&] { parse_smf(bytes, {.max_events = 2}); }, "more events than the limit", 37));
 }

@@ -12,6 +12,7 @@
 #include "platform/music/smf_writer.h"
 #include "platform/sound/wav_reader.h"
 #include "platform/sound/wav_writer.h"
+#include "support/test_support.h"
 
 using namespace tarko::platform;
 using Bytes = std::vector<std::uint8_t>;
@@ -111,29 +112,79 @@ TEST(WavReader, DropsAPartialLastFrameAndDownmixRoundsUp) {
     EXPECT_EQ(mono8.samples[0], 151);
 }
 
+namespace {
+
+// A RIFF WAVE file of the given chunks, each odd-sized one followed by its pad byte.
+Bytes riff(const std::vector<std::pair<std::string, Bytes>>& chunks) {
+    Bytes b = {'R', 'I', 'F', 'F', 0, 0, 0, 0, 'W', 'A', 'V', 'E'};
+    for (const auto& [tag, body] : chunks) {
+        b.insert(b.end(), tag.begin(), tag.end());
+        for (int i = 0; i < 4; ++i) b.push_back(static_cast<std::uint8_t>(body.size() >> (8 * i)));
+        b.insert(b.end(), body.begin(), body.end());
+        if (body.size() % 2) b.push_back(0);
+    }
+    for (int i = 0; i < 4; ++i) b[4 + i] = static_cast<std::uint8_t>((b.size() - 8) >> (8 * i));
+    return b;
+}
+// PCM format body: tag 1, mono, 8000 Hz, 8 bits.
+const Bytes kFmt8 = {1, 0, 1, 0, 0x40, 0x1F, 0, 0, 0x40, 0x1F, 0, 0, 1, 0, 8, 0};
+
+}  // namespace
+
+TEST(WavReader, SkipsThePadByteAfterAnOddChunk) {
+    // fmt (12..35), LIST of 3 bytes (36..46) and its pad at 47, data from 48
+    const auto wav = parse_wav(riff({{"fmt ", kFmt8}, {"LIST", {'a', 'b', 'c'}}, {"data", {10, 20, 30, 40}}}));
+    EXPECT_EQ(wav.samples, (Bytes{10, 20, 30, 40}));
+    // an odd data chunk whose pad byte the file leaves out at its very end
+    auto unpadded = riff({{"fmt ", kFmt8}, {"data", {5, 6, 7}}});
+    unpadded.pop_back();
+    unpadded[4] = static_cast<std::uint8_t>(unpadded.size() - 8);
+    EXPECT_EQ(parse_wav(unpadded).samples, (Bytes{5, 6, 7}));
+}
+
 TEST(WavReader, RefusesEveryTruncationHostileSizesAndFormatsItCannotPlay) {
     const auto good = make_wav(1, 8000, 16, Bytes(64, 7));
-    for (std::size_t n = 0; n < good.size(); ++n)  // any cut leaves the RIFF size pointing past the end
-        EXPECT_THROW(parse_wav(Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(n))),
-                     WavError) << "cut at " << n;
-    // Offsets in the 44-byte header: RIFF size 4, fmt size 16, tag 20, channels 22,
+    for (std::size_t n = 0; n < good.size(); ++n) {  // any cut leaves the RIFF size pointing past the end
+        const Bytes cut(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(n));
+        EXPECT_TRUE(tarko::test::refused_with([&] { parse_wav(cut); }, n < 12 ? "too short" : "RIFF size", n < 12 ? 0 : 4))
+            << "cut at " << n;
+    }
+    // Offsets in the 44-byte header: RIFF size 4, WAVE 8, fmt size 16, tag 20, channels 22,
     // rate 24, align 32, bits 34, data size 40, samples from 44.
     struct Patch { int at, width; std::uint32_t value; };
-    struct Case { const char* what; std::vector<Patch> patches; };
-    const Case cases[] = {
-        {"fmt size", {{16, 4, 0xFFFFFFF0}}},
-        {"data size", {{40, 4, 0x7FFFFFFF}}},
-        {"data one over", {{40, 4, 65}}},  // 64 bytes present
-        {"ADPCM", {{20, 2, 2}}},
-        {"six channels", {{22, 2, 6}, {32, 2, 12}}},
-        {"99 Hz", {{24, 4, 99}}},          // below 100 Hz
-        {"align", {{32, 2, 4}}},           // mono 16-bit is 2 bytes a frame
-    };
-    for (const Case& c : cases) {
-        auto wav = good;
-        for (const Patch& p : c.patches)
+    const auto patched = [&](std::vector<Patch> patches, Bytes wav) {
+        for (const Patch& p : patches)
             for (int i = 0; i < p.width; ++i) wav[p.at + i] = static_cast<std::uint8_t>(p.value >> (8 * i));
-        EXPECT_THROW(parse_wav(wav), WavError) << c.what;
-    }
-    EXPECT_THROW(parse_wav(make_wav(1, 8000, 16, {})), WavError);
+        return wav;
+    };
+    // extensible fmt body from 20: cbSize at 36, GUID at 44; a cbSize of 0, a GUID of IEEE floats
+    const auto ext = wav_seeds()[6].bytes;
+    auto with_stray = riff({{"fmt ", kFmt8}});
+    with_stray.insert(with_stray.end(), {'d', 'a', 't', 'a'});
+    with_stray[4] += 4;
+    struct Case { const char* what; Bytes file; const char* reason; std::size_t offset; };
+    const Case cases[] = {
+        {"RIFF size", patched({{4, 4, 1000}}, good), "RIFF size runs past", 4},
+        {"not WAVE", patched({{8, 1, 'X'}}, good), "not a RIFF WAVE", 0},
+        {"fmt size", patched({{16, 4, 0xFFFFFFF0}}, good), "chunk size runs past", 16},
+        {"fmt 14 bytes", patched({{16, 4, 14}}, good), "shorter than 16", 16},
+        {"data size", patched({{40, 4, 0x7FFFFFFF}}, good), "chunk size runs past", 40},
+        {"data one over", patched({{40, 4, 65}}, good), "chunk size runs past", 40},  // 64 bytes present
+        {"ADPCM", patched({{20, 2, 2}}, good), "format 2 is not PCM", 20},
+        {"six channels", patched({{22, 2, 6}, {32, 2, 12}}, good), "6 channels", 22},
+        {"99 Hz", patched({{24, 4, 99}}, good), "sample rate 99", 24},  // below 100 Hz
+        {"align", patched({{32, 2, 4}}, good), "block align", 32},      // mono 16-bit is 2 bytes a frame
+        {"24 bits", patched({{34, 2, 24}, {32, 2, 3}}, good), "24-bit samples", 34},
+        {"no frame", make_wav(1, 8000, 16, {}), "no whole sample frame", 40},
+        {"extensible cut", patched({{36, 2, 0}}, ext), "extensible format chunk cut short", 16},
+        {"extensible float", patched({{44, 1, 3}}, ext), "extensible format is not PCM", 44},
+        {"data first", riff({{"data", {1, 2}}, {"fmt ", kFmt8}}), "\"data\" chunk before", 12},
+        {"two fmt", riff({{"fmt ", kFmt8}, {"fmt ", kFmt8}}), "second \"fmt \"", 36},
+        {"no data", riff({{"fmt ", kFmt8}}), "no \"data\"", 36},   // 12 + 8 + 16
+        {"no fmt", riff({{"LIST", {1, 2}}}), "no \"fmt \"", 22},    // 12 + 8 + 2
+        {"stray bytes", with_stray, "chunk header cut short", 36},   // 4 of the 8 bytes
+    };
+    for (const Case& c : cases) EXPECT_TRUE(tarko::test::refused_with([&] { parse_wav(c.file); }, c.reason, c.offset)) << c.what;
+    // the sound subsystem sees its own error type
+    EXPECT_THROW(parse_wav(cases[0].file), WavError);
 }
