@@ -46,6 +46,12 @@ if "$ROOT/build/tools/tarko-view/tarko-view" info "$ROOT/build/x-sample/chequer.
 "$ROOT/build/tools/tarko-view/tarko-view" render "$ROOT/build/x-sample/sample_bin.x" --out "$ROOT/build/x-sample/view.png" \
   --size 320x240 --yaw 40 --pitch 30
 test -s "$ROOT/build/x-sample/view.png"
+echo "== tarko-view on the project's 3DS seed files"
+"$ROOT/build/tools/tarko-view/tarko-view" info "$ROOT/fuzz/corpus/threeds/two_objects.3ds"
+"$ROOT/build/tools/tarko-view/tarko-view" info "$ROOT/fuzz/corpus/threeds/grid.3ds" --json
+"$ROOT/build/tools/tarko-view/tarko-view" render "$ROOT/fuzz/corpus/threeds/grid.3ds" --out "$ROOT/build/x-sample/view_3ds.png" \
+  --size 320x240 --yaw 30 --pitch 35
+test -s "$ROOT/build/x-sample/view_3ds.png"
 
 if command -v xvfb-run >/dev/null; then
   echo "== demo in a window under Xvfb"

@@ -4,10 +4,12 @@
 namespace tarko::view {
 
 extern const ViewFormat kXFormat;
+extern const ViewFormat kThreeDsFormat;
 
 std::span<const ViewFormat> formats() {
     static const ViewFormat table[] = {
         kXFormat,
+        kThreeDsFormat,
     };
     return table;
 }

@@ -79,6 +79,8 @@ void print_info(const view::Info& i, bool json) {
         s += "], \"animations\": [";
         for (std::size_t a = 0; a < i.animations.size(); ++a)
             s += std::string(a ? ", " : "") + json_string(i.animations[a]);
+        s += "], \"details\": [";
+        for (std::size_t d = 0; d < i.details.size(); ++d) s += std::string(d ? ", " : "") + json_string(i.details[d]);
         std::printf("%s]}\n", s.c_str());
         return;
     }
@@ -94,6 +96,7 @@ void print_info(const view::Info& i, bool json) {
     for (const auto& f : i.frames) std::printf("  %s\n", f.c_str());
     std::printf("animations: %zu\n", i.animations.size());
     for (const auto& a : i.animations) std::printf("  %s\n", a.c_str());
+    for (const auto& d : i.details) std::printf("%s\n", d.c_str());
 }
 
 struct RenderOptions {

@@ -29,6 +29,7 @@ struct Info {
     Vec min, max;                          // bounds
     std::vector<std::string> frames;       // names, nested ones indented by two blanks a level
     std::vector<std::string> animations;
+    std::vector<std::string> details;      // further lines a format gives (material colours)
 };
 
 struct ViewFormat {

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <string>
 
-#include "engine_test_support.h"
+#include "support/engine_test_support.h"
 #include "models/3ds/cTarko_3DSfile.h"
 #include "platform/constants.h"
 #include "platform/profile.h"
