@@ -1,8 +1,10 @@
-// Text and binary X writing, and MSZIP compression through zlib.
+// Text and binary X writing, and MSZIP compression.
 #include "models/x/x_writer.h"
 
-#include <zlib.h>
+#include "platform/deflate.h"
 
+
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
@@ -179,26 +181,15 @@ std::vector<std::uint8_t> deflate_mszip(const std::vector<std::uint8_t>& plain, 
     std::vector<std::uint8_t> out;
     auto u16 = [&](std::size_t v) { out.push_back(v & 255), out.push_back(static_cast<std::uint8_t>(v >> 8)); };
     for (int i = 0; i < 4; ++i) out.push_back(static_cast<std::uint8_t>(total >> (8 * i)));
-    z_stream z{};
-    if (deflateInit2(&z, Z_BEST_COMPRESSION, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY) != Z_OK)
-        throw std::runtime_error("deflate could not start");
     constexpr std::size_t kBlock = 32768;
-    std::vector<std::uint8_t> packed(kBlock + 1024);
     for (std::size_t at = 0; at < plain.size(); at += kBlock) {
         const std::size_t n = std::min(kBlock, plain.size() - at);
-        deflateReset(&z);
-        if (at > 0) deflateSetDictionary(&z, plain.data() + at - kBlock, static_cast<uInt>(kBlock));
-        z.next_in = const_cast<Bytef*>(plain.data() + at);
-        z.avail_in = static_cast<uInt>(n);
-        z.next_out = packed.data();
-        z.avail_out = static_cast<uInt>(packed.size());
-        deflate(&z, Z_FINISH);
-        const std::size_t size = packed.size() - z.avail_out;
-        u16(n), u16(size + 2);
+        const std::span<const std::uint8_t> all(plain);
+        const auto packed = platform::zip::deflate_block(all.subspan(at, n), all.subspan(at - std::min(at, kBlock), std::min(at, kBlock)));
+        u16(n), u16(packed.size() + 2);
         out.push_back('C'), out.push_back('K');
-        out.insert(out.end(), packed.begin(), packed.begin() + static_cast<std::ptrdiff_t>(size));
+        out.insert(out.end(), packed.begin(), packed.end());
     }
-    deflateEnd(&z);
     return out;
 }
 
