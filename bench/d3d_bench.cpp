@@ -22,6 +22,7 @@
 
 #include <algorithm>
 #include <array>
+#include <thread>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -559,8 +560,13 @@ void scene(const char* what, const char* unit, double per_frame, Ours& ours, Mes
     ours_frame();
     if (mesa.ok) mesa_frame(), mesa.finish();  // warm up: texture conversion, shader compilation
     std::array<double, kRuns> ours_rates{}, mesa_rates{};
+    // A pause before each run lets the other renderer's threads go idle: llvmpipe's
+    // workers stay busy for a moment after glFinish and would take our cores.
+    const auto settle = [] { std::this_thread::sleep_for(std::chrono::milliseconds(100)); };
     for (int r = 0; r < kRuns; ++r) {
+        settle();
         ours_rates[static_cast<std::size_t>(r)] = run_once(ours_frame, none);
+        settle();
         if (mesa.ok) mesa_rates[static_cast<std::size_t>(r)] = run_once(mesa_frame, gl_finish);
     }
     const Figure o = scaled(summary(ours_rates), per_frame), m = scaled(summary(mesa_rates), per_frame);
