@@ -21,7 +21,7 @@ TgaHeader read_header(io::ByteReader& in) {
     TgaHeader h;
     in.skip(2);  // id length and colour map type: read, not used
     h.type = in.u8();
-    in.skip(9);  // colour map spec and origin
+    in.skip(9);  // colour map description and origin
     h.width = in.u16();
     h.height = in.u16();
     h.depth = in.u8();

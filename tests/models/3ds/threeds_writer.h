@@ -93,9 +93,9 @@ struct Colour {
     std::uint8_t r = 0, g = 0, b = 0;
 };
 // A material block: name, ambient, diffuse and specular colours.
-inline Bytes material(const std::string& name, Colour amb, Colour dif, Colour spec = {}, const Bytes& more = {}) {
+inline Bytes material(const std::string& name, Colour amb, Colour dif, Colour specular = {}, const Bytes& more = {}) {
     return chunk(0xAFFF, {chunk(0xA000, {str(name)}), rgb(0xA010, amb.r, amb.g, amb.b),
-                          rgb(0xA020, dif.r, dif.g, dif.b), rgb(0xA030, spec.r, spec.g, spec.b), more});
+                          rgb(0xA020, dif.r, dif.g, dif.b), rgb(0xA030, specular.r, specular.g, specular.b), more});
 }
 // Main chunk, version, editor chunk around the parts.
 inline Bytes file(std::initializer_list<Bytes> parts) {
