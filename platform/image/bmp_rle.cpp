@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "runtime/errors.h"
 
 namespace tarko::platform::image {
 
@@ -83,20 +82,6 @@ Image decode_rle(std::span<const std::uint8_t> b) {
             if (bytes % 2 == 1 && !codes.at_end()) codes.skip(1);
         }
     }
-    return out;
-}
-
-DecodedPicture decode_rle_bmp(std::span<const std::uint8_t> bytes) {
-    DecodedPicture out;
-    try {
-        Image image = decode_rle(bytes);
-        out.width = image.width;
-        out.height = image.height;
-        out.rgb = std::move(image.pixels);
-    } catch (const io::ParseError&) {
-        raise_error(err::InvalidPicture);
-    }
-    for (std::uint32_t& p : out.rgb) p &= 0xFFFFFF;
     return out;
 }
 

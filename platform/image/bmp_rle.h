@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <span>
 
-#include "platform/image/picture_loader.h"
 #include "runtime/image.h"
 
 namespace tarko::platform::image {
@@ -24,8 +23,5 @@ bool is_rle_bmp(std::span<const std::uint8_t> bytes);
 // table outside the file, a size past the cap (ImageTooLarge) or past what
 // the codes can hold, or codes that end before the last row.
 Image decode_rle(std::span<const std::uint8_t> bytes);
-
-// The same for the picture loader: pixels 0x00RRGGBB; any refusal raises 481.
-DecodedPicture decode_rle_bmp(std::span<const std::uint8_t> bytes);
 
 }  // namespace tarko::platform::image

@@ -96,13 +96,7 @@ Image decode_bmp(std::span<const std::uint8_t> bytes) {
         in.seek(18);
         const std::int64_t width = in.i32(), height = in.i32();
         if (!size_allowed(width, std::abs(height), bytes.size())) throw ParseError("BMP size for its file", 18);
-        DecodedPicture rle = decode_rle_bmp(bytes);
-        Image out;
-        out.width = rle.width;
-        out.height = rle.height;
-        out.pixels = std::move(rle.rgb);
-        for (std::uint32_t& px : out.pixels) px |= kBlack;
-        return out;
+        return decode_rle(bytes);  // opaque already
     }
     check_bmp(bytes);
     int w = 0, h = 0, n = 0;

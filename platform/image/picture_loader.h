@@ -43,13 +43,6 @@ namespace image {
 
 inline constexpr int kMaxPictureSide = kMaxImageSide;
 
-// What the run-length BMP decoder gives: pixels 0x00RRGGBB, rows top first.
-struct DecodedPicture {
-    int width = 0;
-    int height = 0;
-    std::vector<std::uint32_t> rgb;
-};
-
 // Decodes a BMP, GIF or JPG held in memory into opaque pixels (alpha 0xFF);
 // anything else, or a damaged file, raises RuntimeError 481 ("Invalid
 // picture").
