@@ -117,12 +117,7 @@ TEST_F(Pcx, DamagedFilesAreRefusedSayingWhyAndWhere) {
     two_planes[65] = 2;
     Bytes zero_height = tarko::test::pcx8(2, 1, 2, {1, 2});
     tarko::test::put16(zero_height, 10, -1);  // ymax -1
-    const struct {
-        const char* what;
-        Bytes file;
-        const char* reason;
-        std::size_t offset;
-    } cases[] = {
+    const tarko::test::Refusal cases[] = {
         {"shorter than the header", Bytes(100, 8), "shorter than its 128-byte header", 0},
         {"4 bits", tarko::test::pcx_header(4, 1, 2, 2, 2), "4 bits per pixel", 3},
         {"2 planes", two_planes, "2 planes", 65},

@@ -62,12 +62,7 @@ TEST(Tga, DamagedFiles) {
 }
 
 TEST(Tga, DamagedFilesAreRefusedSayingWhyAndWhere) {
-    const struct {
-        const char* what;
-        Bytes file;
-        const char* reason;
-        std::size_t offset;
-    } cases[] = {
+    const tarko::test::Refusal cases[] = {
         {"17 bytes", Bytes(17, 0), "shorter than its 18-byte header", 0},
         {"type 3", tarko::test::tga(3, 1, 1, Bytes(3, 1)), "image type 3", 2},
         {"32 bits", tarko::test::tga(2, 1, 1, Bytes(4, 1), 32), "pixel depth 32", 16},

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include "runtime/services.h"
@@ -38,6 +39,15 @@ std::int32_t error_of(const std::function<void()>& f);
 // Success when `f` throws io::ParseError whose reason contains `reason` and
 // whose offset is `offset`; otherwise a failure that says what happened.
 ::testing::AssertionResult refused_with(const std::function<void()>& f, const std::string& reason, std::size_t offset);
+
+// One row of a hostile-file table: a damaged file and what its reader must
+// say of it (a part of the reason, and the byte).
+struct Refusal {
+    const char* what;
+    std::vector<std::uint8_t> file;
+    const char* reason;
+    std::size_t offset;
+};
 
 // A fresh empty folder of this process under the temporary area, named after the test.
 std::filesystem::path scratch_dir(const std::string& name);

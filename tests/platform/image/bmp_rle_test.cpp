@@ -35,12 +35,7 @@ TEST(BmpRle, DamagedFilesAreRefusedSayingWhyAndWhere) {
     Bytes codes300 = {0, 1}, codes299 = {0, 1};
     codes300.insert(codes300.end(), filler.begin(), filler.end());
     codes299.insert(codes299.end(), filler.begin() + 1, filler.end());
-    const struct {
-        const char* what;
-        Bytes file;
-        const char* reason;
-        std::size_t offset;
-    } cases[] = {
+    const tarko::test::Refusal cases[] = {
         {"plain BMP", bmp24(1, 1, {0}), "not a run-length BMP", 0},
         {"RLE4 of 8 bits", rle4_at_8, "8 bits per pixel in an RLE4 file", 28},
         {"width 0", rle_bmp(8, 0, 2, kKRGB, {0, 1}), "width 0", 18},

@@ -88,8 +88,7 @@ TEST(SmfReader, RefusesHostileFilesSayingWhyAndWhere) {
     SmfTrackWriter sum;     // many large deltas that add up past the limit
     for (int i = 0; i < 200; ++i) sum.note_on(0x0FFFFFFF, 0, 60, 1);
     sum.end();
-    struct Case { const char* what; std::vector<std::uint8_t> file; const char* reason; std::size_t offset; };
-    const Case cases[] = {
+    const tarko::test::Refusal cases[] = {
         {"not MThd", patched({{0, 'X'}}), "not a standard MIDI file", 0},
         {"header size", patched({{7, 200}}), "header size out of range", 4},  // past the file
         {"format 2", patched({{9, 2}}), "MIDI format 2", 8},
@@ -122,7 +121,7 @@ TEST(SmfReader, RefusesHostileFilesSayingWhyAndWhere) {
          track(96, [](auto& w) { w.note_on(0, 0, 60, 100).raw(0, {0xFF, 0x01, 0x00}).raw(0, {62, 100}).end(); }),
          "without a running status", 31},
     };
-    for (const Case& c : cases) EXPECT_TRUE(refused_with([&] { parse_smf(c.file); }, c.reason, c.offset)) << c.what;
+    for (const auto& c : cases) EXPECT_TRUE(refused_with([&] { parse_smf(c.file); }, c.reason, c.offset)) << c.what;
     EXPECT_THROW(parse_smf(cases[0].file), SmfError) << "the music subsystem sees its own error type";
 }
 

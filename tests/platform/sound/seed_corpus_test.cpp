@@ -162,8 +162,7 @@ TEST(WavReader, RefusesEveryTruncationHostileSizesAndFormatsItCannotPlay) {
     auto with_stray = riff({{"fmt ", kFmt8}});
     with_stray.insert(with_stray.end(), {'d', 'a', 't', 'a'});
     with_stray[4] += 4;
-    struct Case { const char* what; Bytes file; const char* reason; std::size_t offset; };
-    const Case cases[] = {
+    const tarko::test::Refusal cases[] = {
         {"RIFF size", patched({{4, 4, 1000}}, good), "RIFF size runs past", 4},
         {"not WAVE", patched({{8, 1, 'X'}}, good), "not a RIFF WAVE", 0},
         {"fmt size", patched({{16, 4, 0xFFFFFFF0}}, good), "chunk size runs past", 16},
@@ -184,7 +183,7 @@ TEST(WavReader, RefusesEveryTruncationHostileSizesAndFormatsItCannotPlay) {
         {"no fmt", riff({{"LIST", {1, 2}}}), "no \"fmt \"", 22},    // 12 + 8 + 2
         {"stray bytes", with_stray, "chunk header cut short", 36},   // 4 of the 8 bytes
     };
-    for (const Case& c : cases) EXPECT_TRUE(tarko::test::refused_with([&] { parse_wav(c.file); }, c.reason, c.offset)) << c.what;
+    for (const auto& c : cases) EXPECT_TRUE(tarko::test::refused_with([&] { parse_wav(c.file); }, c.reason, c.offset)) << c.what;
     // the sound subsystem sees its own error type
     EXPECT_THROW(parse_wav(cases[0].file), WavError);
 }
