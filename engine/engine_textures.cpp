@@ -36,21 +36,6 @@ tx::Placement placement_by_hal_device(const Direct3DDevice7& device) {
     return device.getDeviceGuid() == tarko::platform::kHalGuid ? tx::Placement::Managed : tx::Placement::System;
 }
 
-// The reader's record as an image: rows of blue, green, red bytes, top first.
-tarko::Image tga_image(const tarko::images::tga::TgaImage& record) {
-    tarko::Image out;
-    if (record.width <= 0 || record.height <= 0 ||
-        record.pixels.size() < 3 * static_cast<std::size_t>(record.width) * static_cast<std::size_t>(record.height))
-        return out;
-    out = tarko::Image(record.width, record.height);
-    const std::uint8_t* p = record.pixels.data();
-    for (std::uint32_t& px : out.pixels) {
-        px = 0xFF000000u | static_cast<std::uint32_t>(p[2]) << 16 | static_cast<std::uint32_t>(p[1]) << 8 | p[0];
-        p += 3;
-    }
-    return out;
-}
-
 }  // namespace
 
 Ref<DirectDrawSurface7> tarko_DX7::CreateTexture(const std::string& sFile, Long WE, Long HE) {
@@ -166,7 +151,7 @@ Ref<DirectDrawSurface7> tarko_DX7::CreateTextureEX(const std::string& filename, 
         pcx = tarko::engine::LoadPCX(filename);  // Nothing after the reader's message: 91
         if (const tarko::Image* held = gdi::bitmap_image(pcx->Handle())) picture = held;
         break;
-    case tx::PictureRoad::Tga: decoded = tga_image(tarko::engine::LoadTGA(filename)); break;
+    case tx::PictureRoad::Tga: decoded = tarko::images::tga::read_image_file(filename); break;
     case tx::PictureRoad::None: picture = nullptr; break;  // an empty bitmap: nothing is copied
     }
     // A size the working bitmap cannot take leaves it Nothing: 91 at the copy.

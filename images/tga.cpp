@@ -82,18 +82,23 @@ Image decode(std::span<const std::uint8_t> file, const Limits& limits) {
     return image;
 }
 
-TgaImage read(std::span<const std::uint8_t> file, const Limits& limits) {
-    TgaImage record;
+Image read_image(std::span<const std::uint8_t> file, const Limits& limits) {
     io::ByteReader in(file);
-    if (file.size() < kHeaderSize || !taken(read_header(in))) return record;  // left empty, no message
-    Image image;
+    if (file.size() < kHeaderSize || !taken(read_header(in))) return {};  // left empty, no message
     try {
-        image = decode(file, limits);
+        return decode(file, limits);
     } catch (const ImageTooLarge&) {
         raise_error(err::OutOfMemory);
     } catch (const io::ParseError&) {
         raise_error(err::InputPastEnd);
     }
+}
+
+TgaImage read(std::span<const std::uint8_t> file, const Limits& limits) {
+    TgaImage record;
+    io::ByteReader in(file);
+    if (file.size() < kHeaderSize || !taken(read_header(in))) return record;
+    const Image image = read_image(file, limits);
     record.width = image.width;
     record.height = image.height;
     record.bits = 24;
@@ -109,6 +114,10 @@ TgaImage read(std::span<const std::uint8_t> file, const Limits& limits) {
 
 TgaImage read_file(const std::string& file_name, const Limits& limits) {
     return read(runtime::read_file(file_name), limits);
+}
+
+Image read_image_file(const std::string& file_name, const Limits& limits) {
+    return read_image(runtime::read_file(file_name), limits);
 }
 
 void draw(const TgaImage& image, gdi::HDC hdc) {

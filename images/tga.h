@@ -56,7 +56,13 @@ struct TgaImage {
 // an empty image.
 Image decode(std::span<const std::uint8_t> file, const Limits& limits = {});
 
-// The engine's record, with the errors above.
+// The picture as the engine reads it: empty for a header it does not take (no
+// message); a damaged body raises 62 (Input past end of file), a size past the
+// cap 7 (Out of memory).
+Image read_image(std::span<const std::uint8_t> file, const Limits& limits = {});
+Image read_image_file(const std::string& file_name, const Limits& limits = {});
+
+// The engine's record of the same picture, with the same errors.
 TgaImage read(std::span<const std::uint8_t> file, const Limits& limits = {});
 // A missing file raises 53.
 TgaImage read_file(const std::string& file_name, const Limits& limits = {});
