@@ -14,7 +14,8 @@
 // Usage: tarko_d3d_bench [threads] [seconds per figure]
 // TARKO_BENCH_PICTURES=folder writes both pictures of each scene as PNG.
 // TARKO_BENCH_NO_GL=1 skips llvmpipe (for profiling our device alone);
-// TARKO_BENCH_ONLY=abcd picks the scenes to run.
+// TARKO_BENCH_ONLY=abcd picks the scenes to run; TARKO_BENCH_LANES=8|4|0 draws
+// with AVX2, SSE2 or the portable routines instead of the best this processor has.
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 #include <GL/gl.h>
@@ -37,6 +38,7 @@
 #include "platform/base/dx_math.h"
 #include "platform/constants.h"
 #include "platform/d3d/device.h"
+#include "platform/d3d/pipeline.h"
 #include "platform/pixel_format.h"
 #include "platform/profile.h"
 #include "platform/surface.h"
@@ -210,6 +212,7 @@ struct Ours {
         target->addAttachedSurface(z);
         dev = std::make_unique<Direct3DDevice7>(platform::kRgbGuid, target);
         dev->set_thread_count(threads);
+        dev->set_pixel_routines(routines());
         tex_alpha = texture(256, true);
         tex0 = texture(256, false);
         tex1 = texture(64, false);
@@ -217,6 +220,20 @@ struct Ours {
             dev->setTextureStageState(s, dx::D3DTSS_MAGFILTER, dx::D3DTFG_LINEAR);
             dev->setTextureStageState(s, dx::D3DTSS_MINFILTER, dx::D3DTFN_LINEAR);
         }
+    }
+    static Direct3DDevice7::PixelRoutines routines() {
+        using R = Direct3DDevice7::PixelRoutines;
+        const char* lanes = std::getenv("TARKO_BENCH_LANES");
+        const int n = lanes ? std::atoi(lanes) : 16;
+        return n >= 16 ? R::Best : n == 8 ? R::EightLanes : n == 4 ? R::FourLanes : R::Portable;
+    }
+    static int lanes() {
+        using R = Direct3DDevice7::PixelRoutines;
+        const R r = routines();
+        return platform::d3d::lanes_of(r == R::Best         ? platform::d3d::Routines::Best
+                                       : r == R::EightLanes ? platform::d3d::Routines::EightLanes
+                                       : r == R::FourLanes  ? platform::d3d::Routines::FourLanes
+                                                            : platform::d3d::Routines::Portable);
     }
     void clear() { dev->clear(0, {}, dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, kClear, 1, 0); }
     std::vector<std::uint32_t> read() const {
@@ -593,8 +610,8 @@ int main(int argc, char** argv) {
     const auto mesa_holder = skip_gl ? std::make_unique<Mesa>(Mesa::Skip{}) : std::make_unique<Mesa>();
     Mesa& mesa = *mesa_holder;
     if (!mesa.ok) std::printf("llvmpipe unavailable (%s): our figures only\n", mesa.why.c_str());
-    std::printf("640x480, X8R8G8B8 target, 16-bit z, our device on %d threads; median (min-max) of %d runs\n",
-                threads, kRuns);
+    std::printf("640x480, X8R8G8B8 target, 16-bit z, our device on %d threads with %d-lane pixel routines; "
+                "median (min-max) of %d runs\n", threads, Ours::lanes(), kRuns);
     std::printf("ratio only where the pictures agree: mean difference <= %.1f per channel, at most %.1f%% of pixels "
                 "off by more than %d\n", kMeanTolerance, 100 * kOffShare, kOffBy);
     std::printf("%-38s %-22s %-22s %-16s %s  %s\n", "scene", "ours", "llvmpipe", "ratio", "unit",

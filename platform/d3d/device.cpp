@@ -247,7 +247,8 @@ tarko::Ref<Direct3DEnumPixelFormats> Direct3DDevice7::getTextureFormatsEnum() co
 void Direct3DDevice7::set_thread_count(int threads) { rasteriser_->set_threads(threads); }
 void Direct3DDevice7::set_fast_paths(bool on) { rasteriser_->set_fast_paths(on); }
 void Direct3DDevice7::set_pixel_routines(PixelRoutines kind) {
-    rasteriser_->set_pixel_routines(kind == PixelRoutines::Portable  ? d3d::Routines::Portable
-                                    : kind == PixelRoutines::FourLanes ? d3d::Routines::FourLanes
-                                                                       : d3d::Routines::Best);
+    rasteriser_->set_pixel_routines(kind == PixelRoutines::Portable    ? d3d::Routines::Portable
+                                    : kind == PixelRoutines::FourLanes  ? d3d::Routines::FourLanes
+                                    : kind == PixelRoutines::EightLanes ? d3d::Routines::EightLanes
+                                                                        : d3d::Routines::Best);
 }

@@ -151,10 +151,11 @@ public:
     // Off: every draw goes through the general texture cascade and blend
     // (the pictures must not change; tests compare the two).
     void set_fast_paths(bool on);
-    // Which compiled pixel routines draw: the best this processor runs (AVX2
-    // eight lanes, else SSE2 four), SSE2 four lanes, or the portable ones
-    // other machines use. The pictures must not change; tests compare them.
-    enum class PixelRoutines { Best, FourLanes, Portable };
+    // Which compiled pixel routines draw: the best this processor runs
+    // (AVX-512 sixteen lanes, else AVX2 eight, else SSE2 four), AVX2 eight
+    // lanes (where present), SSE2 four lanes, or the portable ones other
+    // machines use. The pictures must not change; tests compare them.
+    enum class PixelRoutines { Best, EightLanes, FourLanes, Portable };
     void set_pixel_routines(PixelRoutines kind);
     int draw_calls() const { return draw_calls_; }
 

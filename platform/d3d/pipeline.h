@@ -160,14 +160,20 @@ struct SetupTriangle {
 
 // The pixel routines instantiated for each state combination, once per
 // instruction set (pixel_stage_body.h).
+namespace avx512 { DrawContext::RasterFn select_raster(TargetKind, DepthKind, CascadeKind); }
 namespace avx2 { DrawContext::RasterFn select_raster(TargetKind, DepthKind, CascadeKind); }
 namespace sse2 { DrawContext::RasterFn select_raster(TargetKind, DepthKind, CascadeKind); }
 namespace portable { DrawContext::RasterFn select_raster(TargetKind, DepthKind, CascadeKind); }
 
-// Best: eight AVX2 lanes where the processor has them, else the baseline
-// (SSE2 four lanes on x86-64, portable elsewhere). All draw the same pictures.
-enum class Routines { Best, FourLanes, Portable };
-bool wide_pixels_available();
+// Best: sixteen AVX-512 lanes where the processor has them, else eight AVX2
+// lanes, else the baseline (SSE2 four lanes on x86-64, portable elsewhere).
+// EightLanes: AVX2 where the processor has it, else the baseline. All draw
+// the same pictures.
+enum class Routines { Best, EightLanes, FourLanes, Portable };
+bool wide_pixels_available();     // AVX2
+bool widest_pixels_available();   // AVX-512 F, BW, DQ
+// The lanes that `kind` draws with on this processor: 16, 8, 4, or 0 for portable.
+int lanes_of(Routines kind);
 DrawContext::RasterFn select_raster(TargetKind target, DepthKind depth, CascadeKind cascade, Routines kind);
 
 }  // namespace tarko::platform::d3d

@@ -68,7 +68,7 @@ inline Iv wrap_index(Iv i, int n) {
 }
 
 
-#if TARKO_D3D_ISA_IS(sse2) || TARKO_D3D_ISA_IS(avx2)
+#if TARKO_D3D_ISA_IS(sse2) || TARKO_D3D_ISA_IS(avx2) || TARKO_D3D_ISA_IS(avx512)
 // Four texels and the ones after them, idx[0..3], one 64-bit read each,
 // sorted into the lefts and the rights.
 inline void texel_pairs(const std::uint32_t* tex, const std::int32_t* idx, __m128i& left, __m128i& right) {
@@ -108,6 +108,23 @@ TARKO_D3D_INLINE Iv bilinear_texels(const std::uint32_t* tex, Iv i00, Iv i10, Iv
         };
         eight(0, t00, t10);
         eight(8, t01, t11);
+    } else
+#elif TARKO_D3D_ISA_IS(avx512)
+    if (adjacent) {
+        alignas(64) std::int32_t idx[32];
+        i00.store(idx), i01.store(idx + 16);
+        const auto sixteen = [tex, &idx](int k, Iv& left, Iv& right) {
+            __m128i l[4], r[4];
+            for (int q = 0; q < 4; ++q) texel_pairs(tex, idx + k + 4 * q, l[q], r[q]);
+            const auto join = [](const __m128i* p) {
+                return _mm512_inserti64x4(_mm512_castsi256_si512(_mm256_set_m128i(p[1], p[0])),
+                                          _mm256_set_m128i(p[3], p[2]), 1);
+            };
+            left = Iv(join(l));
+            right = Iv(join(r));
+        };
+        sixteen(0, t00, t10);
+        sixteen(16, t01, t11);
     } else
 #endif
     {
@@ -564,7 +581,7 @@ void raster_triangle(const DrawContext& ctx, const SetupTriangle& t, int tx0, in
     const int xs = std::max(t.minx, tx0), xe = std::min(t.maxx, tx1 - 1);
     const int ys = std::max(t.miny, ty0), ye = std::min(t.maxy, ty1 - 1);
     if (xs > xe || ys > ye) return;
-    const int gx0 = xs & ~(kLanes - 1);  // tiles start on multiples of 8, so this stays in the tile
+    const int gx0 = xs & ~(kLanes - 1);  // tiles start on multiples of 16, so this stays in the tile
     // Screen-space triangles often have one rhw for all three vertices: then
     // c + 0 dx + 0 dy is c exactly (c non-zero) and its reciprocal is taken once.
     const Plane& rhw = t.p[kPlaneRhw];

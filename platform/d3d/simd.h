@@ -1,5 +1,6 @@
 // Lane vectors for the pixel stages, in one of three instruction sets chosen
 // by the including file through TARKO_D3D_ISA before the include:
+//   avx512    sixteen lanes (the file is compiled for AVX-512 F, BW, DQ, VL),
 //   avx2      eight lanes (the file is compiled for AVX2),
 //   sse2      four lanes (x86-64's baseline),
 //   portable  four lanes as plain arrays (other machines, or TARKO_D3D_SCALAR).
@@ -26,11 +27,12 @@
 #define TARKO_D3D_ISA_avx2 1
 #define TARKO_D3D_ISA_sse2 2
 #define TARKO_D3D_ISA_portable 3
+#define TARKO_D3D_ISA_avx512 4
 #define TARKO_D3D_ISA_ID_(x) TARKO_D3D_ISA_##x
 #define TARKO_D3D_ISA_ID(x) TARKO_D3D_ISA_ID_(x)
 #define TARKO_D3D_ISA_IS(x) (TARKO_D3D_ISA_ID(TARKO_D3D_ISA) == TARKO_D3D_ISA_##x)
 
-#if TARKO_D3D_ISA_IS(avx2)
+#if TARKO_D3D_ISA_IS(avx2) || TARKO_D3D_ISA_IS(avx512)
 #include <immintrin.h>
 #elif TARKO_D3D_ISA_IS(sse2)
 #include <emmintrin.h>
@@ -38,7 +40,112 @@
 
 namespace tarko::platform::d3d::TARKO_D3D_ISA {
 
-#if TARKO_D3D_ISA_IS(avx2)
+#if TARKO_D3D_ISA_IS(avx512)
+
+constexpr int kLanes = 16;
+
+struct Fv {
+    __m512 v;
+    Fv() = default;
+    explicit Fv(__m512 x) : v(x) {}
+    Fv(float x) : v(_mm512_set1_ps(x)) {}  // NOLINT: broadcast
+    static Fv load(const float* p) { return Fv(_mm512_loadu_ps(p)); }
+    void store(float* p) const { _mm512_storeu_ps(p, v); }
+};
+struct Iv {
+    __m512i v;
+    Iv() = default;
+    explicit Iv(__m512i x) : v(x) {}
+    Iv(std::int32_t x) : v(_mm512_set1_epi32(x)) {}  // NOLINT: broadcast
+    static Iv load(const void* p) { return Iv(_mm512_loadu_si512(p)); }
+    void store(void* p) const { _mm512_storeu_si512(p, v); }
+};
+
+// Comparisons give whole-lane masks, as in the narrower sets.
+inline Iv lanes_of(__mmask16 m) { return Iv(_mm512_movm_epi32(m)); }
+inline __mmask16 mask_of(Iv m) { return _mm512_movepi32_mask(m.v); }
+
+inline Fv operator+(Fv a, Fv b) { return Fv(_mm512_add_ps(a.v, b.v)); }
+inline Fv operator-(Fv a, Fv b) { return Fv(_mm512_sub_ps(a.v, b.v)); }
+inline Fv operator*(Fv a, Fv b) { return Fv(_mm512_mul_ps(a.v, b.v)); }
+inline Fv operator/(Fv a, Fv b) { return Fv(_mm512_div_ps(a.v, b.v)); }
+inline Fv min(Fv a, Fv b) { return Fv(_mm512_min_ps(a.v, b.v)); }
+inline Fv max(Fv a, Fv b) { return Fv(_mm512_max_ps(a.v, b.v)); }
+inline Iv cmplt(Fv a, Fv b) { return lanes_of(_mm512_cmp_ps_mask(a.v, b.v, _CMP_LT_OQ)); }
+inline Iv cmple(Fv a, Fv b) { return lanes_of(_mm512_cmp_ps_mask(a.v, b.v, _CMP_LE_OQ)); }
+inline Fv select(Iv m, Fv a, Fv b) { return Fv(_mm512_mask_blend_ps(mask_of(m), b.v, a.v)); }
+inline Iv to_int_round(Fv a) { return Iv(_mm512_cvtps_epi32(a.v)); }
+inline Iv to_int_trunc(Fv a) { return Iv(_mm512_cvttps_epi32(a.v)); }
+inline Fv to_float(Iv a) { return Fv(_mm512_cvtepi32_ps(a.v)); }
+inline Fv lane_offsets() { return Fv(_mm512_setr_ps(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15)); }
+
+inline Iv operator+(Iv a, Iv b) { return Iv(_mm512_add_epi32(a.v, b.v)); }
+inline Iv operator-(Iv a, Iv b) { return Iv(_mm512_sub_epi32(a.v, b.v)); }
+inline Iv operator&(Iv a, Iv b) { return Iv(_mm512_and_si512(a.v, b.v)); }
+inline Iv operator|(Iv a, Iv b) { return Iv(_mm512_or_si512(a.v, b.v)); }
+inline Iv operator^(Iv a, Iv b) { return Iv(_mm512_xor_si512(a.v, b.v)); }
+inline Iv andnot(Iv a, Iv b) { return Iv(_mm512_andnot_si512(a.v, b.v)); }  // ~a & b
+template <int n> inline Iv shl(Iv a) { return Iv(_mm512_slli_epi32(a.v, n)); }
+template <int n> inline Iv shr(Iv a) { return Iv(_mm512_srli_epi32(a.v, n)); }
+template <int n> inline Iv sar(Iv a) { return Iv(_mm512_srai_epi32(a.v, n)); }
+inline Iv shl_var(Iv a, int n) { return Iv(_mm512_sll_epi32(a.v, _mm_cvtsi32_si128(n))); }
+inline Iv shr_var(Iv a, int n) { return Iv(_mm512_srl_epi32(a.v, _mm_cvtsi32_si128(n))); }
+inline Iv cmpgt(Iv a, Iv b) { return lanes_of(_mm512_cmpgt_epi32_mask(a.v, b.v)); }
+inline Iv cmplt(Iv a, Iv b) { return lanes_of(_mm512_cmplt_epi32_mask(a.v, b.v)); }
+inline Iv cmpeq(Iv a, Iv b) { return lanes_of(_mm512_cmpeq_epi32_mask(a.v, b.v)); }
+inline Iv select(Iv m, Iv a, Iv b) { return Iv(_mm512_mask_blend_epi32(mask_of(m), b.v, a.v)); }
+inline int movemask(Iv m) { return mask_of(m); }
+inline Iv adds_u8(Iv a, Iv b) { return Iv(_mm512_adds_epu8(a.v, b.v)); }
+inline Iv mul_lo(Iv a, Iv b) { return Iv(_mm512_mullo_epi32(a.v, b.v)); }
+inline Iv lane_numbers() { return Iv(_mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15)); }
+inline Iv gather(const std::uint32_t* base, Iv index) { return Iv(_mm512_i32gather_epi32(index.v, base, 4)); }
+// Sixteen 16-bit values, zero-extended; and the low halves of the lanes stored.
+inline Iv load_u16(const void* p) { return Iv(_mm512_cvtepu16_epi32(_mm256_loadu_si256(static_cast<const __m256i*>(p)))); }
+inline void store_u16(void* p, Iv a) {  // lanes within 0..65535
+    _mm256_storeu_si256(static_cast<__m256i*>(p), _mm512_cvtepi32_epi16(a.v));
+}
+
+struct Wv {
+    __m512i lo, hi;  // pixels 0-7, 8-15
+    Wv() = default;
+    Wv(__m512i l, __m512i h) : lo(l), hi(h) {}
+    Wv(std::uint16_t x) : lo(_mm512_set1_epi16(static_cast<short>(x))), hi(lo) {}  // NOLINT: broadcast
+};
+inline Wv widen(Iv p) {
+    return Wv(_mm512_cvtepu8_epi16(_mm512_castsi512_si256(p.v)), _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(p.v, 1)));
+}
+inline Iv narrow(Wv w) {
+    // The pack interleaves the halves per 128 bits: pixels 0-1, 8-9, 2-3, 10-11, ...
+    return Iv(_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), _mm512_packus_epi16(w.lo, w.hi)));
+}
+#define TARKO_D3D_W_OP(f) Wv(f(a.lo, b.lo), f(a.hi, b.hi))
+inline Wv operator+(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm512_add_epi16); }
+inline Wv operator-(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm512_sub_epi16); }
+inline Wv operator*(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm512_mullo_epi16); }
+inline Wv mulhi(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm512_mulhi_epu16); }
+inline Wv operator&(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm512_and_si512); }
+inline Wv operator|(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm512_or_si512); }
+inline Wv andnot(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm512_andnot_si512); }
+inline Wv min_u8(Wv a, Wv b) { return TARKO_D3D_W_OP(_mm512_min_epi16); }   // lanes below 32768
+#undef TARKO_D3D_W_OP
+inline Wv cmpgt(Wv a, Wv b) {  // signed
+    return Wv(_mm512_movm_epi16(_mm512_cmpgt_epi16_mask(a.lo, b.lo)), _mm512_movm_epi16(_mm512_cmpgt_epi16_mask(a.hi, b.hi)));
+}
+template <int n> inline Wv shr(Wv a) { return Wv(_mm512_srli_epi16(a.lo, n), _mm512_srli_epi16(a.hi, n)); }
+template <int n> inline Wv shl(Wv a) { return Wv(_mm512_slli_epi16(a.lo, n), _mm512_slli_epi16(a.hi, n)); }
+inline Wv alpha_of(Wv a) {
+    const auto f = [](__m512i x) { return _mm512_shufflehi_epi16(_mm512_shufflelo_epi16(x, 0xFF), 0xFF); };
+    return Wv(f(a.lo), f(a.hi));
+}
+inline Wv spread(Iv v) {  // lanes 0..32767
+    // Word 4 i + j of a half takes the low word of lane i of that half.
+    const __m512i lo = _mm512_setr_epi64(0x0000000000000000, 0x0002000200020002, 0x0004000400040004, 0x0006000600060006,
+                                         0x0008000800080008, 0x000A000A000A000A, 0x000C000C000C000C, 0x000E000E000E000E);
+    const __m512i hi = _mm512_add_epi16(lo, _mm512_set1_epi16(16));
+    return Wv(_mm512_permutexvar_epi16(lo, v.v), _mm512_permutexvar_epi16(hi, v.v));
+}
+
+#elif TARKO_D3D_ISA_IS(avx2)
 
 constexpr int kLanes = 8;
 
@@ -405,7 +512,10 @@ inline Wv select(Wv m, Wv a, Wv b) { return (m & a) | andnot(m, b); }
 // a + floor(((b - a) w + 128) / 256), which AVX2's rounding high multiply of
 // (b - a) by w * 128 gives in one step.
 inline Wv lerp256(Wv a, Wv b, Wv w) {
-#if TARKO_D3D_ISA_IS(avx2) && !defined(NO_MULHRS)
+#if TARKO_D3D_ISA_IS(avx512)
+    const Wv d = b - a, s = shl<7>(w);
+    return a + Wv(_mm512_mulhrs_epi16(d.lo, s.lo), _mm512_mulhrs_epi16(d.hi, s.hi));
+#elif TARKO_D3D_ISA_IS(avx2) && !defined(NO_MULHRS)
     const Wv d = b - a, s = shl<7>(w);
     return a + Wv(_mm256_mulhrs_epi16(d.lo, s.lo), _mm256_mulhrs_epi16(d.hi, s.hi));
 #else

@@ -185,7 +185,8 @@ TEST(Stages, EachStageResultIsRoundedToEightBits) {
     s.dev->setTexture(1, make_texture(1, 1, {0xFF818181}));
     s.stage(1, {{dx::D3DTSS_COLOROP, dx::D3DTOP_MODULATE4X}, {dx::D3DTSS_COLORARG1, dx::D3DTA_TEXTURE},
                 {dx::D3DTSS_COLORARG2, dx::D3DTA_CURRENT}});
-    for (auto routines : {Direct3DDevice7::PixelRoutines::Best, Direct3DDevice7::PixelRoutines::Portable}) {
+    for (auto routines : {Direct3DDevice7::PixelRoutines::Best, Direct3DDevice7::PixelRoutines::EightLanes,
+                          Direct3DDevice7::PixelRoutines::Portable}) {
         s.dev->set_pixel_routines(routines);
         for (bool fast : {true, false}) {
             s.dev->set_fast_paths(fast);

@@ -191,6 +191,7 @@ TEST(DifferentialPictures, FastPathsPixelRoutinesAndThreadsLeaveEveryPixelAsTheG
         const Drawn general = render(i, 1, false);
         EXPECT_GT(general.changed, 157 * 113 / 4) << scenes[i] << ": the scene covers a quarter of the target at least";
         const std::pair<const char*, Drawn> variants[] = {{"fast", render(i, 1)},
+                                                          {"eight lanes", render(i, 1, true, Routines::EightLanes)},
                                                           {"four lanes", render(i, 1, true, Routines::FourLanes)},
                                                           {"portable", render(i, 1, true, Routines::Portable)},
                                                           {"two threads", render(i, 2)}};
