@@ -117,6 +117,10 @@ TEST_F(Altitude, DetectCollisionReachesPrecisionCollideAlongTheDirection) {
         {{32, 16, 33}, {32, 100, 33}, true},    // from below: no culling, t = 2
         {{32, 20, 33}, {32, 40, 33}, false},    // away from it: t = -2
         {{32, 20, 33}, {32, 20, 33}, false},    // zero direction
+        // From the flat cell's surface at 5, almost along it: the target
+        // 1e-6 up stores as 5.00000095, so det = -100 x 9.5e-8 is inside
+        // the +-0.0001 dead band and the t = 0 hit is not counted.
+        {{57, 5, 44}, {67, 5.000001f, 44}, false},
     };
     for (const Shot& s : shots) {
         D3DVECTOR o = s.origin, d = s.dest;

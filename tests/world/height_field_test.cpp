@@ -212,6 +212,14 @@ TEST_F(Landscape, RenderAllPlacesTestsTheSphereAndDrawsOneListShortOfItsLastTria
     EXPECT_EQ(device_calls()[3], "Direct3DDevice7.setRenderState 137, -1");
     EXPECT_EQ(device_calls()[4], "Direct3DDevice7.drawIndexedPrimitive 4, 274, 12, 33, 0");
 
+    // Near, the sphere (radius 65 x sqrt 2 = 91.9 round (0.5, 32.5 - 60, 22))
+    // reaches behind the eye: partly inside, still drawn.
+    land.Set_Position(Variant(-2.0), Variant(-60.0), Variant(20.0));
+    platform::trace().clear();
+    land.RenderAll();
+    EXPECT_EQ(land.Visible, 1);
+    EXPECT_EQ(device_calls().size(), 6u);
+
     // Behind the camera nothing is drawn and the placement stays in force.
     land.Set_Position(Variant(0.0), Variant(0.0), Variant(-1000.0));
     platform::trace().clear();

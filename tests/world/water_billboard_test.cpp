@@ -131,6 +131,14 @@ TEST_F(Water, RenderSetsItsStatesDrawsTheStripAndEndsWithLightingOnBlendingOff) 
     land.Water_Render();
     ASSERT_EQ(device_calls().size(), 9u);
     EXPECT_EQ(device_calls()[2], "Direct3DDevice7.setTexture 0, \"surface\"");
+    land.Load_Watertexture("missing.bmp");   // the earlier texture is no longer bound
+    platform::trace().clear();
+    land.Water_Render();
+    EXPECT_EQ(device_calls().size(), 8u);
+    land.SetWaterEffect(false);   // blending off for the draw as well
+    platform::trace().clear();
+    land.Water_Render();
+    EXPECT_EQ(device_calls()[2], "Direct3DDevice7.setRenderState 27, 0");
 }
 
 TEST_F(Water, CollisionCountsThePlacedRectangleBelowPositionYPlusTheMargin) {
