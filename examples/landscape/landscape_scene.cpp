@@ -94,7 +94,8 @@ std::uint32_t ground_colour(int tx, int ty) {
     const float shade = std::clamp(0.85f - 0.06f * dx - 0.04f * dy, 0.45f, 1.15f);
     const float grain = 0.9f + 0.2f * noise(tx, ty);
     float r, g, b;
-    if (h < kWaterSample + 3) r = 225, g = 205, b = 150;                 // sand
+    if (h < kWaterSample - 2) r = 30, g = 60, b = 80;                    // the lake's bed
+    else if (h < kWaterSample + 3) r = 225, g = 205, b = 150;            // sand
     else if (h < 110) r = mix(95, 70, (h - 50) / 60), g = mix(190, 150, (h - 50) / 60), b = 60;   // grass
     else if (h < 150) r = 60, g = 120, b = 55;                           // dark grass
     else if (h < 185) r = 150, g = 135, b = 120;                         // rock
