@@ -175,7 +175,18 @@ TEST_F(Landscape, LoadTerrainReadsThePictureTopRowFirstAndRedOnly) {
 
 TEST_F(Landscape, AFailedLoadKeepsTheGridAndCallsBeforeInitializeRaise91) {
     EXPECT_EQ(error_of([&] { land.LoadTerrain(small_picture(), Variant(1), Variant(1), 1, 1); }), err::ObjectNotSet);
+    EXPECT_EQ(error_of([&] { land.RenderAll(); }), err::ObjectNotSet);
+    EXPECT_EQ(error_of([&] { land.Water_Render(); }), 0);   // not enabled: nothing to do
+    land.SetWaterEnable(true);
+    EXPECT_EQ(error_of([&] { land.Water_Render(); }), err::ObjectNotSet);
     land.INITIALIZE(engine);
+    open();
+    // No grid yet: the empty sphere at the origin sits on the eye, so nothing
+    // is drawn; seen from 10 back it is inside, and the missing array is 9.
+    EXPECT_EQ(error_of([&] { land.RenderAll(); }), 0);
+    EXPECT_EQ(land.Visible, 0);
+    engine.SET_camera_DirectioN(D3DVECTOR{0, 0, -10}, D3DVECTOR{0, 0, 0});
+    EXPECT_EQ(error_of([&] { land.RenderAll(); }), err::SubscriptOutOfRange);
     EXPECT_EQ(error_of([&] { land.LoadTerrain("no such file.bmp", Variant(1), Variant(1), 1, 1); }),
               err::FileNotFound);
     EXPECT_FALSE(land.is_ACTIVE);
@@ -183,6 +194,11 @@ TEST_F(Landscape, AFailedLoadKeepsTheGridAndCallsBeforeInitializeRaise91) {
     EXPECT_EQ(error_of([&] { land.LoadTerrain(small_picture(), Variant(0), Variant(1), 1, 1); }),
               err::DivisionByZero);
     EXPECT_TRUE(land.is_ACTIVE);
+    EXPECT_EQ(land.grid().columns, 4);
+    // 182 x 182 at p 1: vertex 33124 does not fit a 16-bit index.
+    const auto big = test::scratch_dir("landscape_big") / "big.bmp";
+    test::write_bmp(big, 182, 182, [](int, int) { return 0u; });
+    EXPECT_EQ(error_of([&] { land.LoadTerrain(big.string(), Variant(1), Variant(1), 1, 1); }), err::Overflow);
     EXPECT_EQ(land.grid().columns, 4);
 }
 
