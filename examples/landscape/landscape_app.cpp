@@ -43,8 +43,9 @@ bool parse(int argc, char** argv, const char* program, Options& o) {
         else if (a == "--width" && value("--width", v)) o.width = std::atoi(v.c_str());
         else if (a == "--height" && value("--height", v)) o.height = std::atoi(v.c_str());
         else if (a == "--help" || a == "-h") {
-            std::printf("usage: %s [--scene landscape|room] [--headless] [--frames N] [--out DIR] [--width W] [--height H]\n",
-                        program);
+            const bool demo = std::strcmp(program, "tarko_demo") == 0;   // the demo also has the room
+            std::printf("usage: %s%s [--headless] [--frames N] [--out DIR] [--width W] [--height H]\n", program,
+                        demo ? " [--scene landscape|room]" : "");
             std::exit(0);
         } else {
             if (a != "--frames" && a != "--out" && a != "--width" && a != "--height")
