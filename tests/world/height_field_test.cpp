@@ -1,6 +1,7 @@
 // The grid of a height picture: vertex numbering, positions, colours and
 // texture coordinates, the triangle list, the bounds, the size limits, and
 // RenderAll's calls on a recording device.
+#include <cmath>
 #include <string>
 
 #include "bmp_writer.h"
@@ -141,7 +142,9 @@ INSTANTIATE_TEST_SUITE_P(Table, HeightFieldSizes, ::testing::Values(
     SizeCase{"precision_zero", 100, 100, 0, err::DivisionByZero},
     SizeCase{"one_column", 1, 100, 1, err::SubscriptOutOfRange},
     SizeCase{"precision_above_width", 100, 100, 101, err::SubscriptOutOfRange},
-    SizeCase{"negative_precision", 100, 100, -1, err::SubscriptOutOfRange}),
+    SizeCase{"negative_precision", 100, 100, -1, err::SubscriptOutOfRange},
+    SizeCase{"tiny_precision", 100, 100, 1e-9, err::Overflow},        // 1e11 columns
+    SizeCase{"nan_precision", 100, 100, std::nan(""), err::Overflow}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // ---- through the class: the picture file, placement and the draw
