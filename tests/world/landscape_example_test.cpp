@@ -10,6 +10,9 @@
 #include <cmath>
 #include <filesystem>
 #include <memory>
+#include <string>
+
+#include <unistd.h>
 
 #include "landscape/landscape_scene.h"
 
@@ -37,7 +40,10 @@ enum class Seen { Sky, Land, Water, Unsure };
 class LandscapeFrame : public ::testing::Test {
 protected:
     void SetUp() override {
-        const auto folder = std::filesystem::temp_directory_path() / "tarko_landscape_test";
+        // One folder per test and process: ctest runs the cases side by side.
+        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+        folder = std::filesystem::temp_directory_path() /
+                 ("tarko_landscape_" + std::string(info->name()) + "_" + std::to_string(getpid()));
         landscape::write_pictures(folder.string());
         hwnd = tarko::platform::create_headless_window(kW, kH);
         engine.Initialize_Windowed(hwnd);
@@ -47,6 +53,8 @@ protected:
     void TearDown() override {
         scene.reset();
         engine.FreeDX(hwnd);
+        tarko::platform::windows().remove(hwnd);
+        std::filesystem::remove_all(folder);
     }
     // Looks from `eye` along heading (radians, 0 = +x, pi/2 = +z) and pitch
     // (degrees, down negative), draws one frame and keeps the view.
@@ -116,6 +124,7 @@ protected:
         return t;
     }
 
+    std::filesystem::path folder;
     tarko::Long hwnd = 0;
     tarko_DX7 engine;
     std::unique_ptr<landscape::Scene> scene;
