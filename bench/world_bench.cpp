@@ -1,7 +1,8 @@
 // The landscape: a frame of the landscape example (the largest grid 16-bit
 // indices allow, 181 x 181, with sky, trees and water) at 640x480 on two
 // device threads, the terrain's draw alone, and LoadTerrain of that grid.
-// Goal: at least 100 frames a second.
+// Goal: at least 100 frames a second. The CPU column is the whole process's
+// (the device's workers included), a steadier figure on a loaded machine.
 #include <benchmark/benchmark.h>
 
 #include <filesystem>
@@ -55,12 +56,12 @@ void frames(benchmark::State& state, Draw draw) {
 void BM_LandscapeFrame(benchmark::State& state) {
     frames(state, [](Host& h) { h.scene->draw(); });
 }
-BENCHMARK(BM_LandscapeFrame)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_LandscapeFrame)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 void BM_TerrainOnly(benchmark::State& state) {
     frames(state, [](Host& h) { h.scene->land().RenderAll(); });
 }
-BENCHMARK(BM_TerrainOnly)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_TerrainOnly)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 void BM_LoadTerrain181(benchmark::State& state) {
     Host host;

@@ -186,7 +186,7 @@ Scene::Scene(tarko_DX7& engine, const std::string& folder) : engine_(engine) {
     land_.Water_scal(D3DVECTOR{kScale, 1, kScale});
     land_.Water_Position(D3DVECTOR{0, kWaterLevel, 0});
     sky_.InitSPhere(engine, folder + "/sky.bmp", HIGH_QUALITY);
-    sky_.Set_Scale(tarko::Variant(4000.0), tarko::Variant(4000.0), tarko::Variant(4000.0));
+    sky_.Set_Scale(tarko::Variant(9000.0), tarko::Variant(9000.0), tarko::Variant(9000.0));
     tree_texture_ = make_tree(engine);
 
     // Forty trees on the grass between the shore and the rocks, spread by a hash.
@@ -225,17 +225,21 @@ void Scene::draw() {
     auto& dev = *engine_.D3D_DEV;
     engine_.USE_default_RENDERSTATE();
     engine_.device_CLEAR_COLOR = 0xAFC8E1;   // the haze
-    // The sky round the eye, behind everything: no depth writes, no fog, unlit.
+    engine_.SetFog_EX(tarko::Variant(1500.0), tarko::Variant(5200.0), 0.001, 0xAFC8E1);
+    land_.RenderAll();
+
+    // The sky after the ground, so that the depth test spares the pixels the
+    // ground covers: round the eye, beyond all ground (radius 9000, inside the
+    // far plane), unfogged, unlit, writing no depth.
     const D3DVECTOR eye = engine_.GET_CameraEYE();
-    sky_.Set_Position(tarko::Variant(eye.x), tarko::Variant(eye.y - 400.0), tarko::Variant(eye.z));
+    sky_.Set_Position(tarko::Variant(eye.x), tarko::Variant(eye.y - 900.0), tarko::Variant(eye.z));
     dev.setRenderState(dx::D3DRENDERSTATE_ZWRITEENABLE, 0);
     dev.setRenderState(dx::D3DRENDERSTATE_FOGENABLE, 0);
     dev.setRenderState(dx::D3DRENDERSTATE_LIGHTING, 0);
     sky_.Render(engine_);
     dev.setRenderState(dx::D3DRENDERSTATE_ZWRITEENABLE, tarko::kTrue);
+    dev.setRenderState(dx::D3DRENDERSTATE_FOGENABLE, tarko::kTrue);
 
-    engine_.SetFog_EX(tarko::Variant(1500.0), tarko::Variant(5200.0), 0.001, 0xAFC8E1);
-    land_.RenderAll();
     dev.setTexture(0, tree_texture_);
     for (const D3DVECTOR& t : trees_) land_.Render_BilBoard(t, 170, 260);
     land_.Water_Render();
