@@ -89,10 +89,10 @@ TEST_F(Sphere, RenderBindsTurnsCullingOffPlacesDrawsOneStripAndPutsCullingBack) 
 }
 
 TEST_F(Sphere, FromInsideOnlyTheDomeShowsWithCullingOn) {
-    // A white, unlit-by-texture sphere of radius 100 round the start-up
-    // camera, under an ambient-only white material: with ForceDomeSky the
-    // whole view is the sphere; without it, counter-clockwise culling
-    // removes the inner faces and the background stays.
+    // An untextured sphere of radius 100 round the start-up camera, lit by a
+    // white ambient on a white material: with ForceDomeSky the whole view is
+    // the sphere; without it, the default counter-clockwise culling removes
+    // the faces seen from inside and the background stays.
     open(32, 24);
     engine.device_CLEAR_COLOR = 0x000040;
     engine.USE_default_RENDERSTATE();
