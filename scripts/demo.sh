@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds and runs the main demo: in a window when a
 # display exists, otherwise off screen writing PNG frames to out/demo.
-# Arguments pass through, e.g. scripts/demo.sh --headless --frames 300 --out /tmp/frames
+# Arguments pass through, e.g. scripts/demo.sh --headless --frames 300 --out /tmp/frames;
+# the landscape is the first scene, --scene room the room of cubes.
 set -euo pipefail
 ROOT=$(cd "$(dirname "$0")/.." && pwd)
 "$ROOT/scripts/setup.sh"

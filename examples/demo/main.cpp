@@ -1,9 +1,10 @@
-// The main demo host: a room of textured cubes, lit and fogged, seen by the
-// engine's camera. It opens the engine in a window (or off screen), writes the
+// The main demo host. Its first scene is the landscape (examples/landscape);
+// with --scene room it shows a room of textured cubes, lit and fogged, seen
+// by the engine's camera. It opens the engine in a window (or off screen), writes the
 // start-up log to the console, runs frames, prints the frame rates and writes
 // every 30th frame as PNG.
 //
-//   tarko_demo [--headless] [--frames N] [--out DIR] [--width W] [--height H]
+//   tarko_demo [--scene landscape|room] [--headless] [--frames N] [--out DIR] [--width W] [--height H]
 //
 // Headless, the camera walks a scripted path, one step per frame, so the
 // pictures are the same on every run. In a window: arrows or WASD walk and
@@ -21,6 +22,8 @@
 #include <vector>
 
 #include <tarko/tarko.h>
+
+#include "landscape/landscape_app.h"
 
 namespace {
 
@@ -50,7 +53,7 @@ Options parse(int argc, char** argv) {
         else if (a == "--width") o.width = std::atoi(value("--width").c_str());
         else if (a == "--height") o.height = std::atoi(value("--height").c_str());
         else if (a == "--help" || a == "-h") {
-            std::printf("usage: tarko_demo [--headless] [--frames N] [--out DIR] [--width W] [--height H]\n");
+            std::printf("usage: tarko_demo --scene room [--headless] [--frames N] [--out DIR] [--width W] [--height H]\n");
             std::exit(0);
         } else {
             std::fprintf(stderr, "unknown argument: %s\n", a.c_str());
@@ -299,6 +302,12 @@ void write_frame(const tarko::platform::Window& window, const std::string& dir, 
 }  // namespace
 
 int main(int argc, char** argv) {
+    const std::string scene = landscape::take_scene(argc, argv);
+    if (scene.empty() || scene == "landscape") return landscape::run(argc, argv, "tarko_demo");
+    if (scene != "room") {
+        std::fprintf(stderr, "unknown scene: %s (landscape or room)\n", scene.c_str());
+        return 2;
+    }
     const Options options = parse(argc, argv);
     namespace platform = tarko::platform;
 

@@ -1,0 +1,193 @@
+// The landscape's host loop: options, window, frames, frame rates.
+#include "landscape_app.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include "landscape_scene.h"
+
+namespace landscape {
+
+namespace {
+
+struct Options {
+    bool headless = false;
+    int frames = 120;
+    bool frames_given = false;
+    int width = 640;
+    int height = 480;
+    std::string out;
+};
+
+bool parse(int argc, char** argv, const char* program, Options& o) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string a = argv[i];
+        auto value = [&](const char* name, std::string& into) {
+            if (i + 1 >= argc) {
+                std::fprintf(stderr, "%s needs a value\n", name);
+                return false;
+            }
+            into = argv[++i];
+            return true;
+        };
+        std::string v;
+        if (a == "--headless") o.headless = true;
+        else if (a == "--frames" && value("--frames", v)) o.frames = std::atoi(v.c_str()), o.frames_given = true;
+        else if (a == "--out" && value("--out", v)) o.out = v;
+        else if (a == "--width" && value("--width", v)) o.width = std::atoi(v.c_str());
+        else if (a == "--height" && value("--height", v)) o.height = std::atoi(v.c_str());
+        else if (a == "--help" || a == "-h") {
+            const bool demo = std::strcmp(program, "tarko_demo") == 0;   // the demo also has the room
+            std::printf("usage: %s%s [--headless] [--frames N] [--out DIR] [--width W] [--height H]\n", program,
+                        demo ? " [--scene landscape|room]" : "");
+            std::exit(0);
+        } else {
+            if (a != "--frames" && a != "--out" && a != "--width" && a != "--height")
+                std::fprintf(stderr, "unknown argument: %s\n", a.c_str());
+            return false;
+        }
+    }
+    if (o.width <= 0 || o.height <= 0 || o.frames < 0) {
+        std::fprintf(stderr, "sizes and frame count must be positive\n");
+        return false;
+    }
+    return true;
+}
+
+// Keys and mouse, as in the room: turning moves are scaled by the frame
+// time by the engine, so their arguments are radians per millisecond.
+struct Controls {
+    bool quit = false;
+    int mouse_frame = 0;
+
+    void run(tarko_DX7& engine) {
+        if (engine.GetKEY(Tarko_KEY_ESCAPE)) {
+            quit = true;
+            return;
+        }
+        const float ms = std::max(1.0f, engine.ElapseFrame());
+        const float step = 0.6f * std::min(ms, 100.0f);   // 600 units a second
+        if (engine.GetKEY(Tarko_KEY_UP) || engine.GetKEY(Tarko_KEY_W)) engine.Camera_Move_Foward(tarko::Variant(step));
+        if (engine.GetKEY(Tarko_KEY_DOWN) || engine.GetKEY(Tarko_KEY_S))
+            engine.Camera_Move_Backward(tarko::Variant(step));
+        if (engine.GetKEY(Tarko_KEY_LEFT)) engine.Camera_Move_Left(tarko::Variant(0.002));
+        if (engine.GetKEY(Tarko_KEY_RIGHT)) engine.Camera_Move_Right(tarko::Variant(0.002));
+        if (engine.GetKEY(Tarko_KEY_A)) {
+            float s = step;
+            engine.CAM_step_LEFT(s);
+        }
+        if (engine.GetKEY(Tarko_KEY_D)) engine.CAM_step_RIGHT(step);
+        if (++mouse_frame % 2) {
+            const double dx = engine.Mouse_X().to_double();
+            if (dx != 0) engine.Camera_Move_Right(tarko::Variant(dx * 0.004 / ms));
+        } else {
+            const double dy = engine.Mouse_Y().to_double();
+            if (dy != 0) {
+                const double pitch = std::clamp(engine.CAM_angleY().to_double() - dy * 0.003, -1.2, 1.2);
+                engine.Camera_set_ANGy_DEGREE(tarko::Variant(pitch / engine.RADIAN()));
+            }
+        }
+    }
+};
+
+void write_frame(const tarko::platform::Window& window, const std::string& dir, int n) {
+    char name[64];
+    std::snprintf(name, sizeof name, "/frame_%04d.png", n);
+    tarko::platform::write_png(window.frame(), dir + name);
+}
+
+}  // namespace
+
+const char* take_scene(int& argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--scene") != 0) continue;
+        const char* name = i + 1 < argc ? argv[i + 1] : "";
+        const int gone = i + 1 < argc ? 2 : 1;
+        for (int k = i; k + gone <= argc; ++k) argv[k] = argv[k + gone];   // argv[argc] is null
+        argc -= gone;
+        return name;
+    }
+    return "";
+}
+
+int run(int argc, char** argv, const char* program) {
+    Options options;
+    if (!parse(argc, argv, program, options)) return 2;
+    namespace platform = tarko::platform;
+
+    const bool windowed = !options.headless && platform::display_available();
+    const bool until_escape = windowed && !options.frames_given;
+    tarko::Long hwnd = 0;
+    try {
+        hwnd = windowed ? platform::create_sdl_window("Tarko landscape", options.width, options.height)
+                        : platform::create_headless_window(options.width, options.height);
+    } catch (const tarko::RuntimeError& e) {
+        std::fprintf(stderr, "cannot open a window: %s\n", e.what());
+        return 1;
+    }
+    if (until_escape)
+        std::printf("Tarko landscape: window %dx%d, until Escape\n", options.width, options.height);
+    else
+        std::printf("Tarko landscape: %s %dx%d, %d frames\n", windowed ? "window" : "headless", options.width,
+                    options.height, options.frames);
+    if (!options.out.empty()) std::filesystem::create_directories(options.out);
+    const std::string pictures = (std::filesystem::temp_directory_path() / "tarko_landscape").string();
+    write_pictures(pictures);
+
+    tarko_DX7 engine;
+    int frames_run = 0;
+    try {
+        engine.Initialize_Windowed(hwnd);
+        if (!engine.D3D_DEV) {
+            std::fprintf(stderr, "no 3D device could be opened\n");
+            return 1;
+        }
+        engine.WriteLOG("Tarko landscape ready.", hwnd);
+        const auto window = platform::windows().get(hwnd);
+        if (!options.out.empty()) platform::write_png(window->frame(), options.out + "/console.png");
+
+        Scene scene(engine, pictures);
+        Controls controls;
+        scene.scripted_camera(0);
+
+        const auto start = std::chrono::steady_clock::now();
+        for (int frame = 0; until_escape || frame < options.frames; ++frame) {
+            if (!platform::pump_events()) break;
+            if (windowed) {
+                controls.run(engine);
+                if (controls.quit) break;
+                scene.keep_on_ground();
+            } else {
+                scene.scripted_camera(frame);
+            }
+            engine.Clear_3D();
+            engine.D3D_DEV->beginScene();
+            scene.draw();
+            engine.D3D_DEV->endScene();
+            engine.FLIPP(hwnd);
+            ++frames_run;
+            if (!options.out.empty() && (frame % 30 == 0 || (!until_escape && frame + 1 == options.frames)))
+                write_frame(*window, options.out, frame);
+            if ((frame + 1) % 60 == 0)
+                std::printf("frame %d: FramesPerSec %.1f, ImparSeconde %.0f, ElapseFrame %.0f ms\n", frame + 1,
+                            engine.FramesPerSec(), engine.ImparSeconde(), engine.ElapseFrame());
+        }
+        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        std::printf("%d frames in %.3f s: %.1f frames per second (wall clock)\n", frames_run, seconds,
+                    seconds > 0 ? frames_run / seconds : 0.0);
+        engine.FreeDX(hwnd);
+    } catch (const tarko::RuntimeError& e) {
+        std::fprintf(stderr, "engine error %d: %s\n", e.number(), e.what());
+        return 1;
+    }
+    if (!options.out.empty()) std::printf("frames written to %s\n", options.out.c_str());
+    return 0;
+}
+
+}  // namespace landscape
