@@ -180,6 +180,8 @@ TEST_F(Constructions, WallTestsFollowTheirBoundaries) {
     // Defaults: IN_BLOX, step 5; a step given as text is coerced.
     EXPECT_TRUE(engine.Colision_BOX(D3DVECTOR{95, 10, 50}, room, MUR_EST));
     EXPECT_FALSE(engine.Colision_BOX(D3DVECTOR{94.5f, 10, 50}, room, MUR_EST));
+    EXPECT_TRUE(engine.Colision_BOX(D3DVECTOR{95, 10, 50}, room, MUR_EST, IN_BLOX, Variant::missing()));
+    EXPECT_FALSE(engine.Colision_BOX(D3DVECTOR{94.5f, 10, 50}, room, MUR_EST, IN_BLOX, Variant::missing()));
     EXPECT_TRUE(engine.Colision_BOX(D3DVECTOR{98, 10, 50}, room, MUR_EST, IN_BLOX, Variant("2")));
     EXPECT_EQ(error_of([&] { engine.Colision_BOX(D3DVECTOR{}, room, MUR_EST, IN_BLOX, Variant("wall")); }),
               err::TypeMismatch);

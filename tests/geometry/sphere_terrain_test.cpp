@@ -89,15 +89,17 @@ TEST_F(Spheres, SphereMapTakesTheNormalsThroughWorldAndView) {
     m(3) = D3DVERTEX{0, 0, 0, 0, 0, 1, 7, 8};    // away: unchanged
     EXPECT_EQ(error_of([&] { engine.Create_SPHEREmap(m); }), err::ObjectNotSet);
     open();
-    D3DMATRIX identity, scale3;
-    identity.rc11 = identity.rc22 = identity.rc33 = identity.rc44 = 1;
-    scale3 = identity;
-    scale3.rc11 = scale3.rc22 = scale3.rc33 = 3;
-    engine.D3D_DEV->setTransform(dx::D3DTRANSFORMSTATE_WORLD, identity);
-    engine.D3D_DEV->setTransform(dx::D3DTRANSFORMSTATE_VIEW, scale3);
+    // World scales x by 2; the view swaps x and y. Row vectors: M = W V has
+    // M(1,2) = 2, M(2,1) = 1, M(3,3) = 1 and zeros elsewhere on rows 1 to 3.
+    D3DMATRIX world, view;
+    world.rc11 = 2, world.rc22 = world.rc33 = world.rc44 = 1;
+    view.rc12 = view.rc21 = view.rc33 = view.rc44 = 1;
+    engine.D3D_DEV->setTransform(dx::D3DTRANSFORMSTATE_WORLD, world);
+    engine.D3D_DEV->setTransform(dx::D3DTRANSFORMSTATE_VIEW, view);
     EXPECT_TRUE(engine.Create_SPHEREmap(m));
-    // tu = (n.M col 1 + 1) / 2, tv = (1 - n.M col 2) / 2 with M = 3 I.
-    const float want[4][2] = {{0.5f, 0.5f}, {2, 0.5f}, {0.5f, -1}, {7, 8}};
+    // tu = (n.M col 1 + 1) / 2, tv = (1 - n.M col 2) / 2: (1, 0, 0) gives
+    // (0 + 1) / 2 and (1 - 2) / 2; (0, 1, 0) gives (1 + 1) / 2 and (1 - 0) / 2.
+    const float want[4][2] = {{0.5f, 0.5f}, {0.5f, -0.5f}, {1, 0.5f}, {7, 8}};
     for (Long i = 0; i < 4; ++i) {
         EXPECT_EQ(m(i).tu, want[i][0]) << i;
         EXPECT_EQ(m(i).tv, want[i][1]) << i;
@@ -224,4 +226,5 @@ TEST(VertexEditing, EachOperationMovesPositionsOnly) {
     EXPECT_EQ(tarko::test::error_of([&] { engine.SCALEvertex(never, 1, 1, 1); }), err::SubscriptOutOfRange);
     SafeArray<D3DVERTEX> one(0, 0);   // beyond a Single: Overflow
     EXPECT_EQ(tarko::test::error_of([&] { engine.MOVe_Vertext(one, 1e39, 0, 0); }), err::Overflow);
+    EXPECT_EQ(tarko::test::error_of([&] { engine.MOVe_Vertext(one, 0, 0, -1e39); }), err::Overflow);
 }
