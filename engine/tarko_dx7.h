@@ -480,7 +480,7 @@ private:
 public:
     // ---- render state: END
 
-    // ---- geometry: BEGIN
+    // ---- geometry and collision: BEGIN
     // Textured cubes (engine_geometry.cpp). The builders fill a host-owned
     // array with 24 vertices, elements 0 to 23, one strip of four per face
     // (-z, +z, +y, -y, +x, -x), outward normals, the box centred on the
@@ -647,7 +647,7 @@ private:
     tarko::Integer ExternCubeCount = 0;          // kept by FreeDX
 
 public:
-    // ---- geometry: END
+    // ---- geometry and collision: END
 
 private:
     void ensure_root();
