@@ -278,3 +278,21 @@ TEST_F(ExternCubes, TheCountIsAnIntegerAndOverflowsAt32768) {
               err::Overflow);
     engine.Render_EXTERNcube(Variant(32766), false, Light_vertex_TYPE);
 }
+
+TEST_F(Constructions, EachWallStripStartsAtItsOwnElement) {
+    // Only elements 12..15 hold geometry: a square over the whole view, lit
+    // white by the default material's ambient term; the other quads are
+    // points at the origin.
+    open(32, 24);
+    engine.device_CLEAR_COLOR = 0x000040;
+    engine.SET_camera_DirectioN(D3DVECTOR{0, 0, -5}, D3DVECTOR{0, 0, 0});
+    SafeArray<D3DVERTEX> walls(0, 15);
+    const float corner[4][2] = {{-10, 10}, {10, 10}, {-10, -10}, {10, -10}};
+    for (Long i = 0; i < 4; ++i) walls(12 + i) = D3DVERTEX{corner[i][0], corner[i][1], 0, 0, 0, -1, 0, 0};
+    engine.Clear_3D();
+    engine.D3D_DEV->beginScene();
+    engine.Render_CONSTRUCTION(walls, MUR_EST);
+    engine.D3D_DEV->endScene();
+    engine.FLIPP(hwnd);
+    EXPECT_EQ(window->frame().at(16, 12) & 0xFFFFFFu, 0xFFFFFFu);
+}

@@ -1,5 +1,7 @@
 // Shaded planes and the auxiliary cube, floor and ceiling quads, and the
 // draws of their render operations.
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -179,4 +181,27 @@ TEST_F(Planes, RenderOperationsStopAtTheFirstMissingStart) {
     EXPECT_TRUE(device_calls().empty());
     EXPECT_EQ(error_of([&] { engine.Render_AUXcube(short_cube); }), err::SubscriptOutOfRange);
     EXPECT_EQ(device_calls(), Calls(3, "Direct3DDevice7.drawPrimitive 5, 482, 8, 1"));
+}
+
+TEST_F(Planes, EachAuxStripStartsAtItsOwnElement) {
+    // Only elements 40..47 hold geometry: a red square over the whole view
+    // (eye at z = -5 sees half-widths of 5 / 2.41 = 2.07 at z = 0); the other
+    // strips are points at the origin. Drawn from anywhere else, the view
+    // stays the clear colour.
+    open(32, 24);
+    engine.device_CLEAR_COLOR = 0x000040;
+    engine.SET_camera_DirectioN(D3DVECTOR{0, 0, -5}, D3DVECTOR{0, 0, 0});
+    SafeArray<D3DLVERTEX> cube(0, 47);
+    const float corner[4][2] = {{-10, 10}, {10, 10}, {-10, -10}, {10, -10}};
+    for (Long i = 40; i <= 47; ++i) {
+        const auto& c = corner[std::min<Long>(i - 40, 3)];
+        cube(i) = D3DLVERTEX{c[0], c[1], 0, 0, static_cast<std::int32_t>(0xFFFF0000u), 0, 0, 0};
+    }
+    engine.Clear_3D();
+    engine.D3D_DEV->beginScene();
+    engine.Set_Light(false);
+    engine.Render_AUXcube(cube);
+    engine.D3D_DEV->endScene();
+    engine.FLIPP(hwnd);
+    EXPECT_EQ(window->frame().at(16, 12) & 0xFFFFFFu, 0xFF0000u);
 }
