@@ -10,7 +10,6 @@ using tarko::Variant;
 namespace geometry = tarko::geometry;
 
 namespace {
-float tile_of(const Variant& v) { return v.is_missing() ? 1.0f : v.to_single(); }
 float sum(float a, float b) { return static_cast<float>(static_cast<double>(a) + b); }
 }  // namespace
 
@@ -20,7 +19,7 @@ void tarko_DX7::Create_CONSTUCTION(tarko::SafeArray<D3DVERTEX>& Vertices, const 
     const D3DVECTOR a = vPOS;
     const D3DVECTOR b{sum(vPOS.x, Vsize.x), sum(vPOS.y, Vsize.y), sum(vPOS.z, Vsize.z)};
     RETBOX = GetBOX(a, b);
-    const float tx = tile_of(TileX), ty = tile_of(TileY);
+    const float tx = geometry::tile_argument(TileX), ty = geometry::tile_argument(TileY);
     geometry::write_construction(Vertices, a, b, ORIENTATION, tx, ty);
 }
 

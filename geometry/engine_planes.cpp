@@ -9,12 +9,6 @@ using tarko::Long;
 using tarko::Variant;
 namespace geometry = tarko::geometry;
 
-namespace {
-
-float tile_of(const Variant& v) { return v.is_missing() ? 1.0f : v.to_single(); }
-
-}  // namespace
-
 void tarko_DX7::Make_PlaneSURF(tarko::SafeArray<D3DLVERTEX>& VER, const D3DVECTOR& Vec_From, const D3DVECTOR& VEC_to,
                                Long R, Long G, Long B, Long Xtile, Long Ytile) {
     const auto plane = geometry::plane_between(Vec_From, VEC_to, geometry::shades(R, G, B),
@@ -32,13 +26,13 @@ void tarko_DX7::MakeAux_SolidCUBE(tarko::SafeArray<D3DLVERTEX>& VER, const D3DVE
 
 void tarko_DX7::Create_PlaneSurf(tarko::SafeArray<D3DVERTEX>& Vertices, const D3DVECTOR& Vsize, const Variant& TileX,
                                  const Variant& TileY) {
-    const float tx = tile_of(TileX), ty = tile_of(TileY);
+    const float tx = geometry::tile_argument(TileX), ty = geometry::tile_argument(TileY);
     geometry::write_items(Vertices, geometry::floor_quad(D3DVECTOR{Vsize.x / 2, Vsize.y / 2, Vsize.z / 2}, tx, ty));
 }
 
 void tarko_DX7::Create_Roof_Surf(tarko::SafeArray<D3DVERTEX>& Vertices, const D3DVECTOR& Vsize, const Variant& TileX,
                                  const Variant& TileY) {
-    const float tx = tile_of(TileX), ty = tile_of(TileY);
+    const float tx = geometry::tile_argument(TileX), ty = geometry::tile_argument(TileY);
     geometry::write_items(Vertices, geometry::roof_quad(D3DVECTOR{Vsize.x / 2, Vsize.y / 2, Vsize.z / 2}, tx, ty));
 }
 

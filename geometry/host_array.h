@@ -8,6 +8,7 @@
 #include "runtime/errors.h"
 #include "runtime/numeric.h"
 #include "runtime/safe_array.h"
+#include "runtime/variant.h"
 
 namespace tarko::geometry {
 
@@ -26,6 +27,10 @@ template <class T>
 void require_element(const SafeArray<T>& vertices, Long first) {
     (void)vertices(first);
 }
+
+// An optional tile count: missing means 1; anything else is coerced to Single
+// (Type mismatch, 13, when it holds no number).
+inline float tile_argument(const Variant& v) { return v.is_missing() ? 1.0f : v.to_single(); }
 
 // Prepares the array for elements 0..N-1 and copies `items` there.
 template <class T, std::size_t N>
