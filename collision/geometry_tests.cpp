@@ -112,6 +112,17 @@ bool edge_near_point(const D3DVECTOR& p, const D3DVECTOR& q, const D3DVECTOR& po
     return c2 > ab && point_near_edge(a, b, c);
 }
 
+bool edge_near_point_exact(const D3DVECTOR& p, const D3DVECTOR& q, const D3DVECTOR& point) {
+    auto dist = [](const D3DVECTOR& u, const D3DVECTOR& w) {
+        const double dx = d(u.x) - w.x, dz = d(u.z) - w.z;
+        return std::sqrt(dx * dx + dz * dz);
+    };
+    const double a = dist(p, point), b = dist(q, point), c = dist(p, q);
+    if (!(a + b < c * c)) return false;
+    const double x = (a * a + c * c - b * b) / (2 * c);
+    return x < c && b - x < c && std::sqrt(std::fabs(a * a - x * x)) < kEdgeReach;
+}
+
 bool polyline_near_point(const SafeArray<D3DVERTEX>& vertices, const D3DVECTOR& point) {
     const long long lo = vertices.LBound(), hi = vertices.UBound();
     for (long long i = lo; i <= hi - 1; i += 2) {

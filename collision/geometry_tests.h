@@ -40,6 +40,10 @@ float xz_distance(const D3DVECTOR& p, const D3DVECTOR& q);
 // Gate then point_near_edge, for one segment.
 bool edge_near_point(const D3DVECTOR& p, const D3DVECTOR& q, const D3DVECTOR& point);
 
+// The same edge test held in doubles throughout: distances unrounded, the
+// gate a + b < c^2, the height's radicand unrounded (the engine's form).
+bool edge_near_point_exact(const D3DVECTOR& p, const D3DVECTOR& q, const D3DVECTOR& point);
+
 // Vertex pairs (i, i + 1), i in steps of 2, against the point in the XZ plane.
 bool polyline_near_point(const SafeArray<D3DVERTEX>& vertices, const D3DVECTOR& point);
 // Triangle list edges (i, i + 2) after scaling and offset, in the XZ plane.

@@ -107,8 +107,7 @@ void tarko_DX7::WriteLOG(const std::string& St, Long Hand) {
 void tarko_DX7::FreeDX(Long Hand) {
     if (wType == NOt_init) return;
     namespace platform = tarko::platform;
-    if (ExternCubeVertices.dimensioned()) ExternCubeVertices.Erase();
-    if (ExternCubeFaces.dimensioned()) ExternCubeFaces.Erase();
+    if (ExternCubeCount > 0) ExternCubes.Erase();   // the count stays: numbering goes on
 
     ddraw->setCooperativeLevel(Hand, dx::DDSCL_NORMAL);
     ddraw->restoreDisplayMode();

@@ -19,6 +19,7 @@
 #include "platform/records.h"
 #include "platform/surface.h"
 #include "engine/tarko_enums.h"
+#include "geometry/geometry_enums.h"
 #include "runtime/numeric.h"
 #include "runtime/safe_array.h"
 #include "runtime/variant.h"
@@ -479,7 +480,7 @@ private:
 public:
     // ---- render state: END
 
-    // ---- geometry: BEGIN
+    // ---- geometry and collision: BEGIN
     // Textured cubes (engine_geometry.cpp). The builders fill a host-owned
     // array with 24 vertices, elements 0 to 23, one strip of four per face
     // (-z, +z, +y, -y, +x, -x), outward normals, the box centred on the
@@ -501,7 +502,152 @@ public:
     // raises 9 after the faces before it are drawn; a short last face is cut
     // to the vertices the array holds.
     void RenderCUBE(const tarko::SafeArray<D3DVERTEX>& VERTIK);
-    // ---- geometry: END
+
+    // Planes and the shaded auxiliary cube (engine_planes.cpp). The D3DLVERTEX
+    // builders shade eight colours Ci = Int(R f) + 256 Int(G f) + 65536
+    // Int(B f), f = 0.8, 1, 0.5, 1, 0.15, 0.45, 0.35, 0.65, specular 0; tu
+    // and tv take 0, Xtile and Ytile. Arrays are redimensioned with their
+    // contents kept, as the cube builders do.
+    // Upper bound 7. Equal z, then equal y, then equal x: each that holds
+    // writes all eight vertices, the last wins; none writes nothing. Equal x
+    // puts the second strip 0.5 further along +x.
+    void Make_PlaneSURF(tarko::SafeArray<D3DLVERTEX>& VER, const D3DVECTOR& Vec_From, const D3DVECTOR& VEC_to,
+                        tarko::Long R, tarko::Long G, tarko::Long B, tarko::Long Xtile, tarko::Long Ytile);
+    // Upper bound 47: six such planes around Vec_From..Vec_From + VEC_SIZE
+    // (z = Z0, Z1, y = Y0, Y1, x = X0, X1), whatever the size.
+    void MakeAux_SolidCUBE(tarko::SafeArray<D3DLVERTEX>& VER, const D3DVECTOR& Vec_From, const D3DVECTOR& VEC_SIZE,
+                           tarko::Long R, tarko::Long G, tarko::Long B, tarko::Long Xtile, tarko::Long Ytile);
+    // Upper bound 3: the quad at y = +Vsize.y / 2, normal +y (floor), or at
+    // y = -Vsize.y / 2, normal -y (ceiling), centred on the origin.
+    void Create_PlaneSurf(tarko::SafeArray<D3DVERTEX>& Vertices, const D3DVECTOR& Vsize,
+                          const tarko::Variant& TileX = tarko::Variant(tarko::Integer(1)),
+                          const tarko::Variant& TileY = tarko::Variant(tarko::Integer(1)));
+    void Create_Roof_Surf(tarko::SafeArray<D3DVERTEX>& Vertices, const D3DVECTOR& Vsize,
+                          const tarko::Variant& TileX = tarko::Variant(tarko::Integer(1)),
+                          const tarko::Variant& TileY = tarko::Variant(tarko::Integer(1)));
+    // One strip of Count D3DLVERTEX from element 0, flags D3DDP_WAIT. Count
+    // is passed on as it is; element 0 missing raises 9.
+    void Render_surf(const tarko::SafeArray<D3DLVERTEX>& PLA, tarko::Long Count = 8);
+    // Six strips of 8 from 0, 8, .., 40, flags D3DDP_WAIT; 9 at the first missing start.
+    void Render_AUXcube(const tarko::SafeArray<D3DLVERTEX>& PLA);
+    // One strip of 4 D3DVERTEX from element 0, flags 0.
+    void RenderPlane_SURF(const tarko::SafeArray<D3DVERTEX>& VERTIK);
+
+    // Constructions (engine_constructions.cpp): corners A = vPOS and B = vPOS
+    // + Vsize; ORIENTATION (TARKO_CONSTRUCTION_CONST) picks the quads.
+    // RETBOX = (A, B) for every value; 7 to 10 and unknown values leave the
+    // array as it was.
+    void Create_CONSTUCTION(tarko::SafeArray<D3DVERTEX>& Vertices, const D3DVECTOR& vPOS, const D3DVECTOR& Vsize,
+                            D3DRMBOX& RETBOX, tarko::Long ORIENTATION,
+                            const tarko::Variant& TileX = tarko::Variant(tarko::Integer(1)),
+                            const tarko::Variant& TileY = tarko::Variant(tarko::Integer(1)));
+    D3DRMBOX GetBOX(const D3DVECTOR& Vec_MIN, const D3DVECTOR& Vec_MAX);
+    // alphaBLEND_1(False) and USE_defaultMaterial, then strips of 4 from 0,
+    // 4, 8, 12 (11: floor and ceiling, each with its texture when given;
+    // 7 to 10: nothing). TEXTURE_MUR is accepted and not used.
+    void Render_CONSTRUCTION(const tarko::SafeArray<D3DVERTEX>& VERTIK, tarko::Long ORIENTATION,
+                             const tarko::Ref<DirectDrawSurface7>& TEXTURE_SOL = {},
+                             const tarko::Ref<DirectDrawSurface7>& TEXTURE_ROOF = {},
+                             const tarko::Ref<DirectDrawSurface7>& TEXTURE_MUR = {});
+    // IN_BLOX: inside the box (x, z within STEPcol, y strictly) and within
+    // STEPcol of a named wall; OUTTER_BLOX (single walls only): within STEPcol
+    // of the wall's plane or beyond. STEPcol holding no number raises 13.
+    bool Colision_BOX(const D3DVECTOR& vPOS, const D3DRMBOX& BOX, tarko::Long BOX_type, tarko::Long IN_box = IN_BLOX,
+                      const tarko::Variant& STEPcol = tarko::Variant(tarko::Integer(5)));
+
+    // External cube list (engine_extern_cubes.cpp). Each addition grows the
+    // list to upper bound ExternCubeCount (one spare entry) and returns the
+    // new index; the 32768th addition raises 6. R, G and B are accepted and
+    // not used. A texture file is read by CreateTextureEX(TEXT_file, 64, 64);
+    // if that fails, the entry stays added and the error goes to the caller.
+    tarko::Integer ADD_cubeEXTERN_face(const D3DVECTOR& Origin, const D3DVECTOR& Size, tarko::Long R, tarko::Long G,
+                                       tarko::Long B, const std::string& TEXT_file = {},
+                                       const tarko::Variant& TileX = tarko::Variant(tarko::Integer(1)),
+                                       const tarko::Variant& TileY = tarko::Variant(tarko::Integer(1)));
+    // Sets the entry's texture when it has a file; with UseCamColision an eye
+    // with XMin - 5 <= x < XMax + 5 and ZMin - 5 <= z < ZMax + 5 sets
+    // Colision_CUBE and goes back to the last eye (REcallCAM); TYPvertex 0
+    // draws the cube moved to its centre, then clears the world matrix. An
+    // index outside the list raises 9.
+    void Render_EXTERNcube(const tarko::Variant& Pindex, bool UseCamColision = false,
+                           tarko::Long TYPvertex = vertex_TYPE);
+
+    // Sphere and sphere mapping (engine_sphere_terrain.cpp). n = dwNumRings:
+    // n (2n + 1) + 2 vertices and 12 n^2 indices, both arrays redimensioned
+    // from 0 without keeping their contents. 0 raises 11, a negative count 9,
+    // more than 127 rings 6.
+    void CreateSphere(tarko::SafeArray<D3DVERTEX>& pVertices, tarko::Long& pdwNumVertices,
+                      tarko::SafeArray<tarko::Integer>& pIndices, tarko::Long& pdwNumIndices, float fRadius,
+                      tarko::Long dwNumRings);
+    // Texture coordinates from the normals seen through world x view, for the
+    // vertices that face the viewer (z' <= 0); the others keep theirs. True.
+    bool Create_SPHEREmap(tarko::SafeArray<D3DVERTEX>& lpVERTEX);
+
+    // Random terrain and vertex editing (engine_sphere_terrain.cpp). The grid
+    // runs W = Int(CInt(|dx|) / XPrecision) columns along +x from Vec_From and
+    // H rows along +z; one Rnd per point (the generator is not reseeded), the
+    // rim flat, the inside 0..39 steps of YFactor up. Vertices 1..W H, upper
+    // bound W H + 1; indices from 1, upper bound 6 (W - 1)(H - 1). A precision
+    // of 0 raises 11. RDOM is accepted and not used.
+    tarko::Variant Load_Random_Terrain(const D3DVECTOR& Vec_From, const D3DVECTOR& VEC_to,
+                                       tarko::SafeArray<D3DLVERTEX>& VertexX, tarko::SafeArray<tarko::Integer>& IndEXX,
+                                       const tarko::Variant& XPrecision, const tarko::Variant& ZPrecision,
+                                       const tarko::Variant& YFactor, float tu, float tv, tarko::Integer RDOM = 1000);
+    // Positions only, every element; an array never dimensioned raises 9.
+    tarko::Variant MOVe_Vertext(tarko::SafeArray<D3DVERTEX>& OBJvert, double TransX, double TransY, double TransZ);
+    // A shift by (cos Xangle, sin Yangle, sin Zangle), not a turn.
+    tarko::Variant Rotate_Vertext(tarko::SafeArray<D3DVERTEX>& OBJvert, const tarko::Variant& Xangle,
+                                  const tarko::Variant& Yangle, const tarko::Variant& Zangle);
+    // (x + |x - TransX|, y + |y - TransY|, z + |z - TransZ|).
+    tarko::Variant SET_VERTEXT_position(tarko::SafeArray<D3DVERTEX>& OBJvert, float TransX, float TransY,
+                                        float TransZ);
+    // Every vertex at (TransX, TransY, TransZ).
+    tarko::Variant SET_LVERTEXT_position(tarko::SafeArray<D3DLVERTEX>& OBJvert, float TransX, float TransY,
+                                         float TransZ);
+    tarko::Variant SCALEvertex(tarko::SafeArray<D3DVERTEX>& OBJvert, float TransX, float TransY, float TransZ);
+    tarko::Variant SCALElvertex(tarko::SafeArray<D3DLVERTEX>& OBJvert, float TransX, float TransY, float TransZ);
+
+    // Collision operations (collision/engine_collision.cpp). Vertices are
+    // read as they stand: no world matrix. An array never dimensioned, or too
+    // short for its step, raises 9 at the first missing vertex.
+    // True at the first triangle (i, i + 1, i + 2) the ray misses; False when
+    // it hits them all, or there are none.
+    bool ISnot_Colision(const tarko::SafeArray<D3DVERTEX>& OBJvert, const D3DVECTOR& origine,
+                        const D3DVECTOR& Direction);
+    // Pairs (i, i + 1), i in steps of 4: True when origine lies exactly on the
+    // pair's line in y or in z, each seen as a function of x. A pair with
+    // equal x raises 11.
+    bool COLISON_on(const tarko::SafeArray<D3DVERTEX>& OBJvert, const D3DVECTOR& origine);
+    // Pairs (i, i + 1), i in steps of 2, in the XZ plane, in doubles: POSme
+    // within 3 of the segment (a + b < c^2 first).
+    bool Colision_VERTEX(const tarko::SafeArray<D3DVERTEX>& OBJvert, const D3DVECTOR& POSme);
+    bool Colision_LVERTEX(const tarko::SafeArray<D3DLVERTEX>& OBJvert, const D3DVECTOR& POSme);
+    // Moeller-Trumbore, two-sided, det within 1e-4 misses. Dir is used as it
+    // is (not normalised): T counts in lengths of Dir. U and v are written as
+    // soon as known, T only on a hit. 1 hit, 0 no hit.
+    tarko::Byte RayCollision(const D3DVECTOR& orig, const D3DVECTOR& Dir, const D3DVECTOR& vert0,
+                             const D3DVECTOR& Vert1, const D3DVECTOR& Vert2, double& T, double& U, double& v);
+    // The distance, in double.
+    double getdist3d(const D3DVECTOR& sphere2, const D3DVECTOR& sphere1);
+    // Both radii become 15 (in the caller's variables too); True when the
+    // distance, as a Single, is at most 30.
+    bool CheckSphereCollision(const D3DVECTOR& object1, const D3DVECTOR& object2, float& Sphere1Radius,
+                              float& Sphere2Radius);
+
+private:
+    // One entry of the external cube list.
+    struct ExternCube {
+        tarko::SafeArray<D3DVERTEX> Vertices;       // CreateCubeEX, centred on the origin
+        D3DVECTOR Center;                           // Origin + Size / 2
+        tarko::Ref<DirectDrawSurface7> Texture;     // only when a file was named
+        std::string TextureFile;
+        float XMin = 0, ZMax = 0, XMax = 0, ZMin = 0;
+    };
+    tarko::SafeArray<ExternCube> ExternCubes;   // upper bound ExternCubeCount; erased by FreeDX
+    tarko::Integer ExternCubeCount = 0;          // kept by FreeDX
+
+public:
+    // ---- geometry and collision: END
 
 private:
     void ensure_root();
@@ -553,10 +699,6 @@ private:
     tarko::Long LastSecondTick = 0;
     tarko::Integer SecondFrames = 0;
     tarko::Variant LastFrameTick;
-
-    // Extern cubes (erased by FreeDX)
-    tarko::SafeArray<D3DVERTEX> ExternCubeVertices;
-    tarko::SafeArray<D3DVERTEX> ExternCubeFaces;
 
     // Lights
     tarko::SafeArray<D3DLIGHT7> LightRecords;

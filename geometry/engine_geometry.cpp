@@ -8,13 +8,6 @@
 using tarko::Variant;
 namespace geometry = tarko::geometry;
 
-namespace {
-
-// An optional tile count: missing means the default 1.
-float tile_of(const Variant& v) { return v.is_missing() ? 1.0f : v.to_single(); }
-
-}  // namespace
-
 void tarko_DX7::CreateCube(tarko::SafeArray<D3DVERTEX>& Vertices, float Size) {
     const float h = Size / 2;
     geometry::write_textured_cube(Vertices, D3DVECTOR{h, h, h}, 1.0f, 1.0f);
@@ -23,8 +16,8 @@ void tarko_DX7::CreateCube(tarko::SafeArray<D3DVERTEX>& Vertices, float Size) {
 void tarko_DX7::CreateCubeEX(tarko::SafeArray<D3DVERTEX>& Vertices, const D3DVECTOR& Vsize, const Variant& TileX,
                              const Variant& TileY) {
     // Both coerced before the array is touched, so a bad tile changes nothing.
-    const float tx = tile_of(TileX);
-    const float ty = tile_of(TileY);
+    const float tx = geometry::tile_argument(TileX);
+    const float ty = geometry::tile_argument(TileY);
     geometry::write_textured_cube(Vertices, D3DVECTOR{Vsize.x / 2, Vsize.y / 2, Vsize.z / 2}, tx, ty);
 }
 

@@ -2,9 +2,13 @@
 // builder's upper bound with its contents kept, the lower bound unchanged.
 #pragma once
 
+#include <array>
+#include <cstddef>
+
 #include "runtime/errors.h"
 #include "runtime/numeric.h"
 #include "runtime/safe_array.h"
+#include "runtime/variant.h"
 
 namespace tarko::geometry {
 
@@ -22,6 +26,17 @@ void prepare_host_array(SafeArray<T>& vertices, Long upper) {
 template <class T>
 void require_element(const SafeArray<T>& vertices, Long first) {
     (void)vertices(first);
+}
+
+// An optional tile count: missing means 1; anything else is coerced to Single
+// (Type mismatch, 13, when it holds no number).
+inline float tile_argument(const Variant& v) { return v.is_missing() ? 1.0f : v.to_single(); }
+
+// Prepares the array for elements 0..N-1 and copies `items` there.
+template <class T, std::size_t N>
+void write_items(SafeArray<T>& out, const std::array<T, N>& items) {
+    prepare_host_array(out, static_cast<Long>(N) - 1);
+    for (std::size_t i = 0; i < N; ++i) out(static_cast<Long>(i)) = items[i];
 }
 
 }  // namespace tarko::geometry
