@@ -36,6 +36,14 @@ rm -rf "$ROOT/build/demo-headless"
 env -u DISPLAY -u WAYLAND_DISPLAY "$ROOT/build/examples/demo/tarko_demo" --headless --frames 60 \
   --out "$ROOT/build/demo-headless"
 test -s "$ROOT/build/demo-headless/console.png"
+env -u DISPLAY -u WAYLAND_DISPLAY "$ROOT/build/examples/demo/tarko_demo" --scene room --headless --frames 30 \
+  --out "$ROOT/build/demo-headless/room"
+test -s "$ROOT/build/demo-headless/room/console.png"
+
+echo "== level example, headless: the scripted walk is held back by the wall"
+env -u DISPLAY -u WAYLAND_DISPLAY "$ROOT/build/examples/level/tarko_level" --headless --frames 60 \
+  --out "$ROOT/build/level-headless"
+test -s "$ROOT/build/level-headless/level_0059.png"
 
 echo "== tarko-view on a generated X model"
 rm -rf "$ROOT/build/x-sample"
