@@ -54,6 +54,7 @@ void DeviceDIALOGUE::INIT_enum(tarko_DX7& engine, Long hand, Long form_window) {
     try {
         TKX = &engine;
         Hand = hand;
+        if (!TKX->DX_7) TKX->DX_7 = tarko::Ref<DirectX7>(std::make_shared<DirectX7>());  // made on first use
 
         DisplayEnum = TKX->DX_7->getDDEnum();
         for (Long i = 1; i <= DisplayEnum->getCount(); ++i) Combo1.List.push_back(DisplayEnum->getDescription(i));

@@ -195,7 +195,8 @@ private:
                 // A group box: the line runs at half the caption's height,
                 // the caption sits on it over the window's grey.
                 const float line = at.y + kFontSize / 2;
-                list->AddRect(ImVec2(at.x, line), ImVec2(at.x + size.x, at.y + size.y),
+                // ImGui strokes both corners' pixels: the last column and row are width - 1 and height - 1 on.
+                list->AddRect(ImVec2(at.x, line), ImVec2(at.x + size.x - 1, at.y + size.y - 1),
                               ImGui::GetColorU32(ImGuiCol_Border));
                 const ImVec2 text = ImGui::CalcTextSize(c.text.c_str());
                 list->AddRectFilled(ImVec2(at.x + 6, at.y), ImVec2(at.x + 10 + text.x, at.y + text.y), background);
