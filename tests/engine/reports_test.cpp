@@ -78,9 +78,9 @@ const ReportCase kCases[] = {
          " * BLEND SUPPORT : DESTBLEND_ALPHA \r\n * BLEND SUPPORT : DESTBLEND_INVCOLOR \r\n"},
     {"source alpha and destination colour pairs",
      // Source 16 | 8 (ALPHA, INVCOLOR), destination 2 | 256 | 128 (ONE, COLOR, INVALPHA): table order, not bit order.
-     {0x400, 1, 1, 1, 16 | 8, 2 | 256 | 128, 2, 2, 8},
+     {0x600, 1, 1, 1, 16 | 8, 2 | 256 | 128, 2, 2, 8},  // z 16 and 24
      1, 1, "1",
-     "Zbuffer bit deph: 16",
+     "Zbuffer bit deph: 16, 24",
      true, "Multitexturing OK\nNumber Texture steges= 2Number simultaneous Texture = 2",
      "CAPABILITIES : Surface lCaps :  1",
      kHeader +
