@@ -13,6 +13,7 @@ using K = platform::FormActionKind;
 
 namespace {
 
+const char* const kFirstGuid = "{5A1E0001-0000-0000-0000-000000000001}";
 const char* const kSecondGuid = "{5A1E0002-0000-0000-0000-000000000002}";
 
 // Two drivers; three devices (software, hardware that cannot be made, a
@@ -21,7 +22,7 @@ platform::MachineProfile machine(std::vector<platform::DisplayMode> modes = {{32
                                                                             {640, 480, 16}, {800, 600, 16}},
                                  int device_count = 3) {
     auto p = platform::default_profile();
-    p.drivers = {{"Primary Display Driver", ""}, {"Second Card", kSecondGuid}};
+    p.drivers = {{"Main Card", kFirstGuid}, {"Second Card", kSecondGuid}};
     p.display_modes = std::move(modes);
     auto third = p.devices[0];
     third.name = "Third Device";
@@ -53,7 +54,10 @@ protected:
         dlg::set_dialog_options({dlg::DialogOptions::Mode::Scripted, dlg::parse_script(script), {}});
         engine.INIT_ShowDialog(hand);
     }
-    int at(const std::string& prefix, int from = 0) const { return platform::trace().find(prefix, from); }
+    // Index of the first entry at or after `from`; -1 when missing or when `from` is (a missing step before).
+    int at(const std::string& prefix, int from = 0) const {
+        return from < 0 ? -1 : platform::trace().find(prefix, from);
+    }
 
     platform::ScopedProfile profile{machine()};
     Long hand = 0, form_window = 0;
@@ -97,9 +101,9 @@ TEST(DialogLayout, TwipsBecomePixelsAtFifteenAndFramesCarryTheirControls) {
 
 TEST_F(Dialog, FillsTheListsAndSelectsFirstDriverDeviceBeforeTheLastAnd640x480At16) {
     auto& form = load();
-    EXPECT_EQ(form.Combo1.List, (std::vector<std::string>{"Primary Display Driver", "Second Card"}));
+    EXPECT_EQ(form.Combo1.List, (std::vector<std::string>{"Main Card", "Second Card"}));
     EXPECT_EQ(form.Combo1.ListIndex, 0);
-    EXPECT_EQ(form.DisplayGUID, "");
+    EXPECT_EQ(form.DisplayGUID, kFirstGuid);  // the selection fired the click
     EXPECT_EQ(form.Combo2.List, (std::vector<std::string>{"RGB Emulation", "Direct3D HAL", "Third Device"}));
     EXPECT_EQ(form.Combo2.ListIndex, 1);  // count 3 - 2
     EXPECT_EQ(form.DeviceGUID, "IID_IDirect3DHALDevice");
@@ -171,6 +175,8 @@ TEST_F(Dialog, EachEventChangesWhatItOwns) {
     EXPECT_EQ(form.DeviceGUID, "IID_IDirect3DRGBDevice");
     form.act({K::Select, "Combo3", 3});
     EXPECT_EQ(std::tuple(form.width, form.height, form.depth), std::tuple(Integer{800}, Integer{600}, Byte{16}));
+    form.act({K::Select, "Combo3", 1});
+    EXPECT_EQ(std::tuple(form.width, form.height, form.depth), std::tuple(Integer{640}, Integer{480}, Byte{32}));
     form.act({K::Select, "Combo3", 0});
     EXPECT_EQ(std::tuple(form.width, form.height, form.depth), std::tuple(Integer{320}, Integer{240}, Byte{16}));
 
@@ -240,6 +246,7 @@ TEST_F(Dialog, ScriptedRunsCloseCancelAndDefaultToOk) {
     EXPECT_EQ(at("DeviceDIALOGUE.Hide"), -1);
     show_scripted("");  // no script: the defaults, OK
     EXPECT_EQ(engine.wType, FullScreeen);
+    EXPECT_GT(at("DirectX7.directDrawCreate \"" + std::string(kFirstGuid) + "\"", at("DeviceDIALOGUE.Hide")), 0);
     EXPECT_GT(at("DirectDraw7.setDisplayMode 640, 480, 16, 0, 0"), 0);
 }
 

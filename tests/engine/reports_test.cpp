@@ -43,6 +43,7 @@ struct ReportCase {
     const char* multi;
     const char* surface;
     std::string tags;
+    friend void PrintTo(const ReportCase& c, std::ostream* os) { *os << c.machine; }
 };
 
 const ReportCase kCases[] = {
