@@ -237,6 +237,18 @@ TEST_F(Dialog, WithTheTickBoxTheWindowGivesTheSizeNotTheModeList) {
     EXPECT_EQ(engine.MEMORY, 16384);  // not the RGB GUID
 }
 
+TEST_F(Dialog, TheFormIsHiddenWhileTheEngineStarts) {
+    // An 8-bit host window makes the windowed start-up show its message: the form is gone by then.
+    window->set_display_depth(8);
+    std::vector<bool> shown;
+    const auto previous = runtime::set_message_box_handler(
+        [&](const MessageBoxRequest&) { shown.push_back(dlg::device_dialogue().is_shown()); });
+    show_scripted("tick Check1; click Command1");
+    runtime::set_message_box_handler(previous);
+    EXPECT_EQ(shown, std::vector<bool>{false});
+    EXPECT_FALSE(engine.D3D_DEV);
+}
+
 TEST_F(Dialog, ScriptedRunsCloseCancelAndDefaultToOk) {
     show_scripted("click Command2");  // the script ends with the form up: it is closed
     EXPECT_FALSE(dlg::device_dialogue().Loaded);
@@ -305,6 +317,8 @@ TEST_F(Dialog, ThePictureShowsEachControlWhereTheLayoutPutsIt) {
         const auto r = dlg::pixel_rect(name);
         EXPECT_TRUE(near(f, r.left + 2, r.top + 2, kList)) << name;
         EXPECT_TRUE(near(f, r.left + 2, r.top + r.height - 3, kList)) << name;
+        EXPECT_TRUE(near(f, r.left + r.width - 3, r.top + 2, kButton)) << name;  // the arrow's button, at the right end
+        EXPECT_TRUE(near(f, r.left + r.width + 1, r.top + 2, kWindow)) << name;
         EXPECT_TRUE(near(f, r.left, r.top + 10, kLine)) << name;  // the border
         EXPECT_TRUE(near(f, r.left - 2, r.top + 10, kWindow)) << name;
         EXPECT_TRUE(near(f, r.left + 2, r.top + r.height + 1, kWindow)) << name;
