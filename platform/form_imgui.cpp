@@ -114,6 +114,8 @@ public:
         io.KeyMap[ImGuiKey_Escape] = SDL_SCANCODE_ESCAPE;
         ImFontConfig font;
         font.SizePixels = kFontSize;
+        font.OversampleH = font.OversampleV = 1;  // the bitmap font as drawn: crisp, on whole pixels
+        font.PixelSnapH = true;
         io.Fonts->AddFontDefault(&font);
         set_form_style();
 
