@@ -300,7 +300,7 @@ constexpr Rgb kWindow{212, 208, 200}, kButton{228, 226, 220}, kList{255, 255, 25
 TEST_F(Dialog, ThePictureShowsEachControlWhereTheLayoutPutsIt) {
     auto& form = load();
     const platform::Frame f = platform::render_form(form.view());
-    if (const char* out = std::getenv("TARKO_DIALOG_PNG")) platform::write_png(f, out);
+    if (const char* out = std::getenv("TARKO_DIALOG_PNG")) platform::write_png(f, out);  // to look at it
     ASSERT_EQ(f.width, 450);
     ASSERT_EQ(f.height, 269);
     // Buttons: their face inside, the window's grey just outside to the left and above.
