@@ -364,3 +364,15 @@ TEST_F(Dialog, ThePictureShowsEachControlWhereTheLayoutPutsIt) {
     EXPECT_TRUE(near(ticked, modes.left + 2, modes.top + 2, {234, 232, 228}, 3));  // (255 + 212) / 2, ...
     EXPECT_TRUE(near(ticked, dlg::pixel_rect("Combo1").left + 2, dlg::pixel_rect("Combo1").top + 2, kList));
 }
+
+TEST_F(Dialog, InAWindowTheScriptRunsAfterTheFirstPictureAndOkStarts) {
+    if (!platform::display_available()) GTEST_SKIP() << "no display (scripts/test.sh runs the window under Xvfb)";
+    const auto png = test::scratch_dir("dialog_window") / "dialog.png";
+    dlg::set_dialog_options({dlg::DialogOptions::Mode::Window, dlg::parse_script("select Combo3 3; click Command1"),
+                             png.string()});
+    engine.INIT_ShowDialog(hand);
+    EXPECT_GT(std::filesystem::file_size(png), 0u);
+    EXPECT_EQ(engine.wType, FullScreeen);
+    EXPECT_EQ(engine.lWidth, 800);  // the fourth mode
+    EXPECT_FALSE(dlg::device_dialogue().Loaded);  // and its window gone with it
+}
