@@ -13,8 +13,8 @@
 namespace tarko::dialog {
 namespace {
 
-const ControlSpec* find_spec(const std::string& name) {
-    for (const ControlSpec& c : kControls)
+const ControlLayout* find_layout(const std::string& name) {
+    for (const ControlLayout& c : kControls)
         if (name == c.name) return &c;
     return nullptr;
 }
@@ -27,11 +27,11 @@ DialogOptions& options_store() {
 }  // namespace
 
 PixelRect pixel_rect(const std::string& name) {
-    const ControlSpec* c = find_spec(name);
+    const ControlLayout* c = find_layout(name);
     if (!c) raise_error(err::InvalidCall, "no control named " + name);
     int left = c->left, top = c->top;
     if (*c->parent) {
-        const ControlSpec* frame = find_spec(c->parent);
+        const ControlLayout* frame = find_layout(c->parent);
         left += frame->left;
         top += frame->top;
     }
@@ -185,12 +185,12 @@ platform::FormView DeviceDIALOGUE::view() const {
     v.caption = kCaption;
     v.width = kClientWidthTwips / kTwipsPerPixel;
     v.height = kClientHeightTwips / kTwipsPerPixel;
-    for (const ControlSpec& spec : kControls) {
+    for (const ControlLayout& entry : kControls) {
         platform::FormControl c;
-        c.name = spec.name;
-        c.kind = spec.kind;
-        c.text = spec.text;
-        const PixelRect r = pixel_rect(spec.name);
+        c.name = entry.name;
+        c.kind = entry.kind;
+        c.text = entry.text;
+        const PixelRect r = pixel_rect(entry.name);
         c.left = r.left;
         c.top = r.top;
         c.width = r.width;
@@ -203,7 +203,7 @@ platform::FormView DeviceDIALOGUE::view() const {
             c.enabled = box->Enabled;
         }
         c.checked = c.name == "Check1" && Check1 != 0;
-        if (spec.kind == platform::ControlKind::Picture) c.picture = &dialog_picture();
+        if (entry.kind == platform::ControlKind::Picture) c.picture = &dialog_picture();
         v.controls.push_back(std::move(c));
     }
     return v;

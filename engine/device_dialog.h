@@ -37,7 +37,7 @@ namespace tarko::dialog {
 
 // One control of the form, as laid out in twips (15 to a pixel); inside a
 // frame the place is relative to the frame.
-struct ControlSpec {
+struct ControlLayout {
     const char* name;
     const char* parent;  // "" for the form
     const char* text;
@@ -51,7 +51,7 @@ inline constexpr int kClientWidthTwips = 6750, kClientHeightTwips = 4035;  // 45
 inline constexpr const char* kCaption = "Select DRIVERS";
 
 // The controls in tab order, then Image1 (which takes no focus).
-inline constexpr std::array<ControlSpec, 10> kControls = {{
+inline constexpr std::array<ControlLayout, 10> kControls = {{
     {"Command1", "", "OK", 360, 3240, 1575, 375, 0, platform::ControlKind::Button},
     {"Check1", "", "Use Windows Desktop displaymode", 360, 2880, 3855, 255, 1, platform::ControlKind::CheckBox},
     {"Command2", "", "Cancel", 3720, 3360, 1695, 375, 2, platform::ControlKind::Button},

@@ -374,5 +374,5 @@ TEST_F(Dialog, InAWindowTheScriptRunsAfterTheFirstPictureAndOkStarts) {
     EXPECT_GT(std::filesystem::file_size(png), 0u);
     EXPECT_EQ(engine.wType, FullScreeen);
     EXPECT_EQ(engine.lWidth, 800);  // the fourth mode
-    EXPECT_FALSE(dlg::device_dialogue().Loaded);  // and its window gone with it
+    EXPECT_FALSE(dlg::device_dialogue().Loaded);
 }
