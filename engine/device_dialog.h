@@ -6,11 +6,11 @@
 // with a script of the same actions.
 //
 // Decisions where the behaviour was left open:
-// - Command2 (Cancel) drops the engine reference and leaves the form up, as
-//   it always did; the window's close box and Escape (a Close action) unload
-//   the form without starting anything. OK after Cancel raises 91.
-// - Setting a list's ListIndex fires its click event (as the form's runtime
-//   did), except -1, which selects nothing and fires nothing. An index past
+// - Command2 (Cancel) drops the engine reference and leaves the form up; the
+//   window's close box and Escape (a Close action) unload the form without
+//   starting anything. OK after Cancel raises 91.
+// - Setting a list's ListIndex fires its click event, from code as from the
+//   user, except -1, which selects nothing and fires nothing. An index past
 //   the last entry raises 380 (invalid property value).
 // - A disabled control takes no action.
 // - An error in an event (OK's start-up included) unloads the form and goes
@@ -102,7 +102,7 @@ public:
     void Check1_Click();     // after Check1 has changed
     void Command1_Click();   // OK
     void Command2_Click();   // Cancel
-    // Setting ListIndex as the runtime does: the click event follows.
+    // Sets ListIndex; the list's click event follows (none for -1).
     void set_list_index(ComboBox& box, int index);
     void Unload();
 

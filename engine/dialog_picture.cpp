@@ -9,7 +9,7 @@
 namespace tarko::dialog {
 namespace {
 
-constexpr int kWidth = 475, kHeight = 228;  // the size the form's picture always had
+constexpr int kWidth = 475, kHeight = 228;  // Image1's picture size
 constexpr int kHorizon = 132;
 
 std::uint32_t pack(double r, double g, double b) {
