@@ -47,6 +47,7 @@ void set_dialog_options(DialogOptions options) { options_store() = std::move(opt
 const DialogOptions& dialog_options() { return options_store(); }
 
 void DeviceDIALOGUE::INIT_enum(tarko_DX7& engine, Long hand, Long form_window) {
+    Unload();                  // a form still up from an earlier load goes first, with its window
     *this = DeviceDIALOGUE{};  // a fresh form on every load
     Loaded = true;
     FormWindow = form_window;
