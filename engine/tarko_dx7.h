@@ -649,6 +649,40 @@ private:
 public:
     // ---- geometry and collision: END
 
+    // ---- reports and device dialog: BEGIN
+    // Capability reports (engine_reports.cpp). Each asks the draw object or
+    // the device afresh; before start-up each raises 91 (object not set),
+    // Engine_Version aside.
+    tarko::Long FreeVideo_MEMORY();              // getFreeMem(DDSCAPS_VIDEOMEMORY)
+    tarko::Long INFO_FreeMemory();               // the hardware caps' free video memory
+    std::string INFO_videoFREE();                // the same number in decimal
+    // "Zbuffer bit deph: " then "16", ", 24", ", 32" for each depth offered.
+    std::string INFO_ZbufferBIT();
+    // More than one blend stage and simultaneous texture, and MODULATE.
+    bool INFO_MULTI_texturingOK();
+    // "Multitexturing OK", LF, the two counts (Str) after their labels; else
+    // "Multitexturing unAVAILABLE" and LF.
+    std::string INFO_MULTI_texturing();
+    float Engine_Version();                      // 1.03, at any time
+    // "CAPABILITIES : Surface lCaps :  " and the hardware caps' surface caps
+    // (ddsCaps.lCaps) in decimal.
+    std::string INFO_SufaceCAPS1();
+    // "// BLEND CAPS // ", two CR LF, then one line (CR LF ended) per source
+    // and destination blend cap the triangles offer.
+    std::string INFO_TAG_CAPS();
+
+    // Device dialog (engine_dialog.cpp, engine/device_dialog.h): fills the
+    // "Select DRIVERS" form and shows it modally; OK starts the engine with
+    // Initialize_EngineEX. Returns Empty when the form is gone.
+    tarko::Variant INIT_ShowDialog(tarko::Long Hand);
+
+private:
+    DDCAPS hardware_caps();
+    D3DDEVICEDESC7 device_caps();
+
+public:
+    // ---- reports and device dialog: END
+
 private:
     void ensure_root();
     void start_input(tarko::Long Hand);

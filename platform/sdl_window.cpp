@@ -86,6 +86,8 @@ public:
         SDL_UpdateWindowSurface(window_);
     }
     void set_title(const std::string& title) override { SDL_SetWindowTitle(window_, title.c_str()); }
+    void set_visible(bool visible) override { visible ? SDL_ShowWindow(window_) : SDL_HideWindow(window_); }
+    std::uint32_t system_id() const override { return SDL_GetWindowID(window_); }
 
 private:
     SDL_Window* window_ = nullptr;

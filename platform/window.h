@@ -34,6 +34,10 @@ public:
     const Frame& frame() const { return frame_; }
 
     virtual void set_title(const std::string& title) = 0;
+    // Hides or shows the window (a form hides before it unloads).
+    virtual void set_visible(bool) {}
+    // The window system's id of the window, 0 when it has none.
+    virtual std::uint32_t system_id() const { return 0; }
 
 protected:
     void resize_frame(int width, int height);

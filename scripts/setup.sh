@@ -8,6 +8,7 @@ PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libsdl2-dev libopenal-dev libfluidsynth-dev fluid-soundfont-gm libstb-dev zlib1g-dev libassimp-dev
   libjpeg62-turbo-dev libgif-dev
+  libimgui-dev
   xvfb xauth
   libegl1 libegl-mesa0 libgl1 libgl1-mesa-dri libegl-dev libgl-dev
 )

@@ -70,6 +70,14 @@ if command -v xvfb-run >/dev/null; then
   # Screenshot of the window: the demo writes what its window shows.
   test -s "$ROOT/build/demo-xvfb/frame_0030.png"
   echo "window screenshot: $ROOT/build/demo-xvfb/frame_0030.png"
+  echo "== device dialog in a window under Xvfb"
+  rm -rf "$ROOT/build/dialog-xvfb"
+  xvfb-run -a -s "-screen 0 1024x768x24" "$ROOT/build/examples/demo/tarko_demo" \
+    --dialog="select Combo3 3; tick Check1; tick Check1; click Command1" --frames 30 --out "$ROOT/build/dialog-xvfb"
+  # Screenshot of the dialog's window (written from its own present), then the run it started.
+  test -s "$ROOT/build/dialog-xvfb/dialog.png"
+  test -s "$ROOT/build/dialog-xvfb/frame_0029.png"
+  echo "dialog screenshot: $ROOT/build/dialog-xvfb/dialog.png"
 fi
 
 echo "== tests"

@@ -4,7 +4,11 @@
 // start-up log to the console, runs frames, prints the frame rates and writes
 // every 30th frame as PNG.
 //
-//   tarko_demo [--scene landscape|room] [--headless] [--frames N] [--out DIR] [--width W] [--height H]
+//   tarko_demo [--scene landscape|room] [--headless] [--frames N] [--out DIR] [--width W] [--height H] [--dialog[=SCRIPT]]
+//
+// --dialog starts on the driver, device and mode picked in the device dialog;
+// SCRIPT ("select Combo3 3; click Command1") picks unattended, and with --out
+// the dialog's picture is written as dialog.png.
 //
 // Headless, the camera walks a scripted path, one step per frame, so the
 // pictures are the same on every run. In a window: arrows or WASD walk and
@@ -34,6 +38,8 @@ struct Options {
     int width = 640;
     int height = 480;
     std::string out;
+    bool dialog = false;
+    std::string dialog_script;
 };
 
 Options parse(int argc, char** argv) {
@@ -52,8 +58,11 @@ Options parse(int argc, char** argv) {
         else if (a == "--out") o.out = value("--out");
         else if (a == "--width") o.width = std::atoi(value("--width").c_str());
         else if (a == "--height") o.height = std::atoi(value("--height").c_str());
+        else if (a.rfind("--dialog", 0) == 0 && (a.size() == 8 || a[8] == '='))
+            o.dialog = true, o.dialog_script = a.size() > 8 ? a.substr(9) : "";
         else if (a == "--help" || a == "-h") {
-            std::printf("usage: tarko_demo --scene room [--headless] [--frames N] [--out DIR] [--width W] [--height H]\n");
+            std::printf("usage: tarko_demo [--scene landscape|room] [--headless] [--frames N] [--out DIR] [--width W] [--height H] "
+                        "[--dialog[=SCRIPT]]\n");
             std::exit(0);
         } else {
             std::fprintf(stderr, "unknown argument: %s\n", a.c_str());
@@ -331,7 +340,7 @@ int main(int argc, char** argv) {
     tarko_DX7 engine;
     int frames_run = 0;
     try {
-        engine.Initialize_Windowed(hwnd);
+        landscape::start_engine(engine, hwnd, windowed, options.dialog, options.dialog_script, options.out);
         if (!engine.D3D_DEV) {
             std::fprintf(stderr, "no 3D device could be opened\n");
             return 1;

@@ -23,6 +23,8 @@ struct Options {
     int width = 640;
     int height = 480;
     std::string out;
+    bool dialog = false;
+    std::string dialog_script;
 };
 
 bool parse(int argc, char** argv, const char* program, Options& o) {
@@ -42,10 +44,12 @@ bool parse(int argc, char** argv, const char* program, Options& o) {
         else if (a == "--out" && value("--out", v)) o.out = v;
         else if (a == "--width" && value("--width", v)) o.width = std::atoi(v.c_str());
         else if (a == "--height" && value("--height", v)) o.height = std::atoi(v.c_str());
+        else if (a.rfind("--dialog", 0) == 0 && (a.size() == 8 || a[8] == '='))
+            o.dialog = true, o.dialog_script = a.size() > 8 ? a.substr(9) : "";
         else if (a == "--help" || a == "-h") {
             const bool demo = std::strcmp(program, "tarko_demo") == 0;   // the demo also has the room
-            std::printf("usage: %s%s [--headless] [--frames N] [--out DIR] [--width W] [--height H]\n", program,
-                        demo ? " [--scene landscape|room]" : "");
+            std::printf("usage: %s%s [--headless] [--frames N] [--out DIR] [--width W] [--height H] "
+                        "[--dialog[=SCRIPT]]\n", program, demo ? " [--scene landscape|room]" : "");
             std::exit(0);
         } else {
             if (a != "--frames" && a != "--out" && a != "--width" && a != "--height")
@@ -116,6 +120,18 @@ const char* take_scene(int& argc, char** argv) {
     return "";
 }
 
+void start_engine(tarko_DX7& engine, tarko::Long hwnd, bool windowed, bool dialog, const std::string& script,
+                  const std::string& out) {
+    if (!dialog) {
+        engine.Initialize_Windowed(hwnd);
+        return;
+    }
+    namespace dlg = tarko::dialog;
+    dlg::set_dialog_options({windowed ? dlg::DialogOptions::Mode::Window : dlg::DialogOptions::Mode::Scripted,
+                             dlg::parse_script(script), out.empty() ? "" : out + "/dialog.png"});
+    engine.INIT_ShowDialog(hwnd);
+}
+
 int run(int argc, char** argv, const char* program) {
     Options options;
     if (!parse(argc, argv, program, options)) return 2;
@@ -143,7 +159,7 @@ int run(int argc, char** argv, const char* program) {
     tarko_DX7 engine;
     int frames_run = 0;
     try {
-        engine.Initialize_Windowed(hwnd);
+        start_engine(engine, hwnd, windowed, options.dialog, options.dialog_script, options.out);
         if (!engine.D3D_DEV) {
             std::fprintf(stderr, "no 3D device could be opened\n");
             return 1;

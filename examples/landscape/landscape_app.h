@@ -2,13 +2,23 @@
 // demo (tarko_demo, whose room of cubes is the other scene).
 #pragma once
 
+#include <string>
+
+#include <tarko/tarko.h>
+
 namespace landscape {
+
+// Starts the engine on the window: windowed on the desktop's mode, or, with
+// `dialog`, on what the device dialog picks (`script` picks unattended; with
+// `out` the dialog's picture goes to out/dialog.png).
+void start_engine(tarko_DX7& engine, tarko::Long hwnd, bool windowed, bool dialog, const std::string& script,
+                  const std::string& out);
 
 // Removes "--scene NAME" from the arguments and gives NAME ("" when absent).
 const char* take_scene(int& argc, char** argv);
 
 // Runs the landscape: [--headless] [--frames N] [--out DIR] [--width W]
-// [--height H]; the exit status.
+// [--height H] [--dialog[=SCRIPT]]; the exit status.
 int run(int argc, char** argv, const char* program);
 
 }  // namespace landscape
