@@ -265,7 +265,7 @@ struct Box {
         lo = D3DVECTOR{static_cast<float>(min[0]), static_cast<float>(min[1]), static_cast<float>(min[2])};
         hi = D3DVECTOR{static_cast<float>(max[0]), static_cast<float>(max[1]), static_cast<float>(max[2])};
         const double l[3] = {lo.x, lo.y, lo.z}, h[3] = {hi.x, hi.y, hi.z};
-        double half = 0;
+        double half = (h[0] - l[0]) / 2;  // negative for a box that was never widened
         float c[3];
         for (int i = 0; i < 3; ++i) {
             c[i] = static_cast<float>((l[i] + h[i]) / 2);
