@@ -162,7 +162,9 @@ TEST_F(LightMaps, EachGroupKeepsItsEntryAndEmptyEntriesAreTakenFirst) {
     EXPECT_EQ(r.Groups[3].LightMapSlot, 3);
     EXPECT_FALSE(mesh::module().LightMapTable[3]);  // a size of 0 makes no surface
     const auto first = map(1);
+    mesh::module().LightMapTable[3] = mesh::make_light_map_surface(4, 4);
     mesh->GenerateLightMap(16, Variant(), 0x00FFFFFF);
+    EXPECT_FALSE(mesh::module().LightMapTable[3]);  // released, and no new one for a size of 0
     EXPECT_EQ(mesh::module().LightMapCount, 3);
     EXPECT_NE(map(1), first);  // released and made anew in the same entry
     EXPECT_EQ(texel(1, 3, 7), 0xFFFFFFu);
@@ -316,7 +318,7 @@ TEST_F(TvlmFiles, MapsRoundTripIntoTheirGroupsAndTheLastLongIsIgnored) {
 
 TEST_F(TvlmFiles, BadFilesChangeNothing) {
     plane(1);
-    const std::vector<std::uint8_t> good_then_bad_group = write_tvlm({{1, 1, 1, {7}}, {1, 1, 3, {7}}});
+    const std::vector<std::uint8_t> good_then_bad_group = write_tvlm({{1, 1, 1, {7}}, {1, 1, 2, {7}}});
     struct Row {
         const char* what;
         std::vector<std::uint8_t> file;
@@ -325,7 +327,7 @@ TEST_F(TvlmFiles, BadFilesChangeNothing) {
     const Row rows[] = {
         {"wrong magic", write_tvlm({{1, 1, 1, {7}}}, "MLVT"), 0},
         {"cut short", write_tvlm({{2, 2, 1, {7}}}), err::InputPastEnd},
-        {"a group the mesh lacks", good_then_bad_group, err::SubscriptOutOfRange},
+        {"a group the mesh lacks (it has 0 and 1)", good_then_bad_group, err::SubscriptOutOfRange},
     };
     for (const Row& w : rows) {
         EXPECT_EQ(test::error_of([&] { mesh->LoadLightMaps(save(w.file)); }), w.error) << w.what;

@@ -62,10 +62,15 @@ TEST_F(MeshRender, ABoxIsLitWithItsMaterialAndBlendsOneToOne) {
     EXPECT_EQ(calls[7], kZWriteOn);
     // Blend factors left at 0 on the record are sent as 2 too.
     mesh->record().SrcBlend = 0;
-    mesh->record().DestBlend = 5;
+    mesh->record().DestBlend = 0;
     const Calls again = render();
-    EXPECT_EQ(again[1], state(20, 5));
+    EXPECT_EQ(again[1], state(20, 2));
     EXPECT_EQ(again[2], state(19, 2));
+    mesh->record().SrcBlend = 6;
+    mesh->record().DestBlend = 5;
+    const Calls other = render();
+    EXPECT_EQ(other[1], state(20, 5));
+    EXPECT_EQ(other[2], state(19, 6));
 }
 
 TEST_F(MeshRender, TransformedVerticesDrawAsTheirOwnFormAndTexturesCanBeKept) {

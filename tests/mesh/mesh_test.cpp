@@ -110,8 +110,10 @@ TEST_F(MeshTable, TheFirstVertexIsNumberOneAndGoesIntoItsGroupAsZero) {
 TEST_F(MeshTable, AVertexPastIndex32767RaisesOverflowInAGroupOnly) {
     Mesh m;
     Long n = 0;
-    for (int i = 0; i < 32768; ++i) m.AddVertex(0, 0, 0, 0, 0, 0, 0, 0, 0, false, n);
+    for (int i = 0; i < 32767; ++i) m.AddVertex(0, 0, 0, 0, 0, 0, 0, 0, 0, false, n);
     m.SetGroupPointer(1);
+    m.AddVertex(0, 0, 0, 0, 0, 0, 0, 0, 0, false, n);  // vertex 32768 is listed as 32767
+    EXPECT_EQ(m.record().Groups[1].GroupIndices.back(), 32767);
     // Vertex 32769 would be listed as 32768, beyond an Integer.
     EXPECT_EQ(test::error_of([&] { m.AddVertex(0, 0, 0, 0, 0, 0, 0, 0, 0, false, n); }), err::Overflow);
     EXPECT_EQ(m.GetVertexCount(), 32768);
@@ -182,6 +184,7 @@ TEST_F(MeshTable, BoxHasThirtySixVerticesInFaceOrderAndSetsItsTypes) {
         {15, -1, 2, -3, 1, 0, -1, 0, 0},   // C3
         {20, 1, 2, 3, 0, 0, 0, 0, 1},      // C8
         {27, 1, 2, 3, 1, 0, 0, 1, 0},      // C8 on the top
+        {30, 1, 2, -3, 1, 1, 0, 1, 0},     // C7
         {32, 1, -2, -3, 0, 0, 0, -1, 0},   // C5 on the bottom
         {36, -1, -2, 3, 1, 1, 0, -1, 0},   // C2 closes it
     };
@@ -287,6 +290,10 @@ TEST_F(MeshTable, RotateMeshWrapsEachComponentOnce) {
     m.RotateMesh(0, 20, 330);  // 370 - 360 = 10; 360 stays
     EXPECT_EQ(m.GetRotation().y, 10.0f);
     EXPECT_EQ(m.GetRotation().z, 360.0f);
+    m.SetRotation(0, 0, 0);
+    m.RotateMesh(0, -360, 0);  // 0 stays 0; -360 gains 360 once
+    EXPECT_EQ(m.GetRotation().x, 0.0f);
+    EXPECT_EQ(m.GetRotation().y, 0.0f);
 }
 
 TEST_F(MeshTable, ClearMeshEmptiesTheArraysAndKeepsNamePositionAndGroupCount) {
