@@ -1,4 +1,6 @@
 // Light maps baked per group, the light-map table, and "TVLM" files.
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <vector>
@@ -335,4 +337,28 @@ TEST_F(TvlmFiles, BadFilesChangeNothing) {
         EXPECT_EQ(mesh::module().LightMapCount, 0) << w.what;
     }
     EXPECT_EQ(test::error_of([&] { mesh->LoadLightMaps(save({}) + ".missing"); }), err::FileNotFound);
+}
+
+TEST(TvlmReader, SeedFilesReadToTheirEnd) {
+    // The fuzz seeds; with TARKO_WRITE_SEEDS=<fuzz/corpus> they are also written to <dir>/tvlm.
+    std::vector<std::uint32_t> ramp;
+    for (std::uint32_t i = 0; i < 64; ++i) ramp.push_back(i * 0x030201u);
+    const struct {
+        const char* name;
+        std::vector<std::uint8_t> bytes;
+        std::size_t maps;
+    } seeds[] = {
+        {"one.tvlm", write_tvlm({{2, 1, 1, {0x0000FF, 0x00FF00}}}), 1},
+        {"three.tvlm", write_tvlm({{8, 8, 1, ramp}, {1, 4, 2, {1, 2, 3, 4}}, {4, 1, 0, {9, 9, 9, 9}}}), 3},
+        {"empty.tvlm", write_tvlm({}), 0},
+    };
+    const char* dir = std::getenv("TARKO_WRITE_SEEDS");
+    for (const auto& s : seeds) {
+        EXPECT_EQ(mesh::parse_tvlm(s.bytes).maps.size(), s.maps) << s.name;
+        if (dir) {
+            std::filesystem::create_directories(std::filesystem::path(dir) / "tvlm");
+            std::ofstream(std::filesystem::path(dir) / "tvlm" / s.name, std::ios::binary)
+                .write(reinterpret_cast<const char*>(s.bytes.data()), static_cast<std::streamsize>(s.bytes.size()));
+        }
+    }
 }
