@@ -48,6 +48,35 @@ void bake_column(const BakeJob& job, int x, std::uint32_t* out) {
     }
 }
 
+// The lights that can reach some texel: a light whose range ends short of the
+// map's bounding box (with a margin for the rounding of texel positions) adds
+// nothing anywhere and is left out. Lights of no usable range stay, as the
+// per-texel test decides them.
+std::vector<D3DLIGHT7> lights_reaching(const BakeJob& job) {
+    double lo[3], hi[3];
+    const double p[3] = {job.p0.x, job.p0.y, job.p0.z}, e1[3] = {job.e1.x, job.e1.y, job.e1.z},
+                 e2[3] = {job.e2.x, job.e2.y, job.e2.z};
+    for (int i = 0; i < 3; ++i) {
+        lo[i] = p[i] + std::min(0.0, e1[i]) + std::min(0.0, e2[i]);
+        hi[i] = p[i] + std::max(0.0, e1[i]) + std::max(0.0, e2[i]);
+    }
+    std::vector<D3DLIGHT7> out;
+    for (const D3DLIGHT7& light : job.lights) {
+        const double at[3] = {light.position.x, light.position.y, light.position.z};
+        double d2 = 0, extent = 1;
+        for (int i = 0; i < 3; ++i) {
+            const double d = at[i] < lo[i] ? lo[i] - at[i] : at[i] > hi[i] ? at[i] - hi[i] : 0;
+            d2 += d * d;
+            extent += std::fabs(lo[i]) + std::fabs(hi[i]) + std::fabs(at[i]);
+        }
+        const double range = light.range;
+        const bool out_of_reach = range > 0 && std::isfinite(range) && std::isfinite(d2) &&
+                                  std::sqrt(d2) > range + extent * 1e-5;
+        if (!out_of_reach) out.push_back(light);
+    }
+    return out;
+}
+
 platform::d3d::WorkerPool* bake_pool() {
     auto& m = module();
     if (!m.BakePool) m.BakePool = std::make_unique<platform::d3d::WorkerPool>(m.BakeThreads);
@@ -70,9 +99,12 @@ Long whole_texels(double v) {
 
 }  // namespace
 
-std::vector<std::uint32_t> bake_texels(const BakeJob& job, platform::d3d::WorkerPool* pool) {
-    std::vector<std::uint32_t> texels(static_cast<std::size_t>(job.width) * static_cast<std::size_t>(job.height));
-    if (job.width <= 0 || job.height <= 0) return texels;
+std::vector<std::uint32_t> bake_texels(const BakeJob& all, platform::d3d::WorkerPool* pool) {
+    std::vector<std::uint32_t> texels(static_cast<std::size_t>(std::max(all.width, 0)) *
+                                      static_cast<std::size_t>(std::max(all.height, 0)));
+    if (all.width <= 0 || all.height <= 0) return texels;
+    BakeJob job = all;
+    job.lights = lights_reaching(all);
     // Every texel is worked out alone, so the map is the same for any thread count.
     if (pool && pool->size() > 1 && job.width * job.height >= kParallelTexels) {
         pool->run(job.width, [&](int x) { bake_column(job, x, texels.data()); });

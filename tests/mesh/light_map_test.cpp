@@ -228,6 +228,24 @@ TEST_F(LightMaps, LargeMapsAreTheSameForEveryThreadCount) {
     EXPECT_EQ(a, b);
     EXPECT_EQ(a, c);
     EXPECT_EQ(a, mesh::bake_texels(job, nullptr));
+
+    // Lights whose range ends just short of the map are left out of the work
+    // and change nothing; one that reaches it counts. The map spans x 0..90,
+    // z 0..70 at y 0: a light 5 above texel (48, 40) at (45, 0, 35) with range
+    // 5.5 gives it 255 / 11 = 23; one 5.1 below the corner (90, 0, 70) with
+    // range 5 reaches no texel.
+    mesh::BakeJob lone = job;
+    lone.lights = {point_light({45, 5, 35}, 5.5f, kWhite)};
+    const auto just = mesh::bake_texels(lone, nullptr);
+    EXPECT_EQ(just[40 * 96 + 48], 0x171717u);
+    lone.lights.push_back(point_light({90, -5.1f, 70}, 5, kWhite));
+    EXPECT_EQ(mesh::bake_texels(lone, nullptr), just);
+    // The same map spanned from its far corner along -x and -z: texel (48, 40)
+    // is again (90 - 45, 0, 70 - 35).
+    lone.p0 = {90, 0, 70};
+    lone.e1 = {-90, 0, 0};
+    lone.e2 = {0, 0, -70};
+    EXPECT_EQ(mesh::bake_texels(lone, nullptr)[40 * 96 + 48], 0x171717u);
 }
 
 TEST_F(LightMaps, GroupsTheMeshHasLostAreSkipped) {
