@@ -37,6 +37,10 @@ env -u DISPLAY -u WAYLAND_DISPLAY "$ROOT/build/examples/demo/tarko_demo" --headl
   --out "$ROOT/build/demo-headless"
 test -s "$ROOT/build/demo-headless/console.png"
 
+echo "== light-map example, headless"
+"$ROOT/build/examples/lightmaps/tarko_lightmaps" --out "$ROOT/build/lightmaps"
+test -s "$ROOT/build/lightmaps/lightmaps.png"
+
 echo "== tarko-view on a generated X model"
 rm -rf "$ROOT/build/x-sample"
 "$ROOT/build/examples/x_viewer/tarko_x_viewer" --write-sample "$ROOT/build/x-sample"
