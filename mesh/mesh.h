@@ -32,6 +32,7 @@
 
 #include "platform/object_ref.h"
 #include "platform/records.h"
+#include "mesh/tvlm_reader.h"
 #include "platform/surface.h"
 #include "runtime/numeric.h"
 #include "runtime/safe_array.h"
@@ -133,19 +134,6 @@ struct BakeJob {
 };
 // Device-context colours 0x00BBGGRR, row by row (entry y * width + x).
 std::vector<std::uint32_t> bake_texels(const BakeJob& job, platform::d3d::WorkerPool* pool);
-
-struct TvlmMap {
-    Long width = 0, height = 0;
-    Integer group = 0;
-    std::vector<std::uint32_t> texels;  // width * height, row by row; the extra Long dropped
-};
-struct TvlmFile {
-    bool magic_ok = false;  // false: not a "TVLM" file, nothing else read
-    std::vector<TvlmMap> maps;
-};
-// Reads a whole file; io::ParseError for one that is cut short or names a map
-// size outside 1..16384 a side. A negative map count reads no maps.
-TvlmFile parse_tvlm(std::span<const std::uint8_t> bytes);
 
 // A system-memory 32-bit texture of the given size holding `texels`
 // (device-context colours, row by row).
