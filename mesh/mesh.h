@@ -110,6 +110,7 @@ struct MeshModule {
     std::vector<Ref<DirectDrawSurface7>> SpriteTable{1};
     std::vector<std::string> SpriteNames{1};
     Long SpriteCursor = 0;
+    std::vector<std::string> DeveloperTrace;  // the sprite loader's error lines; no user sees them
     int BakeThreads = 0;  // 0: one per core
     std::unique_ptr<platform::d3d::WorkerPool> BakePool;
     ~MeshModule();
@@ -244,6 +245,12 @@ public:
     void SetLightMapAxes(Integer group, const D3DVECTOR& AxisU, const D3DVECTOR& AxisV);
     // On: RenderMeshM draws each group with its light map on stage 0 (vertex type 1).
     void SetLightMapStage(bool on);
+    // The sprite loader, which nothing calls yet: a mesh showing the same file
+    // lends its frames; else each frame becomes a texture of SpriteTable at the
+    // size rounded up the ladder. A failing step goes to the module's
+    // DeveloperTrace and the next one runs; a file that cannot be read changes
+    // nothing but SpriteFile.
+    void LoadSprite(const std::string& FileName, tarko_DX7& engine);
 
     Integer slot() const { return MeshSlot; }
     mesh::MeshRecord& record() const;
