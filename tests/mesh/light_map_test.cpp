@@ -14,7 +14,7 @@
 #include "tvlm_writer.h"
 
 using namespace tarko;
-using test::TvlmMapSpec;
+using test::TvlmMapRecord;
 using test::write_tvlm;
 
 namespace {
@@ -260,7 +260,7 @@ TEST_F(LightMaps, GroupsTheMeshHasLostAreSkipped) {
 
 TEST(TvlmReader, HostileFilesAreRefusedWithReasonAndByte) {
     auto map = [](std::int32_t w, std::int32_t h, std::size_t texels) {
-        return TvlmMapSpec{w, h, 1, std::vector<std::uint32_t>(texels, 0x123456)};
+        return TvlmMapRecord{w, h, 1, std::vector<std::uint32_t>(texels, 0x123456)};
     };
     auto cut = [](std::vector<std::uint8_t> b, std::size_t size) {
         b.resize(size);
@@ -321,19 +321,19 @@ TEST_F(TvlmFiles, MapsRoundTripIntoTheirGroupsAndTheLastLongIsIgnored) {
     Mesh::SetBakeLight(0, point_light({1, 2, 3}, 9, kWarm), true);
     mesh->GenerateLightMap(16, Variant(), 0x00203040);
     const auto baked = map(1);
-    TvlmMapSpec spec{baked->width(), baked->height(), 1, {}};
-    for (int y = 0; y < spec.height; ++y)
-        for (int x = 0; x < spec.width; ++x) {
+    TvlmMapRecord out{baked->width(), baked->height(), 1, {}};
+    for (int y = 0; y < out.height; ++y)
+        for (int x = 0; x < out.width; ++x) {
             const std::uint32_t c = baked->raw_at(x, y);
-            spec.texels.push_back((c & 0xFF) << 16 | (c & 0xFF00) | (c >> 16 & 0xFF));
+            out.texels.push_back((c & 0xFF) << 16 | (c & 0xFF00) | (c >> 16 & 0xFF));
         }
     Mesh other;
     other.SetGroupPointer(1);
-    other.LoadLightMaps(save(write_tvlm({spec}), "baked.tvlm"));
+    other.LoadLightMaps(save(write_tvlm({out}), "baked.tvlm"));
     const auto loaded = mesh::module().LightMapTable[static_cast<std::size_t>(other.record().Groups[1].LightMapSlot)];
     ASSERT_EQ(loaded->byte_size(), baked->byte_size());
-    for (int y = 0; y < spec.height; ++y)
-        for (int x = 0; x < spec.width; ++x) ASSERT_EQ(loaded->raw_at(x, y) & 0xFFFFFF, baked->raw_at(x, y) & 0xFFFFFF);
+    for (int y = 0; y < out.height; ++y)
+        for (int x = 0; x < out.width; ++x) ASSERT_EQ(loaded->raw_at(x, y) & 0xFFFFFF, baked->raw_at(x, y) & 0xFFFFFF);
 }
 
 TEST_F(TvlmFiles, BadFilesChangeNothing) {

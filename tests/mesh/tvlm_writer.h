@@ -8,7 +8,7 @@
 
 namespace tarko::test {
 
-struct TvlmMapSpec {
+struct TvlmMapRecord {
     std::int32_t width = 0, height = 0;
     std::int16_t group = 0;
     std::vector<std::uint32_t> texels;  // written as given; the extra Long follows
@@ -20,7 +20,7 @@ inline void put_le(std::vector<std::uint8_t>& out, std::uint32_t v, int bytes) {
 
 // "TVLM", the map count (the number of maps unless `count` is given), each map
 // with its texels and one Long 0xDEADBEEF beyond them.
-inline std::vector<std::uint8_t> write_tvlm(const std::vector<TvlmMapSpec>& maps, std::string magic = "TVLM",
+inline std::vector<std::uint8_t> write_tvlm(const std::vector<TvlmMapRecord>& maps, std::string magic = "TVLM",
                                             int count = -1) {
     std::vector<std::uint8_t> out(magic.begin(), magic.end());
     put_le(out, static_cast<std::uint32_t>(count < 0 ? static_cast<int>(maps.size()) : count), 2);
