@@ -45,6 +45,10 @@ env -u DISPLAY -u WAYLAND_DISPLAY "$ROOT/build/examples/level/tarko_level" --hea
   --out "$ROOT/build/level-headless"
 test -s "$ROOT/build/level-headless/level_0059.png"
 
+echo "== light-map example, headless"
+"$ROOT/build/examples/lightmaps/tarko_lightmaps" --out "$ROOT/build/lightmaps"
+test -s "$ROOT/build/lightmaps/lightmaps.png"
+
 echo "== tarko-view on a generated X model"
 rm -rf "$ROOT/build/x-sample"
 "$ROOT/build/examples/x_viewer/tarko_x_viewer" --write-sample "$ROOT/build/x-sample"

@@ -1,0 +1,382 @@
+// Light maps baked per group, the light-map table, and "TVLM" files.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "mesh/mesh.h"
+#include "platform/d3d/worker_pool.h"
+#include "runtime/byte_reader.h"
+#include "support/test_support.h"
+#include "tvlm_writer.h"
+
+using namespace tarko;
+using test::TvlmMapRecord;
+using test::write_tvlm;
+
+namespace {
+
+D3DLIGHT7 point_light(D3DVECTOR at, float range, D3DCOLORVALUE diffuse, std::int32_t type = D3DLIGHT_POINT) {
+    D3DLIGHT7 l;
+    l.dltType = type;
+    l.position = at;
+    l.range = range;
+    l.diffuse = diffuse;
+    return l;
+}
+
+class LightMaps : public ::testing::Test {
+protected:
+    void SetUp() override {
+        mesh::reset_module();
+        mesh = std::make_unique<Mesh>();
+    }
+    void TearDown() override {
+        mesh.reset();
+        mesh::reset_module();
+    }
+    // A group of three vertices P0, P1, P2 (more follow if given).
+    void group(Integer g, std::vector<D3DVECTOR> points) {
+        mesh->SetGroupPointer(g);
+        Long n = 0;
+        for (const auto& p : points) mesh->AddVertex(p.x, p.y, p.z, -1, 0, 0, 0, 0, 0, false, n);
+    }
+    // P0 (0, 0, 0), P1 (0, 0, 4), P2 (8, 0, 0): E1 = (8, 0, 0), E2 = (0, 0, 4). At
+    // Density 16 (1 texel a unit) W = |E2| = 4 runs along E1 and H = |E1| = 8
+    // along E2: texel (x, y) lies at (2 x, 0, 0.5 y).
+    void plane(Integer g = 1) { group(g, {{0, 0, 0}, {0, 0, 4}, {8, 0, 0}}); }
+    Ref<DirectDrawSurface7> map(Integer g) const {
+        const Integer slot = mesh->record().Groups[static_cast<std::size_t>(g)].LightMapSlot;
+        return mesh::module().LightMapTable[static_cast<std::size_t>(slot)];
+    }
+    // 0x00RRGGBB as the X8R8G8B8 surface holds it.
+    std::uint32_t texel(Integer g, int x, int y) const { return map(g)->raw_at(x, y) & 0xFFFFFFu; }
+
+    std::unique_ptr<Mesh> mesh;
+};
+
+const D3DCOLORVALUE kWarm{1, 0.5f, 0.25f, 1}, kWhite{1, 1, 1, 1};
+
+}  // namespace
+
+TEST_F(LightMaps, OnePointLightAddsItsDiffuseByDistanceAlone) {
+    plane();
+    Mesh::SetBakeLight(0, point_light({0, 3, 0}, 10, kWarm), true);
+    mesh->GenerateLightMap(16, Variant(), 0);
+    ASSERT_TRUE(map(1));
+    EXPECT_EQ(map(1)->width(), 4);
+    EXPECT_EQ(map(1)->height(), 8);
+    // (0, 0): distance 3, a = 1 - 3/10 = 0.7: 0.7 x 255 = 178.5 -> 178, x 0.5 -> 89, x 0.25 -> 44.
+    EXPECT_EQ(texel(1, 0, 0), 0xB2592Cu);
+    // (2, 0) lies at (4, 0, 0), 53 degrees off the light's vertical: distance
+    // 5, a = 0.5: 127.5 -> 127, 63.75 -> 63, 31.875 -> 31. No angle term.
+    EXPECT_EQ(texel(1, 2, 0), 0x7F3F1Fu);
+    // (0, 6) at (0, 0, 3): distance sqrt(18) = 4.2426, a = 0.57574: 146.8 -> 146, 73.4 -> 73, 36.7 -> 36.
+    EXPECT_EQ(texel(1, 0, 6), 0x924924u);
+}
+
+TEST_F(LightMaps, AmbientIsRoundedAndTwoLightsAreSummedThenClamped) {
+    plane();
+    Mesh::SetBakeLight(0, point_light({0, 3, 0}, 10, kWarm), true);
+    mesh->GenerateLightMap(16, Variant(), 0x00102030);
+    // Ambient (16, 32, 48) + (127, 63, 31) at (2, 0).
+    EXPECT_EQ(texel(1, 2, 0), 0x8F5F4Fu);
+
+    Mesh::SetBakeLight(5, point_light({8, 3, 0}, 10, kWhite), true);
+    mesh->GenerateLightMap(16, Variant(), 0);
+    // (2, 0) is 5 from both: (127, 63, 31) + (127, 127, 127) = (254, 190, 158).
+    EXPECT_EQ(texel(1, 2, 0), 0xFEBE9Eu);
+    // (0, 0): the second light at sqrt(73) = 8.544, a = 0.1456 x 255 = 37.1 -> 37:
+    // (178 + 37, 89 + 37, 44 + 37) = (215, 126, 81).
+    EXPECT_EQ(texel(1, 0, 0), 0xD77E51u);
+
+    // Two white lights 1 above (0, 0): 0.9 x 255 = 229.5 -> 229 each, 458 held at 255.
+    Mesh::SetBakeLight(0, point_light({0, 1, 0}, 10, kWhite), true);
+    Mesh::SetBakeLight(5, point_light({0, 1, 0}, 10, kWhite), true);
+    mesh->GenerateLightMap(16, Variant(), 0);
+    EXPECT_EQ(texel(1, 0, 0), 0xFFFFFFu);
+}
+
+TEST_F(LightMaps, OnlyLitPointLightsOfTheFirst32RecordsAndWithinTheirRangeCount) {
+    plane();
+    struct Row {
+        const char* what;
+        Integer index;
+        D3DLIGHT7 light;
+        bool on;
+    };
+    const Row rows[] = {
+        {"record 32 is never read", 32, point_light({0, 1, 0}, 10, kWhite), true},
+        {"a light that is off", 3, point_light({0, 1, 0}, 10, kWhite), false},
+        {"a directional light", 31, point_light({0, 1, 0}, 10, kWhite, D3DLIGHT_DIRECTIONAL), true},
+        // (0, 0) lies exactly at the range, a = 0; every other texel beyond it.
+        {"a light at its range", 31, point_light({0, 3, 0}, 3, kWhite), true},
+        {"a light of range 0", 0, point_light({0, 0, 0}, 0, kWhite), true},
+    };
+    for (const Row& w : rows) {
+        mesh::module().BakeLights = {};
+        Mesh::SetBakeLight(w.index, w.light, w.on);
+        mesh->GenerateLightMap(16, Variant(), 0);
+        for (int y = 0; y < 8; ++y)
+            for (int x = 0; x < 4; ++x) ASSERT_EQ(texel(1, x, y), 0u) << w.what << " at " << x << ", " << y;
+    }
+    // Record 31 is read: the same light there lights (0, 0).
+    Mesh::SetBakeLight(31, point_light({0, 1, 0}, 10, kWhite), true);
+    mesh->GenerateLightMap(16, Variant(), 0);
+    EXPECT_EQ(texel(1, 0, 0), 0xE5E5E5u);  // 229
+    EXPECT_EQ(test::error_of([] { Mesh::SetBakeLight(33, D3DLIGHT7{}, true); }), err::SubscriptOutOfRange);
+}
+
+TEST_F(LightMaps, SizesComeFromTheOtherEdgeRoundedHalfToEvenThenUpTheLadder) {
+    struct Row {
+        float e1, e2, density;
+        int width, height;
+    };
+    const Row rows[] = {
+        {20, 10, 16, 16, 32},   // W 10 -> 16 along the 20 units, H 20 -> 32 along the 10
+        {3.5f, 2.5f, 16, 2, 4},  // 2.5 -> 2 (to even) stays; 3.5 -> 4
+        {8, 4, 32, 8, 16},      // Density 32 / 16 = 2 texels a unit
+        {300, 1, 16, 1, 256},   // 300 -> 256
+        {8, 4, 12, 4, 8},       // 0.75 a unit: 3 -> 4 and 6 -> 8
+    };
+    Integer g = 1;
+    for (const Row& w : rows) {
+        group(g, {{0, 0, 0}, {0, 0, w.e2}, {w.e1, 0, 0}});
+        mesh->GenerateLightMap(w.density, Variant(), 0);
+        ASSERT_TRUE(map(g));
+        EXPECT_EQ(map(g)->width(), w.width) << w.e1 << " x " << w.e2;
+        EXPECT_EQ(map(g)->height(), w.height) << w.e1 << " x " << w.e2;
+        ++g;
+    }
+}
+
+TEST_F(LightMaps, EachGroupKeepsItsEntryAndEmptyEntriesAreTakenFirst) {
+    plane(1);
+    plane(2);
+    group(3, {{0, 0, 0}, {0, 0, 0}});  // a short list: the missing vertex is the origin
+    mesh->GenerateLightMap(16, Variant(), 0);
+    const auto& r = mesh->record();
+    EXPECT_EQ(r.Groups[1].LightMapSlot, 1);
+    EXPECT_EQ(r.Groups[2].LightMapSlot, 2);
+    EXPECT_EQ(r.Groups[3].LightMapSlot, 3);
+    EXPECT_FALSE(mesh::module().LightMapTable[3]);  // a size of 0 makes no surface
+    const auto first = map(1);
+    mesh::module().LightMapTable[3] = mesh::make_light_map_surface(4, 4);
+    mesh->GenerateLightMap(16, Variant(), 0x00FFFFFF);
+    EXPECT_FALSE(mesh::module().LightMapTable[3]);  // released, and no new one for a size of 0
+    EXPECT_EQ(mesh::module().LightMapCount, 3);
+    EXPECT_NE(map(1), first);  // released and made anew in the same entry
+    EXPECT_EQ(texel(1, 3, 7), 0xFFFFFFu);
+
+    Mesh other;
+    other.SetGroupPointer(1);
+    Long n = 0;
+    for (auto [x, z] : {std::pair{0.f, 0.f}, {0.f, 4.f}, {8.f, 0.f}}) other.AddVertex(x, 0, z, -1, 0, 0, 0, 0, 0, false, n);
+    other.GenerateLightMap(16, Variant(), 0);
+    EXPECT_EQ(other.record().Groups[1].LightMapSlot, 3);  // the empty entry
+    EXPECT_EQ(mesh::module().LightMapCount, 3);
+}
+
+TEST_F(LightMaps, RemappedGroupsCentreTheirCoordinatesOnTheMap) {
+    plane(1);
+    plane(2);
+    mesh->SetLightMapAxes(1, D3DVECTOR{1, 0, 0}, D3DVECTOR{0, 0, 1});
+    mesh->GenerateLightMap(16, Variant(), 0);
+    const auto& v = mesh->record().LVertices;
+    // u = x: 0, 0, 8, centre 4; v = z: 0, 4, 0, centre 2; W0 = 4, H0 = 8, Density 1.
+    // tu = ((u - 4) + 2) / 4: -0.5, -0.5, 1.5; tv = ((v - 2) + 4) / 8: 0.25, 0.75, 0.25.
+    EXPECT_FLOAT_EQ(v[1].tu, -0.5f);
+    EXPECT_FLOAT_EQ(v[3].tu, 1.5f);
+    EXPECT_FLOAT_EQ(v[1].tv, 0.25f);
+    EXPECT_FLOAT_EQ(v[2].tv, 0.75f);
+    EXPECT_EQ(v[4].tu, 0.0f);  // group 2 is not remapped
+}
+
+TEST_F(LightMaps, LargeMapsAreTheSameForEveryThreadCount) {
+    // 100 units at Density 16: 100 -> 128 texels a side, over the threshold.
+    group(1, {{0, 0, 0}, {0, 0, 100}, {100, 0, 0}});
+    Mesh::SetBakeLight(0, point_light({10, 5, 10}, 60, {1, 0.3f, 0.7f, 1}), true);
+    Mesh::SetBakeLight(1, point_light({80, 2, 60}, 45, {0.2f, 1, 0.4f, 1}), true);
+    Mesh::SetBakeLight(2, point_light({50, 20, 90}, 70, {0.6f, 0.6f, 1, 1}), true);
+    std::vector<std::vector<std::uint8_t>> pictures;
+    for (int threads : {1, 2, 4}) {
+        mesh::set_bake_threads(threads);
+        mesh->GenerateLightMap(16, Variant(), 0x00101010);
+        const auto m = map(1);
+        ASSERT_EQ(m->width(), 128);
+        pictures.emplace_back(m->pixels(), m->pixels() + m->byte_size());
+    }
+    EXPECT_EQ(pictures[0], pictures[1]);
+    EXPECT_EQ(pictures[0], pictures[2]);
+    // (0, 0) at the origin: first light at sqrt(225) = 15, a = 0.75: (191, 57, 133);
+    // the others are beyond their ranges (100.0 and 104.9). Ambient 16 each.
+    EXPECT_EQ(texel(1, 0, 0), 0xCF4995u);
+
+    // The kernel alone on pools of 1, 2 and 4 threads, the job split by columns.
+    mesh::BakeJob job;
+    job.p0 = {0, 0, 0};
+    job.e1 = {90, 0, 0};
+    job.e2 = {0, 0, 70};
+    job.width = 96;
+    job.height = 80;
+    job.lights = {point_light({30, 4, 20}, 50, {1, 1, 1, 1})};
+    platform::d3d::WorkerPool one(1), two(2), four(4);
+    const auto a = mesh::bake_texels(job, &one), b = mesh::bake_texels(job, &two), c = mesh::bake_texels(job, &four);
+    EXPECT_EQ(a, b);
+    EXPECT_EQ(a, c);
+    EXPECT_EQ(a, mesh::bake_texels(job, nullptr));
+
+    // Lights whose range ends just short of the map are left out of the work
+    // and change nothing; one that reaches it counts. The map spans x 0..90,
+    // z 0..70 at y 0: a light 5 above texel (48, 40) at (45, 0, 35) with range
+    // 5.5 gives it 255 / 11 = 23; one 5.1 below the corner (90, 0, 70) with
+    // range 5 reaches no texel.
+    mesh::BakeJob lone = job;
+    lone.lights = {point_light({45, 5, 35}, 5.5f, kWhite)};
+    const auto just = mesh::bake_texels(lone, nullptr);
+    EXPECT_EQ(just[40 * 96 + 48], 0x171717u);
+    lone.lights.push_back(point_light({90, -5.1f, 70}, 5, kWhite));
+    EXPECT_EQ(mesh::bake_texels(lone, nullptr), just);
+    // The same map spanned from its far corner along -x and -z: texel (48, 40)
+    // is again (90 - 45, 0, 70 - 35).
+    lone.p0 = {90, 0, 70};
+    lone.e1 = {-90, 0, 0};
+    lone.e2 = {0, 0, -70};
+    EXPECT_EQ(mesh::bake_texels(lone, nullptr)[40 * 96 + 48], 0x171717u);
+}
+
+TEST_F(LightMaps, GroupsTheMeshHasLostAreSkipped) {
+    plane(1);
+    plane(2);
+    mesh->ClearMesh();  // GroupCount stays 2 with no groups left
+    mesh->GenerateLightMap(16, Variant(), 0);
+    EXPECT_EQ(mesh::module().LightMapCount, 0);
+}
+
+// ---- "TVLM" files
+
+TEST(TvlmReader, HostileFilesAreRefusedWithReasonAndByte) {
+    auto map = [](std::int32_t w, std::int32_t h, std::size_t texels) {
+        return TvlmMapRecord{w, h, 1, std::vector<std::uint32_t>(texels, 0x123456)};
+    };
+    auto cut = [](std::vector<std::uint8_t> b, std::size_t size) {
+        b.resize(size);
+        return b;
+    };
+    const test::Refusal rows[] = {
+        {"count cut short", cut(write_tvlm({}), 5), "file cut short", 4},
+        {"width 0", write_tvlm({map(0, 2, 0)}), "map width 0", 6},
+        {"width past 16384", write_tvlm({map(16385, 1, 0)}), "map width 16385", 6},
+        {"negative height", write_tvlm({map(2, -1, 0)}), "map height -1", 10},
+        // 2 x 2 texels and the extra Long need 20 bytes at 16; 3 texels + 1 give 16.
+        {"texels cut short", write_tvlm({map(2, 2, 3)}), "map texels", 16},
+        // 16384 x 16384 texels claimed by a file of 20 bytes: refused before allocating.
+        {"huge map", write_tvlm({map(16384, 16384, 0)}), "map texels", 16},
+        {"group number cut short", cut(write_tvlm({map(1, 1, 1)}), 15), "file cut short", 14},
+        // One map of 10 + 2 x 4 bytes from 6: the second header would start at 24.
+        {"second map missing", write_tvlm({map(1, 1, 1)}, "TVLM", 2), "file cut short", 24},
+    };
+    for (const auto& r : rows)
+        EXPECT_TRUE(test::refused_with([&] { mesh::parse_tvlm(r.file); }, r.reason, r.offset)) << r.what;
+}
+
+TEST(TvlmReader, AWrongMagicOrANegativeCountReadsNoMap) {
+    EXPECT_FALSE(mesh::parse_tvlm(write_tvlm({{1, 1, 1, {5}}}, "TVLX")).magic_ok);
+    EXPECT_FALSE(mesh::parse_tvlm(std::vector<std::uint8_t>{'T', 'V'}).magic_ok);
+    const auto f = mesh::parse_tvlm(write_tvlm({{1, 1, 1, {5}}}, "TVLM", 0xFFFF));  // count -1
+    EXPECT_TRUE(f.magic_ok);
+    EXPECT_TRUE(f.maps.empty());
+}
+
+class TvlmFiles : public LightMaps {
+protected:
+    std::string save(const std::vector<std::uint8_t>& bytes, const std::string& name = "maps.tvlm") {
+        const auto path = test::scratch_dir(::testing::UnitTest::GetInstance()->current_test_info()->name()) / name;
+        std::ofstream(path, std::ios::binary)
+            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        return path.string();
+    }
+};
+
+TEST_F(TvlmFiles, MapsRoundTripIntoTheirGroupsAndTheLastLongIsIgnored) {
+    plane(1);
+    plane(2);
+    // Device-context colours 0x00BBGGRR: 0x0000FF is red, 0x563412 is (0x12, 0x34, 0x56).
+    const auto file = save(write_tvlm({{2, 1, 2, {0x0000FF, 0x00FF00}}, {1, 2, 1, {0xFF0000, 0x563412}}}));
+    mesh->LoadLightMaps(file);
+    const auto& r = mesh->record();
+    EXPECT_EQ(r.Groups[2].LightMapSlot, 1);
+    EXPECT_EQ(r.Groups[1].LightMapSlot, 2);
+    ASSERT_EQ(map(2)->width(), 2);
+    EXPECT_EQ(map(2)->height(), 1);
+    EXPECT_EQ(texel(2, 0, 0), 0xFF0000u);
+    EXPECT_EQ(texel(2, 1, 0), 0x00FF00u);
+    EXPECT_EQ(texel(1, 0, 0), 0x0000FFu);
+    EXPECT_EQ(texel(1, 0, 1), 0x123456u);
+
+    // A baked map written out and read back into another mesh keeps every texel.
+    Mesh::SetBakeLight(0, point_light({1, 2, 3}, 9, kWarm), true);
+    mesh->GenerateLightMap(16, Variant(), 0x00203040);
+    const auto baked = map(1);
+    TvlmMapRecord out{baked->width(), baked->height(), 1, {}};
+    for (int y = 0; y < out.height; ++y)
+        for (int x = 0; x < out.width; ++x) {
+            const std::uint32_t c = baked->raw_at(x, y);
+            out.texels.push_back((c & 0xFF) << 16 | (c & 0xFF00) | (c >> 16 & 0xFF));
+        }
+    Mesh other;
+    other.SetGroupPointer(1);
+    other.LoadLightMaps(save(write_tvlm({out}), "baked.tvlm"));
+    const auto loaded = mesh::module().LightMapTable[static_cast<std::size_t>(other.record().Groups[1].LightMapSlot)];
+    ASSERT_EQ(loaded->byte_size(), baked->byte_size());
+    for (int y = 0; y < out.height; ++y)
+        for (int x = 0; x < out.width; ++x) ASSERT_EQ(loaded->raw_at(x, y) & 0xFFFFFF, baked->raw_at(x, y) & 0xFFFFFF);
+}
+
+TEST_F(TvlmFiles, BadFilesChangeNothing) {
+    plane(1);
+    const std::vector<std::uint8_t> good_then_bad_group = write_tvlm({{1, 1, 1, {7}}, {1, 1, 2, {7}}});
+    struct Row {
+        const char* what;
+        std::vector<std::uint8_t> file;
+        std::int32_t error;
+    };
+    const Row rows[] = {
+        {"wrong magic", write_tvlm({{1, 1, 1, {7}}}, "MLVT"), 0},
+        {"cut short", write_tvlm({{2, 2, 1, {7}}}), err::InputPastEnd},
+        {"a group the mesh lacks (it has 0 and 1)", good_then_bad_group, err::SubscriptOutOfRange},
+    };
+    for (const Row& w : rows) {
+        EXPECT_EQ(test::error_of([&] { mesh->LoadLightMaps(save(w.file)); }), w.error) << w.what;
+        EXPECT_EQ(mesh->record().Groups[1].LightMapSlot, 0) << w.what;
+        EXPECT_EQ(mesh::module().LightMapCount, 0) << w.what;
+    }
+    EXPECT_EQ(test::error_of([&] { mesh->LoadLightMaps(save({}) + ".missing"); }), err::FileNotFound);
+}
+
+TEST(TvlmReader, SeedFilesReadToTheirEnd) {
+    // The fuzz seeds; with TARKO_WRITE_SEEDS=<fuzz/corpus> they are also written to <dir>/tvlm.
+    std::vector<std::uint32_t> ramp;
+    for (std::uint32_t i = 0; i < 64; ++i) ramp.push_back(i * 0x030201u);
+    const struct {
+        const char* name;
+        std::vector<std::uint8_t> bytes;
+        std::size_t maps;
+    } seeds[] = {
+        {"one.tvlm", write_tvlm({{2, 1, 1, {0x0000FF, 0x00FF00}}}), 1},
+        {"three.tvlm", write_tvlm({{8, 8, 1, ramp}, {1, 4, 2, {1, 2, 3, 4}}, {4, 1, 0, {9, 9, 9, 9}}}), 3},
+        {"empty.tvlm", write_tvlm({}), 0},
+    };
+    const char* dir = std::getenv("TARKO_WRITE_SEEDS");
+    for (const auto& s : seeds) {
+        EXPECT_EQ(mesh::parse_tvlm(s.bytes).maps.size(), s.maps) << s.name;
+        if (dir) {
+            std::filesystem::create_directories(std::filesystem::path(dir) / "tvlm");
+            std::ofstream(std::filesystem::path(dir) / "tvlm" / s.name, std::ios::binary)
+                .write(reinterpret_cast<const char*>(s.bytes.data()), static_cast<std::streamsize>(s.bytes.size()));
+        }
+    }
+}

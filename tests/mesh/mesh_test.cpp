@@ -1,0 +1,417 @@
+// The mesh table, the builders, the setters and the actor hand-out.
+#include <cmath>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "mesh/actor_mesh.h"
+#include "mesh/mesh.h"
+#include "support/test_support.h"
+
+using namespace tarko;
+
+namespace {
+
+class MeshTable : public ::testing::Test {
+protected:
+    void SetUp() override { mesh::reset_module(); }
+    void TearDown() override { mesh::reset_module(); }
+};
+
+void expect_vertex(const D3DLVERTEX& v, float x, float y, float z, float tu, float tv) {
+    EXPECT_EQ(v.x, x);
+    EXPECT_EQ(v.y, y);
+    EXPECT_EQ(v.z, z);
+    EXPECT_FLOAT_EQ(v.tu, tu);
+    EXPECT_FLOAT_EQ(v.tv, tv);
+    EXPECT_EQ(v.color, -1);  // opaque white
+}
+
+}  // namespace
+
+TEST_F(MeshTable, SlotsAreHandedOutFromOneAndAFreedRecordIsTakenAgain) {
+    auto a = std::make_unique<Mesh>();
+    auto b = std::make_unique<Mesh>();
+    EXPECT_EQ(a->slot(), 1);
+    EXPECT_EQ(b->slot(), 2);
+    a.reset();
+    Mesh c;
+    EXPECT_EQ(c.slot(), 1);
+    // SetMeshEnabled(0) frees the record although b still uses it.
+    b->SetMeshEnabled(0);
+    Mesh d;
+    EXPECT_EQ(d.slot(), 2);
+    Mesh e;
+    EXPECT_EQ(e.slot(), 3);
+}
+
+TEST_F(MeshTable, TheThousandAndFirstMeshIsRefusedAndAFreedRecordServesAgain) {
+    std::vector<std::unique_ptr<Mesh>> meshes;
+    for (int i = 0; i < 1000; ++i) meshes.push_back(std::make_unique<Mesh>());
+    EXPECT_EQ(meshes.back()->slot(), 1000);
+    EXPECT_EQ(test::error_of([] { Mesh extra; }), err::OutOfMemory);
+    meshes[499].reset();  // record 500
+    Mesh again;
+    EXPECT_EQ(again.slot(), 500);
+}
+
+TEST_F(MeshTable, CreationSetsItsFieldsAndKeepsTheRestOfAReusedRecord) {
+    {
+        Mesh m;
+        m.SetMeshName("old");
+        m.SetStyle(16);
+        m.SetGroupPointer(3);
+        Long n = 0;
+        m.AddVertex(1, 2, 3, 0, 0, 0, 0, 0, 0, false, n);
+    }
+    Mesh m;
+    const auto& r = m.record();
+    EXPECT_EQ(m.slot(), 1);
+    EXPECT_EQ(r.MeshEnabled, -1);
+    EXPECT_EQ(r.InUse, -1);
+    EXPECT_EQ(r.VertexType, 1);
+    EXPECT_EQ(r.PrimitiveType, 4);
+    EXPECT_EQ(r.MatrixDirty, -1);
+    EXPECT_EQ(r.AnimationKey, 1.0f);
+    EXPECT_EQ(r.GroupCount, 0);
+    EXPECT_EQ(m.GetVertexCount(), 0);
+    EXPECT_EQ(r.Groups.size(), 1u);
+    EXPECT_EQ(m.GetMeshName(), "old");  // not set by creation
+    EXPECT_EQ(r.BoxStyle, -1);
+}
+
+TEST_F(MeshTable, TheFirstVertexIsNumberOneAndGoesIntoItsGroupAsZero) {
+    Mesh m;
+    Long n = -7;
+    m.AddVertex(1, 2, 3, 0x11223344, 0.25f, 0.5f, 0, 1, 0, false, n);
+    EXPECT_EQ(n, 1);
+    EXPECT_EQ(m.record().Groups.size(), 1u);  // no current group: no list grows
+    m.SetGroupPointer(2);
+    m.AddVertex(4, 5, 6, 7, 0, 0, 0, 0, 1, false, n);
+    EXPECT_EQ(n, 2);
+    m.AddVertex(7, 8, 9, 7, 0, 0, 0, 0, 1, true, n);  // transformed: own numbering
+    EXPECT_EQ(n, 1);
+    const auto& r = m.record();
+    EXPECT_EQ(r.GroupCount, 2);
+    EXPECT_EQ(r.Groups[2].GroupIndices, std::vector<Integer>{1});
+    EXPECT_EQ(r.Groups[2].GroupIndexCount, 1);
+    EXPECT_EQ(r.LVertices[1].color, 0x11223344);
+    EXPECT_EQ(r.LVertices[1].specular, 0x11223344);
+    EXPECT_EQ(r.Vertices[1].ny, 1.0f);
+    EXPECT_EQ(r.Vertices[2].nz, 1.0f);
+    EXPECT_EQ(r.TLVertices[1].rhw, 0.5f);
+    EXPECT_EQ(r.TLVertices[1].sz, 9.0f);
+    EXPECT_EQ(r.TLVertices[1].specular, 7);
+    EXPECT_EQ(m.GetVertexCount(), 2);
+}
+
+TEST_F(MeshTable, AVertexPastIndex32767RaisesOverflowInAGroupOnly) {
+    Mesh m;
+    Long n = 0;
+    for (int i = 0; i < 32767; ++i) m.AddVertex(0, 0, 0, 0, 0, 0, 0, 0, 0, false, n);
+    m.SetGroupPointer(1);
+    m.AddVertex(0, 0, 0, 0, 0, 0, 0, 0, 0, false, n);  // vertex 32768 is listed as 32767
+    EXPECT_EQ(m.record().Groups[1].GroupIndices.back(), 32767);
+    // Vertex 32769 would be listed as 32768, beyond an Integer.
+    EXPECT_EQ(test::error_of([&] { m.AddVertex(0, 0, 0, 0, 0, 0, 0, 0, 0, false, n); }), err::Overflow);
+    EXPECT_EQ(m.GetVertexCount(), 32768);
+    m.SetGroupPointer(0);
+    m.AddVertex(0, 0, 0, 0, 0, 0, 0, 0, 0, false, n);
+    EXPECT_EQ(n, 32769);
+}
+
+TEST_F(MeshTable, WallAndFloorStripsTakeTheirCornersAndMargins) {
+    Mesh m;
+    m.AddWall(1, 2, 5, 6, 3, 0.5f, 2, 4);  // tileV 2, tileU 4
+    const auto& r = m.record();
+    // tu = 0.02 / 0.98 x 4 = 0.08 / 3.92; tv = 0.02 / 0.98 x 2 = 0.04 / 1.96.
+    expect_vertex(r.LVertices[1], 1, 0.5f, 2, 0.08f, 0.04f);
+    expect_vertex(r.LVertices[2], 1, 3.5f, 2, 0.08f, 1.96f);
+    expect_vertex(r.LVertices[3], 5, 0.5f, 6, 3.92f, 0.04f);
+    expect_vertex(r.LVertices[4], 5, 3.5f, 6, 3.92f, 1.96f);
+    EXPECT_EQ(r.Vertices[1].nx, 0.0f);
+    EXPECT_EQ(r.PrimitiveType, 5);
+
+    m.SetPrimitiveType(4);
+    m.AddWall2(0, 0, 2, 0, 1, 2, 10, 20, 1, 1);
+    expect_vertex(r.LVertices[6], 0, 11, 0, 0.02f, 0.98f);
+    expect_vertex(r.LVertices[8], 2, 22, 0, 0.98f, 0.98f);
+    EXPECT_EQ(r.PrimitiveType, 4);  // AddWall2 leaves it
+
+    m.AddFloor(0, 0, 4, 8, -1, 1, 1);
+    expect_vertex(r.LVertices[10], 0, -1, 8, 0.02f, 0.98f);
+    expect_vertex(r.LVertices[11], 4, -1, 0, 0.98f, 0.02f);
+    EXPECT_EQ(r.Vertices[12].nx, 1.0f);
+    EXPECT_EQ(r.PrimitiveType, 5);
+
+    m.AddTriangle(1, 1, 1, 2, 2, 2, 3, 3, 3, 1, 1);
+    expect_vertex(r.LVertices[15], 3, 3, 3, 0.98f, 0.02f);
+    EXPECT_EQ(r.Vertices[15].nx, 1.0f);
+}
+
+TEST_F(MeshTable, FloorSetsItsPrimitiveTypeBeforeTheVerticesAndWallAfter) {
+    // After ClearMesh the groups are gone while GroupCount stays 1: the first
+    // AddVertex into group 1 raises 9, which shows when each builder sets its type.
+    Mesh m;
+    m.SetGroupPointer(1);
+    m.ClearMesh();
+    EXPECT_EQ(test::error_of([&] { m.AddFloor(0, 0, 1, 1, 0, 1, 1); }), err::SubscriptOutOfRange);
+    EXPECT_EQ(m.record().PrimitiveType, 5);
+    m.SetPrimitiveType(4);
+    EXPECT_EQ(test::error_of([&] { m.AddWall(0, 0, 1, 1, 1, 0, 1, 1); }), err::SubscriptOutOfRange);
+    EXPECT_EQ(m.record().PrimitiveType, 4);
+    EXPECT_EQ(m.GetVertexCount(), 0);  // nothing added before the error
+}
+
+TEST_F(MeshTable, BoxHasThirtySixVerticesInFaceOrderAndSetsItsTypes) {
+    Mesh m;
+    m.SetStyle(2);
+    m.AddBox(-1, -2, -3, 1, 2, 3);
+    const auto& r = m.record();
+    ASSERT_EQ(m.GetVertexCount(), 36);
+    struct Row {
+        int entry;
+        float x, y, z, tu, tv, nx, ny, nz;
+    };
+    const Row rows[] = {
+        {1, -1, -2, -3, 0, 1, 0, 0, -1},   // C1 first on the -z face
+        {3, 1, 2, -3, 1, 0, 0, 0, -1},     // C7
+        {6, 1, -2, -3, 1, 1, 0, 0, -1},    // C5
+        {7, 1, -2, -3, 0, 1, 1, 0, 0},     // C5 opens the +x face
+        {12, 1, -2, 3, 1, 1, 1, 0, 0},     // C6
+        {15, -1, 2, -3, 1, 0, -1, 0, 0},   // C3
+        {20, 1, 2, 3, 0, 0, 0, 0, 1},      // C8
+        {27, 1, 2, 3, 1, 0, 0, 1, 0},      // C8 on the top
+        {30, 1, 2, -3, 1, 1, 0, 1, 0},     // C7
+        {32, 1, -2, -3, 0, 0, 0, -1, 0},   // C5 on the bottom
+        {36, -1, -2, 3, 1, 1, 0, -1, 0},   // C2 closes it
+    };
+    for (const Row& w : rows) {
+        const D3DVERTEX& v = r.Vertices[static_cast<std::size_t>(w.entry)];
+        EXPECT_EQ(v.x, w.x) << w.entry;
+        EXPECT_EQ(v.y, w.y) << w.entry;
+        EXPECT_EQ(v.z, w.z) << w.entry;
+        EXPECT_EQ(v.tu, w.tu) << w.entry;
+        EXPECT_EQ(v.tv, w.tv) << w.entry;
+        EXPECT_EQ(v.nx, w.nx) << w.entry;
+        EXPECT_EQ(v.ny, w.ny) << w.entry;
+        EXPECT_EQ(v.nz, w.nz) << w.entry;
+    }
+    EXPECT_EQ(r.PrimitiveType, 4);
+    EXPECT_EQ(r.VertexType, 2);
+    EXPECT_EQ(r.AlphaEnabled, 0);  // the style call with 0
+}
+
+TEST_F(MeshTable, StyleBitsSetAlphaTextureBoxAndTypes) {
+    struct Row {
+        Long flags;
+        Integer alpha, keep1, box;
+        Long vertex_type, primitive_type;
+    };
+    // Each row starts from vertex type 1, primitive type 4, everything set.
+    const Row rows[] = {
+        {0, 0, 0, 0, 1, 4},   {1, 0, -1, 0, 1, 4},  {2, -1, 0, 0, 1, 4},   {8, -1, 0, 0, 3, 5},
+        {16, 0, 0, -1, 2, 4}, {24, -1, 0, -1, 2, 4}, {32, 0, 0, 0, 1, 4}, {3, -1, -1, 0, 1, 4},
+    };
+    Mesh m;
+    for (const Row& w : rows) {
+        auto& r = m.record();
+        r.AlphaEnabled = r.KeepTexture1 = r.BoxStyle = -1;
+        r.VertexType = 1;
+        r.PrimitiveType = 4;
+        m.SetStyle(w.flags);
+        EXPECT_EQ(r.AlphaEnabled, w.alpha) << w.flags;
+        EXPECT_EQ(r.KeepTexture1, w.keep1) << w.flags;
+        EXPECT_EQ(r.BoxStyle, w.box) << w.flags;
+        EXPECT_EQ(r.VertexType, w.vertex_type) << w.flags;
+        EXPECT_EQ(r.PrimitiveType, w.primitive_type) << w.flags;
+    }
+}
+
+TEST_F(MeshTable, SphereIsTheHalfSumAndTheLargestHalfExtentTimesRootTwo) {
+    Mesh m;
+    Long n = 0;
+    m.AddVertex(0, 0, 0, 0, 0, 0, 0, 0, 0, false, n);
+    m.SetGroupPointer(1);
+    m.AddVertex(2, 4, 6, 0, 0, 0, 0, 0, 0, false, n);
+    m.AddVertex(2, -4, 6, 0, 0, 0, 0, 0, 0, false, n);
+    m.ComputeSphere(true);
+    const auto& r = m.record();
+    // Box (0, -4, 0)..(2, 4, 6): centre (1, 0, 3); half extents 1, 4, 3: 4 x 1.41421356 = 5.6568542.
+    EXPECT_EQ(r.BoxMin.y, -4.0f);
+    EXPECT_EQ(r.BoxMax.z, 6.0f);
+    EXPECT_EQ(r.SphereCentre.x, 1.0f);
+    EXPECT_EQ(r.SphereCentre.y, 0.0f);
+    EXPECT_EQ(r.SphereCentre.z, 3.0f);
+    EXPECT_FLOAT_EQ(r.SphereRadius, 5.6568542f);
+    EXPECT_EQ(r.SphereValid, -1);
+    // Group 1 holds vertices 2 and 3: box (2, -4, 6)..(2, 4, 6), half extent 4.
+    EXPECT_EQ(r.Groups[1].GroupCentre.x, 2.0f);
+    EXPECT_EQ(r.Groups[1].GroupCentre.y, 0.0f);
+    EXPECT_FLOAT_EQ(r.Groups[1].GroupRadius, 5.6568542f);
+
+    // With no vertex the box keeps its start: x from 99999999 (1e8 as a Single)
+    // to -999999999, centre (1e8 - 1e9) / 2 = -4.5e8; on y and z the nines cancel.
+    m.ClearMesh();
+    m.ComputeSphere(false);
+    EXPECT_EQ(r.SphereCentre.x, -450000000.0f);
+    EXPECT_EQ(r.SphereCentre.y, 0.0f);
+}
+
+TEST_F(MeshTable, LookAtPointTurnsAboutYInDegreesWithItsOwnPi) {
+    Mesh m;
+    m.SetPosition(1, 0, 1);
+    const double pi = 3.141592;
+    struct Row {
+        D3DVECTOR target;
+        double degrees;
+    };
+    const Row rows[] = {
+        {{2, 0, 2}, std::atan(1.0) * 180 / pi},          // d = (1, 0, 1): 45.00001
+        {{2, 0, 0}, (std::atan(-1.0) + pi) * 180 / pi},  // d.z < 0: 135.00001
+        {{5, 9, 1}, 0},                                  // d.z = 0
+    };
+    for (const Row& w : rows) {
+        m.record().MatrixDirty = 0;
+        m.LookAtPoint(w.target);
+        EXPECT_EQ(m.GetRotation().y, static_cast<float>(w.degrees));
+        EXPECT_EQ(m.record().MatrixDirty, -1);
+    }
+}
+
+TEST_F(MeshTable, RotateMeshWrapsEachComponentOnce) {
+    Mesh m;
+    m.RotateMesh(725, -10, 30);  // 725 - 360 = 365; -10 + 360 = 350
+    EXPECT_EQ(m.GetRotation().x, 365.0f);
+    EXPECT_EQ(m.GetRotation().y, 350.0f);
+    EXPECT_EQ(m.GetRotation().z, 30.0f);
+    m.RotateMesh(0, 20, 330);  // 370 - 360 = 10; 360 stays
+    EXPECT_EQ(m.GetRotation().y, 10.0f);
+    EXPECT_EQ(m.GetRotation().z, 360.0f);
+    m.SetRotation(0, 0, 0);
+    m.RotateMesh(0, -360, 0);  // 0 stays 0; -360 gains 360 once
+    EXPECT_EQ(m.GetRotation().x, 0.0f);
+    EXPECT_EQ(m.GetRotation().y, 0.0f);
+}
+
+TEST_F(MeshTable, ClearMeshEmptiesTheArraysAndKeepsNamePositionAndGroupCount) {
+    Mesh m;
+    m.SetMeshName("room");
+    m.SetPosition(1, 2, 3);
+    m.SetGroupPointer(4);
+    m.AddWall(0, 0, 1, 1, 1, 0, 1, 1);
+    m.ClearMesh();
+    const auto& r = m.record();
+    EXPECT_EQ(r.Vertices.size(), 1u);
+    EXPECT_EQ(r.LVertices.size(), 1u);
+    EXPECT_EQ(r.TLVertices.size(), 1u);
+    EXPECT_EQ(r.Groups.size(), 1u);
+    EXPECT_EQ(r.GroupCount, 4);
+    EXPECT_EQ(m.GetMeshName(), "room");
+    EXPECT_EQ(m.GetPosition().z, 3.0f);
+    EXPECT_EQ(r.PrimitiveType, 5);
+}
+
+TEST_F(MeshTable, SettersReachTheFormsTheySay) {
+    Mesh m;
+    Long n = 0;
+    m.AddVertex(1, 1, 1, 5, 0, 0, 0, 0, 0, false, n);
+    m.AddVertex(1, 1, 1, 5, 0, 0, 0, 0, 0, true, n);
+    const auto& r = m.record();
+
+    m.MoveVertex(1, D3DVECTOR{7, 8, 9});
+    EXPECT_EQ(r.LVertices[1].y, 8.0f);
+    EXPECT_EQ(r.Vertices[1].z, 9.0f);
+    EXPECT_EQ(r.TLVertices[1].sx, 1.0f);
+    m.MoveVertex(5, D3DVECTOR{7, 8, 9});  // outside: nothing
+    m.SetVertexType(2);                   // type 2 moves the transformed vertex
+    m.MoveVertex(1, D3DVECTOR{4, 5, 6});
+    EXPECT_EQ(r.TLVertices[1].sy, 5.0f);
+    EXPECT_EQ(r.LVertices[1].y, 8.0f);
+    EXPECT_EQ(test::error_of([&] { m.MoveVertex(2, D3DVECTOR{}); }), err::SubscriptOutOfRange);
+
+    m.SetColor(1, 0, 0, 1);  // createColorRGBA: 0xFFFF0000
+    EXPECT_EQ(r.LVertices[1].color, static_cast<std::int32_t>(0xFFFF0000u));
+    EXPECT_EQ(r.LVertices[1].specular, 5);
+    EXPECT_EQ(r.TLVertices[1].color, 5);
+    m.SetVertexType(3);
+    m.SetColor(0, 0, 1, 0);
+    EXPECT_EQ(r.TLVertices[1].color, 0x000000FF);
+    EXPECT_EQ(r.MeshColor, 0x000000FF);
+
+    m.SetAlphaBlending(-1, 0, 5);
+    EXPECT_EQ(r.SrcBlend, 2);
+    EXPECT_EQ(r.DestBlend, 5);
+
+    SafeArray<Integer> list(0, 2);
+    list(0) = 5, list(1) = 6, list(2) = 7;
+    m.SetFaceIndexArray(3, list);
+    EXPECT_EQ(r.GroupCount, 3);
+    EXPECT_EQ(r.Groups[3].GroupIndices, (std::vector<Integer>{5, 6, 7}));
+    EXPECT_EQ(r.Groups[3].GroupIndexCount, 2);  // the upper bound, not the length
+    EXPECT_EQ(test::error_of([&] { m.SetFaceIndexArray(-1, list); }), err::SubscriptOutOfRange);
+
+    SafeArray<D3DVERTEX> host(0, 3);
+    host(3).x = 42;
+    m.SetVertexesArray(host);
+    EXPECT_EQ(m.GetVertexCount(), 3);
+    EXPECT_EQ(r.Vertices[3].x, 42.0f);
+    EXPECT_EQ(r.LVertices.size(), 2u);  // the other form is left as it was
+}
+
+TEST_F(MeshTable, QuickSetMaterialPaintsTheMeshOrGroupMaterials) {
+    Mesh m;
+    m.QuickSetMaterial(0.5f, 0.25f, 1, 1, 0);  // no groups: the mesh's record 0
+    const auto& table = mesh::module().MaterialTable;
+    EXPECT_EQ(table[0].diffuse.r, 0.5f);
+    EXPECT_EQ(table[0].ambient.g, 0.25f);
+    m.SetGroupPointer(2);
+    m.record().Groups[1].GroupMaterial = 3;
+    m.record().Groups[2].GroupMaterial = 4;
+    m.QuickSetMaterial(0.1f, 0, 0, 1, -1);
+    EXPECT_EQ(table[3].diffuse.r, 0.1f);
+    EXPECT_EQ(table[4].ambient.r, 0.1f);
+    m.QuickSetMaterial(0.9f, 0, 0, 1, 2);
+    EXPECT_EQ(table[3].diffuse.r, 0.1f);
+    EXPECT_EQ(table[4].diffuse.r, 0.9f);
+    EXPECT_EQ(test::error_of([&] { m.QuickSetMaterial(0, 0, 0, 0, 9); }), err::SubscriptOutOfRange);
+}
+
+TEST_F(MeshTable, MotionHoldsItsThreeSettings) {
+    Mesh m;
+    auto motion = m.GetMotionObject();
+    EXPECT_EQ(motion, m.GetMotionObject());
+    motion->SetGravity(Variant("2.5"));
+    EXPECT_EQ(motion->Gravity, 2.5f);
+}
+
+// The actor's calls, in order, recorded on a stand-in.
+struct RecordingMesh {
+    std::vector<std::string> calls;
+    void SetMeshName(const std::string& n) { calls.push_back("SetMeshName " + n); }
+    void SetStyle(Long v) { calls.push_back("style " + std::to_string(v)); }
+    void SetPrimitiveType(Long v) { calls.push_back("SetPrimitiveType " + std::to_string(v)); }
+    void SetVertexType(Long v) { calls.push_back("SetVertexType " + std::to_string(v)); }
+};
+
+TEST_F(MeshTable, AnActorTakesAMeshWithFourCallsInOrderAndFreesItsRecord) {
+    RecordingMesh rec;
+    mesh::hand_out_to_actor(rec);
+    EXPECT_EQ(rec.calls, (std::vector<std::string>{"SetMeshName TarkoMDLActor", "style 32", "SetPrimitiveType 4",
+                                                   "SetVertexType 1"}));
+    auto actor = std::make_unique<mesh::ActorMesh>();
+    Mesh& m = actor->mesh();
+    EXPECT_EQ(m.slot(), 1);
+    EXPECT_EQ(m.GetMeshName(), "TarkoMDLActor");
+    m.SetStyle(3);
+    m.SetVertexType(2);
+    actor = std::make_unique<mesh::ActorMesh>();  // the old one is given up after the new one is made
+    EXPECT_EQ(actor->mesh().slot(), 2);
+    EXPECT_EQ(actor->mesh().record().AlphaEnabled, 0);  // style 32 clears it
+    EXPECT_EQ(mesh::module().MeshTable[1].MeshEnabled, 0);
+    actor.reset();
+    mesh::ActorMesh next;
+    EXPECT_EQ(next.mesh().slot(), 1);
+}
