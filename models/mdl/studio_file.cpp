@@ -395,9 +395,10 @@ StudioModel read_studio(Bytes main_file, const std::string& filename, const File
     }
 
     step(m, [&] { m.SequenceGroups = read_groups(file, h); });
+    step(m, [&] { m.Sequences = read_sequences(file, h); });
+    // Last: adding blocks moves the main file's bytes (`file` is not used after).
     for (std::size_t g = 1; g < m.SequenceGroups.size(); ++g)
         m.FileBlocks.push_back(load(group_file_name(filename, static_cast<int>(g))));
-    step(m, [&] { m.Sequences = read_sequences(file, h); });
     return m;
 }
 

@@ -1,0 +1,301 @@
+// Builds small studio model files in memory: bones, controllers, hit boxes,
+// body parts with models and meshes (strip and fan commands), 8-bit textures
+// with palettes, sequences with compressed tracks, in the main file or in
+// companion files ("t" textures, numbered sequence groups).
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "platform/records.h"
+
+namespace tarko::test::mdl {
+
+using Bytes = std::vector<std::uint8_t>;
+
+struct Point {
+    std::int16_t v = 0, s = 0, t = 0;
+};
+struct Run {
+    bool fan = false;
+    std::vector<Point> points;
+};
+struct MeshSpec {
+    std::int32_t skin = 0;
+    std::int32_t triangles = -1;  // -1: counted from the runs
+    std::vector<Run> runs;
+};
+struct ModelSpec {
+    std::string name = "model";
+    std::vector<D3DVECTOR> vertices;
+    std::vector<std::uint8_t> bones;  // default: all bone 0
+    std::vector<MeshSpec> meshes;
+};
+struct BodyPartSpec {
+    std::string name = "body";
+    std::vector<ModelSpec> models;
+};
+struct BoneSpec {
+    std::string name = "bone";
+    std::int32_t parent = -1;
+    std::array<std::int32_t, 6> controller{-1, -1, -1, -1, -1, -1};
+    std::array<float, 6> value{};
+    std::array<float, 6> scale{1, 1, 1, 1, 1, 1};
+};
+struct ControllerSpec {
+    std::int32_t bone = 0, type = 0;
+    float start = 0, end = 0;
+    std::int32_t index = 0;
+};
+struct TextureSpec {
+    std::string name = "skin.bmp";
+    std::int32_t width = 2, height = 2;
+    std::vector<std::uint8_t> indices;     // default: all 0
+    std::array<std::uint8_t, 768> palette{};
+};
+// A track run: `total` frames, the first values.size() with a value of their own.
+struct TrackRun {
+    std::uint8_t total = 0;
+    std::vector<std::int16_t> values;
+};
+using Track = std::vector<TrackRun>;  // empty: no track
+struct SequenceSpec {
+    std::string label = "idle";
+    float fps = 10;
+    std::int32_t frames = 10;
+    std::int32_t group = 0;
+    std::vector<std::array<Track, 6>> bones;  // per bone, per channel X Y Z XR YR ZR
+};
+struct StudioSpec {
+    std::vector<BoneSpec> bones{BoneSpec{}};
+    std::vector<ControllerSpec> controllers;
+    std::vector<std::array<D3DVECTOR, 2>> hitboxes;  // min, max
+    std::vector<BodyPartSpec> body_parts;
+    std::vector<TextureSpec> textures;
+    bool textures_in_companion = false;
+    std::int32_t group_count = 1;
+    std::vector<SequenceSpec> sequences;
+};
+
+struct StudioFiles {
+    Bytes main;
+    Bytes textures;             // the "t" file, when textures_in_companion
+    std::vector<Bytes> groups;  // group 1, 2, ...
+};
+
+namespace detail {
+
+struct Out {
+    Bytes b;
+    std::size_t size() const { return b.size(); }
+    void u8(std::uint8_t v) { b.push_back(v); }
+    void i16(std::int16_t v) { u8(static_cast<std::uint8_t>(v & 0xFF)), u8(static_cast<std::uint8_t>((v >> 8) & 0xFF)); }
+    void i32(std::int32_t v) {
+        for (int i = 0; i < 4; ++i) u8(static_cast<std::uint8_t>((static_cast<std::uint32_t>(v) >> (8 * i)) & 0xFF));
+    }
+    void f32(float f) {
+        std::int32_t v;
+        std::memcpy(&v, &f, 4);
+        i32(v);
+    }
+    void vec(const D3DVECTOR& v) { f32(v.x), f32(v.y), f32(v.z); }
+    void text(const std::string& s, std::size_t n) {
+        for (std::size_t i = 0; i < n; ++i) u8(i < s.size() ? static_cast<std::uint8_t>(s[i]) : 0);
+    }
+    void zeros(std::size_t n) { b.insert(b.end(), n, 0); }
+    void put32(std::size_t at, std::int32_t v) {
+        for (int i = 0; i < 4; ++i) b[at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>((static_cast<std::uint32_t>(v) >> (8 * i)) & 0xFF);
+    }
+    void put16(std::size_t at, std::int16_t v) {
+        b[at] = static_cast<std::uint8_t>(v & 0xFF);
+        b[at + 1] = static_cast<std::uint8_t>((v >> 8) & 0xFF);
+    }
+    std::int32_t here() const { return static_cast<std::int32_t>(b.size()); }
+};
+
+// Header field offsets.
+enum : std::size_t {
+    kBones = 140, kControllers = 148, kHitBoxes = 156, kSequences = 164, kGroups = 172, kTextures = 180,
+    kBodyParts = 204
+};
+
+inline void header(Out& o, const char* id = "IDST") {
+    o.text(id, 4);
+    o.i32(10);
+    o.text("test", 64);
+    o.zeros(244 - 72);
+}
+
+inline void textures(Out& o, const std::vector<TextureSpec>& list) {
+    o.put32(kTextures, static_cast<std::int32_t>(list.size()));
+    o.put32(kTextures + 4, o.here());
+    const std::size_t table = o.size();
+    for (const TextureSpec& t : list) {
+        o.text(t.name, 64);
+        o.i32(0), o.i32(t.width), o.i32(t.height), o.i32(0);
+    }
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        const TextureSpec& t = list[i];
+        o.put32(table + 80 * i + 76, o.here());
+        for (std::int32_t k = 0; k < t.width * t.height; ++k)
+            o.u8(static_cast<std::size_t>(k) < t.indices.size() ? t.indices[static_cast<std::size_t>(k)] : 0);
+        o.b.insert(o.b.end(), t.palette.begin(), t.palette.end());
+    }
+}
+
+// The bone records and tracks of one sequence, at the end of `o`; returns their offset.
+inline std::int32_t animation(Out& o, const SequenceSpec& s, std::size_t bone_count) {
+    const std::int32_t base = o.here();
+    o.zeros(12 * bone_count);
+    for (std::size_t b = 0; b < s.bones.size() && b < bone_count; ++b)
+        for (std::size_t ch = 0; ch < 6; ++ch) {
+            const Track& track = s.bones[b][ch];
+            if (track.empty()) continue;
+            o.put16(static_cast<std::size_t>(base) + 12 * b + 2 * ch,
+                    static_cast<std::int16_t>(o.here() - (base + static_cast<std::int32_t>(12 * b))));
+            for (const TrackRun& r : track) {
+                o.u8(static_cast<std::uint8_t>(r.values.size()));
+                o.u8(r.total);
+                for (std::int16_t v : r.values) o.i16(v);
+            }
+        }
+    return base;
+}
+
+}  // namespace detail
+
+inline std::int32_t triangles_of(const MeshSpec& m) {
+    if (m.triangles >= 0) return m.triangles;
+    std::int32_t n = 0;
+    for (const Run& r : m.runs) n += static_cast<std::int32_t>(r.points.size()) - 2;
+    return n;
+}
+
+inline StudioFiles write_studio(const StudioSpec& spec) {
+    using detail::Out;
+    StudioFiles files;
+    Out o;
+    detail::header(o);
+
+    o.put32(detail::kBones, static_cast<std::int32_t>(spec.bones.size()));
+    o.put32(detail::kBones + 4, o.here());
+    for (const BoneSpec& b : spec.bones) {
+        o.text(b.name, 32);
+        o.i32(b.parent), o.i32(0);
+        for (std::int32_t c : b.controller) o.i32(c);
+        for (float v : b.value) o.f32(v);
+        for (float v : b.scale) o.f32(v);
+    }
+    o.put32(detail::kControllers, static_cast<std::int32_t>(spec.controllers.size()));
+    o.put32(detail::kControllers + 4, o.here());
+    for (const ControllerSpec& c : spec.controllers) {
+        o.i32(c.bone), o.i32(c.type), o.f32(c.start), o.f32(c.end), o.i32(0), o.i32(c.index);
+    }
+    o.put32(detail::kHitBoxes, static_cast<std::int32_t>(spec.hitboxes.size()));
+    o.put32(detail::kHitBoxes + 4, o.here());
+    for (const auto& h : spec.hitboxes) o.i32(0), o.i32(0), o.vec(h[0]), o.vec(h[1]);
+
+    // Body parts, then their models, vertices, bones, meshes and commands.
+    o.put32(detail::kBodyParts, static_cast<std::int32_t>(spec.body_parts.size()));
+    o.put32(detail::kBodyParts + 4, o.here());
+    const std::size_t parts = o.size();
+    for (const BodyPartSpec& p : spec.body_parts) {
+        o.text(p.name, 64);
+        o.i32(static_cast<std::int32_t>(p.models.size())), o.i32(1), o.i32(0);
+    }
+    for (std::size_t p = 0; p < spec.body_parts.size(); ++p) {
+        const auto& models = spec.body_parts[p].models;
+        o.put32(parts + 76 * p + 72, o.here());
+        const std::size_t table = o.size();
+        for (const ModelSpec& m : models) {
+            o.text(m.name, 64);
+            o.i32(0), o.f32(0), o.i32(static_cast<std::int32_t>(m.meshes.size())), o.i32(0);
+            o.i32(static_cast<std::int32_t>(m.vertices.size()));
+            o.zeros(112 - 84);
+        }
+        for (std::size_t k = 0; k < models.size(); ++k) {
+            const ModelSpec& m = models[k];
+            const std::size_t rec = table + 112 * k;
+            o.put32(rec + 88, o.here());
+            for (const D3DVECTOR& v : m.vertices) o.vec(v);
+            o.put32(rec + 84, o.here());
+            for (std::size_t v = 0; v < m.vertices.size(); ++v) o.u8(v < m.bones.size() ? m.bones[v] : 0);
+            o.put32(rec + 76, o.here());
+            const std::size_t meshes = o.size();
+            for (const MeshSpec& mesh : m.meshes) o.i32(triangles_of(mesh)), o.i32(0), o.i32(mesh.skin), o.i32(0), o.i32(0);
+            for (std::size_t i = 0; i < m.meshes.size(); ++i) {
+                o.put32(meshes + 20 * i + 4, o.here());
+                for (const Run& r : m.meshes[i].runs) {
+                    const auto n = static_cast<std::int16_t>(r.points.size());
+                    o.i16(r.fan ? static_cast<std::int16_t>(-n) : n);
+                    for (const Point& pt : r.points) o.i16(pt.v), o.i16(0), o.i16(pt.s), o.i16(pt.t);
+                }
+                o.i16(0);
+            }
+        }
+    }
+
+    if (spec.textures_in_companion) {
+        Out t;
+        detail::header(t);
+        detail::textures(t, spec.textures);
+        files.textures = t.b;
+    } else {
+        detail::textures(o, spec.textures);
+    }
+
+    // Sequence groups: group 0's data offset is 0 (the main file), the others'
+    // files start with an 8-byte tag.
+    files.groups.resize(static_cast<std::size_t>(std::max(spec.group_count - 1, 0)));
+    std::vector<Out> group_out(files.groups.size());
+    for (Out& g : group_out) g.text("IDSQ", 8);
+    std::vector<std::int32_t> anim(spec.sequences.size());
+    for (std::size_t i = 0; i < spec.sequences.size(); ++i) {
+        const SequenceSpec& s = spec.sequences[i];
+        Out& target = s.group >= 1 && static_cast<std::size_t>(s.group) <= group_out.size()
+                          ? group_out[static_cast<std::size_t>(s.group - 1)]
+                          : o;
+        anim[i] = detail::animation(target, s, spec.bones.size());
+    }
+    for (std::size_t g = 0; g < group_out.size(); ++g) files.groups[g] = group_out[g].b;
+
+    o.put32(detail::kGroups, spec.group_count);
+    o.put32(detail::kGroups + 4, o.here());
+    for (std::int32_t g = 0; g < spec.group_count; ++g) {
+        o.text(g == 0 ? "default" : "group", 32);
+        o.text("", 64);
+        o.i32(0), o.i32(0);
+    }
+    o.put32(detail::kSequences, static_cast<std::int32_t>(spec.sequences.size()));
+    o.put32(detail::kSequences + 4, o.here());
+    for (std::size_t i = 0; i < spec.sequences.size(); ++i) {
+        const SequenceSpec& s = spec.sequences[i];
+        o.text(s.label, 32);
+        o.f32(s.fps);
+        o.zeros(20);
+        o.i32(s.frames);
+        o.zeros(120 - 60);
+        o.i32(1), o.i32(anim[i]);
+        o.zeros(156 - 128);
+        o.i32(s.group);
+        o.zeros(176 - 160);
+    }
+    files.main = o.b;
+    return files;
+}
+
+// A palette whose entry i is the given colour (others black).
+inline std::array<std::uint8_t, 768> palette(std::initializer_list<std::array<std::uint8_t, 3>> colours) {
+    std::array<std::uint8_t, 768> p{};
+    std::size_t i = 0;
+    for (const auto& c : colours) {
+        p[3 * i] = c[0], p[3 * i + 1] = c[1], p[3 * i + 2] = c[2];
+        ++i;
+    }
+    return p;
+}
+
+}  // namespace tarko::test::mdl
