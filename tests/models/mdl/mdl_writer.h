@@ -4,7 +4,9 @@
 // companion files ("t" textures, numbered sequence groups).
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -296,6 +298,84 @@ inline std::array<std::uint8_t, 768> palette(std::initializer_list<std::array<st
         ++i;
     }
     return p;
+}
+
+// A walking figure for examples and benches, z up, about 2 units tall: a
+// pelvis, torso, two legs and a head, each a tube of `rings` x `sides`
+// quads (2 x rings x sides triangles a bone: 5 x 2 x 10 x 10 = 1,000 by
+// default), body in skin 0 (a check), head in skin 1. Sequences: "idle"
+// (8 frames at 8 fps, the head turning) and "walk" (16 frames at 16 fps,
+// the legs swinging, the body bobbing). Controllers: the head's turn
+// (0 to 255 for -45 to 45 degrees) and the mouth (a nod, 0 to 10 degrees).
+inline StudioSpec walker(int rings = 10, int sides = 10) {
+    StudioSpec s;
+    const float pi = 3.14159265f;
+    // pelvis 0, torso 1, left leg 2, right leg 3, head 4 (z up, x forward)
+    const auto bone = [](const char* name, std::int32_t parent, float x, float y, float z) {
+        BoneSpec b;
+        b.name = name;
+        b.parent = parent;
+        b.value = {x, y, z, 0, 0, 0};
+        b.scale = {0.01f, 0.01f, 0.01f, 0.01f, 0.01f, 0.01f};
+        return b;
+    };
+    s.bones = {bone("pelvis", -1, 0, 0, 0.95f), bone("torso", 0, 0, 0, 0.05f), bone("leg_l", 0, 0, 0.16f, 0),
+               bone("leg_r", 0, 0, -0.16f, 0), bone("head", 1, 0, 0, 0.7f)};
+    s.bones[4].controller = {-1, -1, -1, 1, -1, 0};
+    s.controllers = {{4, 0x20, -45, 45, 0}, {4, 0x08, 0, 10, 4}};
+    ModelSpec m;
+    m.name = "figure";
+    MeshSpec body{0, -1, {}}, head{1, -1, {}};
+    // tube for bone b from z0 to z1 (bone space), radius r
+    const auto tube = [&](std::uint8_t b, float z0, float z1, float r, MeshSpec& mesh) {
+        const auto first = static_cast<std::int16_t>(m.vertices.size());
+        for (int i = 0; i <= rings; ++i)
+            for (int j = 0; j <= sides; ++j) {
+                const float a = 2 * pi * static_cast<float>(j) / static_cast<float>(sides);
+                const float z = z0 + (z1 - z0) * static_cast<float>(i) / static_cast<float>(rings);
+                const float bulge = r * (0.8f + 0.2f * std::sin(pi * static_cast<float>(i) / static_cast<float>(rings)));
+                m.vertices.push_back({bulge * std::cos(a), bulge * std::sin(a), z});
+                m.bones.push_back(b);
+            }
+        for (int i = 0; i < rings; ++i) {
+            Run run;
+            for (int j = 0; j <= sides; ++j)
+                for (int k : {i + 1, i}) {
+                    const auto v = static_cast<std::int16_t>(first + k * (sides + 1) + j);
+                    run.points.push_back({v, static_cast<std::int16_t>(8 * j / sides), static_cast<std::int16_t>(8 * k / rings)});
+                }
+            mesh.runs.push_back(run);
+        }
+    };
+    tube(0, -0.1f, 0.1f, 0.2f, body);
+    tube(1, 0.0f, 0.65f, 0.22f, body);
+    tube(2, -0.95f, 0.0f, 0.08f, body);
+    tube(3, -0.95f, 0.0f, 0.08f, body);
+    tube(4, 0.0f, 0.3f, 0.14f, head);
+    m.meshes = {body, head};
+    s.body_parts = {{"body", {m}}};
+    TextureSpec check{"body.bmp", 8, 8, {}, palette({{40, 90, 200}, {230, 200, 60}})};
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 8; ++x) check.indices.push_back(static_cast<std::uint8_t>((x / 2 + y / 2) % 2));
+    TextureSpec face{"head.bmp", 4, 4, std::vector<std::uint8_t>(16, 0), palette({{240, 180, 150}})};
+    s.textures = {check, face};
+
+    const auto swing = [](int frames, float amplitude, float phase) {
+        TrackRun run{static_cast<std::uint8_t>(frames), {}};
+        for (int f = 0; f < frames; ++f)
+            run.values.push_back(static_cast<std::int16_t>(std::lround(
+                amplitude * std::sin(2 * 3.14159265f * static_cast<float>(f) / static_cast<float>(frames) + phase))));
+        return Track{run};
+    };
+    SequenceSpec idle{"idle", 8, 8, 0, std::vector<std::array<Track, 6>>(5)};
+    idle.bones[4][5] = swing(8, 30, 0);          // head: +-0.3 rad about z
+    SequenceSpec walk{"walk", 16, 16, 0, std::vector<std::array<Track, 6>>(5)};
+    walk.bones[2][4] = swing(16, 50, 0);         // legs: +-0.5 rad about y, opposite
+    walk.bones[3][4] = swing(16, 50, pi);
+    walk.bones[0][2] = swing(16, 4, 0);          // pelvis bobs 0.04
+    walk.bones[1][4] = swing(16, 8, pi / 2);     // torso sways
+    s.sequences = {idle, walk};
+    return s;
 }
 
 }  // namespace tarko::test::mdl

@@ -2,6 +2,9 @@
 // file, sequence group files, hit boxes, and damaged files.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <map>
 
 #include "mdl_writer.h"
@@ -283,4 +286,39 @@ TEST(StudioDamage, SharedCommandsCannotMultiplyTheWork) {
     for (const auto& dm : m.Models[0][0].DrawMeshes) triangles += dm.Indices.size() / 3;
     EXPECT_LE(triangles, f.size() / 8 + 1);  // the budget, not 2000 x 28 = 56000
     EXPECT_FALSE(m.skipped.empty());
+}
+
+TEST(StudioSeeds, SeedFilesReadToTheirEnd) {
+    // The fuzz seeds; with TARKO_WRITE_SEEDS=<fuzz/corpus> they are also written to <dir>/mdl.
+    StudioSpec textureless = one_mesh({{true, {{0}, {1}, {2}, {3}}}});
+    textureless.textures_in_companion = true;
+    StudioSpec tracks = one_mesh({{false, {{0}, {1}, {2}, {3}}}, {true, {{4}, {0}, {1}}}});
+    tracks.bones.push_back({"child", 0, {-1, -1, -1, -1, -1, 0}, {0, 0, 1, 0, 0, 0}, {1, 1, 1, 1, 1, 0.01f}});
+    tracks.controllers = {{1, 0x20, -30, 30, 0}, {1, 0x8008, 0, 0, 1}, {1, 0x10, 0, 20, 4}};
+    tracks.hitboxes = {{D3DVECTOR{-1, -1, -1}, D3DVECTOR{1, 1, 1}}};
+    tracks.sequences = {{"move", 10, 6, 0, {{Track{{3, {1, 2, 3}}, {3, {4}}}, {}, {}, {}, {}, Track{{6, {0, 50, 100, 150}}}},
+                                            {Track{}, Track{{2, {5, 6}}, {0, {}}, {4, {7}}}, {}, {}, {}, {}}}}};
+    const struct {
+        const char* name;
+        StudioSpec spec;
+        std::size_t triangles;  // of the first model
+    } seeds[] = {{"square.mdl", one_mesh({{false, {{0}, {1}, {2}, {3}}}}), 2},
+                 {"textureless.mdl", textureless, 2},
+                 {"tracks.mdl", tracks, 3},
+                 {"walker.mdl", walker(2, 4), 5 * 2 * 2 * 4}};
+    const char* dir = std::getenv("TARKO_WRITE_SEEDS");
+    for (const auto& s : seeds) {
+        const Bytes bytes = write_studio(s.spec).main;
+        const StudioModel m = read(bytes);
+        // the textureless one misses its companion, and only that
+        EXPECT_EQ(m.skipped.size(), s.spec.textures_in_companion ? 1u : 0u) << s.name;
+        std::size_t triangles = 0;
+        for (const auto& dm : m.Models.at(0).at(0).DrawMeshes) triangles += dm.Indices.size() / 3;
+        EXPECT_EQ(triangles, s.triangles) << s.name;
+        if (dir) {
+            std::filesystem::create_directories(std::filesystem::path(dir) / "mdl");
+            std::ofstream(std::filesystem::path(dir) / "mdl" / s.name, std::ios::binary)
+                .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        }
+    }
 }
