@@ -89,6 +89,9 @@ public:
         float radius = 0;
     };
     const Bounds& bounds() const { return bounds_; }
+    // Puts the play position of a studio model at `frame` (tools showing a
+    // chosen frame run with speed 0, so Render keeps it there).
+    void set_frame(float frame) { play_.AnimFrame = frame; }
 
 private:
     void read_studio_textures(tarko_DX7& engine);

@@ -5,11 +5,13 @@ namespace tarko::view {
 
 extern const ViewFormat kXFormat;
 extern const ViewFormat kThreeDsFormat;
+extern const ViewFormat kMdlFormat;
 
 std::span<const ViewFormat> formats() {
     static const ViewFormat table[] = {
         kXFormat,
         kThreeDsFormat,
+        kMdlFormat,
     };
     return table;
 }
