@@ -307,16 +307,17 @@ inline std::array<std::uint8_t, 768> palette(std::initializer_list<std::array<st
 // (8 frames at 8 fps, the head turning) and "walk" (16 frames at 16 fps,
 // the legs swinging, the body bobbing). Controllers: the head's turn
 // (0 to 255 for -45 to 45 degrees) and the mouth (a nod, 0 to 10 degrees).
-inline StudioSpec walker(int rings = 10, int sides = 10) {
+// `size` scales every length (the tracks too).
+inline StudioSpec walker(int rings = 10, int sides = 10, float size = 1) {
     StudioSpec s;
     const float pi = 3.14159265f;
     // pelvis 0, torso 1, left leg 2, right leg 3, head 4 (z up, x forward)
-    const auto bone = [](const char* name, std::int32_t parent, float x, float y, float z) {
+    const auto bone = [&](const char* name, std::int32_t parent, float x, float y, float z) {
         BoneSpec b;
         b.name = name;
         b.parent = parent;
-        b.value = {x, y, z, 0, 0, 0};
-        b.scale = {0.01f, 0.01f, 0.01f, 0.01f, 0.01f, 0.01f};
+        b.value = {x * size, y * size, z * size, 0, 0, 0};
+        b.scale = {0.01f * size, 0.01f * size, 0.01f * size, 0.01f, 0.01f, 0.01f};
         return b;
     };
     s.bones = {bone("pelvis", -1, 0, 0, 0.95f), bone("torso", 0, 0, 0, 0.05f), bone("leg_l", 0, 0, 0.16f, 0),
@@ -334,7 +335,7 @@ inline StudioSpec walker(int rings = 10, int sides = 10) {
                 const float a = 2 * pi * static_cast<float>(j) / static_cast<float>(sides);
                 const float z = z0 + (z1 - z0) * static_cast<float>(i) / static_cast<float>(rings);
                 const float bulge = r * (0.8f + 0.2f * std::sin(pi * static_cast<float>(i) / static_cast<float>(rings)));
-                m.vertices.push_back({bulge * std::cos(a), bulge * std::sin(a), z});
+                m.vertices.push_back({size * bulge * std::cos(a), size * bulge * std::sin(a), size * z});
                 m.bones.push_back(b);
             }
         for (int i = 0; i < rings; ++i) {

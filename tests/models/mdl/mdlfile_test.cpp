@@ -216,11 +216,16 @@ TEST_F(MdlFile, TheActorShowsItsSkinWhereItStandsAndItsShadowOnlyWhenEnabled) {
     EXPECT_EQ(rgb(50, 60), (std::array<int, 3>{0, 0, 0x40}));  // left of the square
 
     actor.EnableShadowing(true);
+    // drawn lit and untextured: with no emissive light in the material, the
+    // ambient level (0x30) times the material's ambient (1)
+    D3DMATERIAL7 dark;
+    dark.ambient = {1, 1, 1, 1};
+    engine.D3D_DEV->setMaterial(dark);
+    engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_AMBIENT, 0x303030);
     frame();
-    // drawn lit, untextured, in whatever the host's light and material make of it
     const std::array<int, 3> background{0, 0, 0x40};
-    EXPECT_NE(rgb(80, 10), background);
-    EXPECT_NE(rgb(62, 2), background);
+    EXPECT_EQ(rgb(80, 10), (std::array<int, 3>{0x30, 0x30, 0x30}));
+    EXPECT_EQ(rgb(62, 2), (std::array<int, 3>{0x30, 0x30, 0x30}));
     EXPECT_EQ(rgb(58, 10), background);  // left of it (x -0.5 at 60.7)
     EXPECT_EQ(rgb(80, 20), background);  // below it (y 1.5 at 16.6)
     EXPECT_EQ(rgb(66, 60), (std::array<int, 3>{255, 0, 0}));         // the actor itself unchanged
