@@ -53,22 +53,22 @@ TEST(Md2Animations, FrameNamesSplitAsTheRunningNameChanges) {
     }
 }
 
-md2::Md2Data three_animations() {
+md2::Md2Data four_animations() {
     md2::Md2Data d;
-    d.Frames = named({"stand01", "stand02", "run01", "run02", "run03", "attack01", "attack02", "pain01"});
-    d.Animations = md2::split_animations(d.Frames);  // stand 0..2, run 3..5, attack 6..7
-    d.LastPlayFrame = 7;
+    d.Frames = named({"stand01", "stand02", "run01", "run02", "run03", "attack01", "attack02", "sneeze01", "sneeze02", "end01"});
+    d.Animations = md2::split_animations(d.Frames);  // stand 0..2, run 3..5, attack 6..7, sneeze 8..9
+    d.LastPlayFrame = 9;
     return d;
 }
 
 TEST(Md2Animations, NamesAreFoundAsPartsIgnoringCase) {
-    const md2::Md2Data d = three_animations();
-    ASSERT_EQ(d.Animations.size(), 3u);
+    const md2::Md2Data d = four_animations();
+    ASSERT_EQ(d.Animations.size(), 4u);
     const struct {
         const char* text;
         std::optional<std::size_t> found;
     } rows[] = {
-        {"run", 1}, {"RUN", 1}, {"aTTa", 2}, {"un", 1},
+        {"run", 1}, {"RUN", 1}, {"aTTa", 2}, {"un", 1}, {"EEz", 3}, {"ZE", 3},
         {"a", 0},   // stand and attack both hold it: the first wins
         {"", 0},    // an empty text matches the first name
         {"walk", std::nullopt}, {"runs", std::nullopt},
@@ -77,15 +77,15 @@ TEST(Md2Animations, NamesAreFoundAsPartsIgnoringCase) {
 }
 
 TEST(Md2Animations, ChoosingAnAnimationSetsItsRangeAndStartsAtItsFirstFrame) {
-    md2::Md2Data d = three_animations();
+    md2::Md2Data d = four_animations();
     d.FramePosition = 1.5f;
     md2::set_animation(d, 1);
     EXPECT_EQ((std::array{d.FirstPlayFrame, d.FramePosition, d.LastPlayFrame}), (std::array{3.0f, 3.0f, 5.0f}));
-    md2::set_animation(d, -1);  // the whole file: 8 frames
-    EXPECT_EQ((std::array{d.FirstPlayFrame, d.FramePosition, d.LastPlayFrame}), (std::array{0.0f, 0.0f, 7.0f}));
+    md2::set_animation(d, -1);  // the whole file: 10 frames
+    EXPECT_EQ((std::array{d.FirstPlayFrame, d.FramePosition, d.LastPlayFrame}), (std::array{0.0f, 0.0f, 9.0f}));
 
     md2::set_animation(d, 2);
-    for (const std::int32_t bad : {3, -2, 32767}) {
+    for (const std::int32_t bad : {4, -2, 32767}) {
         EXPECT_EQ(test::error_of([&] { md2::set_animation(d, bad); }), err::SubscriptOutOfRange) << bad;
         EXPECT_EQ((std::array{d.FirstPlayFrame, d.FramePosition, d.LastPlayFrame}), (std::array{6.0f, 6.0f, 7.0f}));
     }

@@ -101,6 +101,12 @@ TEST_P(Md2Build, AFrameOrIndexOutsideItsTableIsASubscriptError) {
     const md2::Md2Data nothing;  // an object with nothing loaded
     std::vector<D3DLVERTEX> out;
     EXPECT_EQ(test::error_of([&] { GetParam()(nothing, {}, 0, out); }), err::SubscriptOutOfRange);
+
+    // A read that stopped at frame 1's name leaves that frame without points
+    md2::Md2Data partial = load(triangle_model({"a01", "a02"}));
+    ASSERT_TRUE(md2::read_md2(write_md2(triangle_model({"b01", "abcdefghijklmnop"})), partial).stopped);
+    for (const md2::Blend b : {md2::Blend{0, 1, 0.5f}, md2::Blend{1, 0, 0.5f}})
+        EXPECT_EQ(test::error_of([&] { GetParam()(partial, b, 0, out); }), err::SubscriptOutOfRange) << b.Frame;
 }
 
 TEST_P(Md2Build, FramesWithoutTrianglesDrawNothing) {
