@@ -98,7 +98,14 @@ void cTarko_MDLfile::Load_MDL(const std::string& filename, tarko_DX7& cDX7, bool
     EngineRef = &cDX7;
     FileName = filename;
     tarko::mdl::Bytes file = read_or_empty(filename);
-    if (!tarko::mdl::is_studio(file)) return;  // the frame model reader joins here
+    if (tarko::md2::is_md2(file)) {
+        // The frame model reader stops at its first error; the object becomes a
+        // frame model once the triangles are in (what came before stays).
+        if (file.size() >= tarko::md2::kHeaderSize) play_.AnimSpeed = 1.0f;
+        if (tarko::md2::read_md2(file, md2_).loaded) ModelKind = 2;
+        return;
+    }
+    if (!tarko::mdl::is_studio(file)) return;
 
     ModelKind = 1;
     studio_ = tarko::mdl::read_studio(std::move(file), filename, read_or_empty);
@@ -198,7 +205,14 @@ void cTarko_MDLfile::SetAnimation(Integer AnimationIndex) {
     if (ModelKind == 1) {
         play_.AnimFrame = 1.0f;
         play_.AnimSequence = AnimationIndex;
+    } else if (ModelKind == 2) {
+        tarko::md2::set_animation(md2_, AnimationIndex);
     }
+}
+
+void cTarko_MDLfile::set_frame(float frame) {
+    if (ModelKind == 2) md2_.FramePosition = md2_.FirstPlayFrame + frame;
+    else play_.AnimFrame = frame;
 }
 
 void cTarko_MDLfile::SetAnimationName(const std::string& AnimationName) {
@@ -209,6 +223,9 @@ void cTarko_MDLfile::SetAnimationName(const std::string& AnimationName) {
                 SetAnimation(static_cast<Integer>(i));
                 return;
             }
+    } else if (ModelKind == 2) {
+        if (const auto found = tarko::md2::find_animation(md2_, AnimationName))
+            SetAnimation(static_cast<Integer>(*found));
     }
 }
 

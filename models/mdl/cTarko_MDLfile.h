@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "engine/tarko_dx7.h"
+#include "models/md2/md2.h"
 #include "models/mdl/studio_file.h"
 #include "models/mdl/studio_pose.h"
 #include "platform/object_ref.h"
@@ -81,6 +82,7 @@ public:
     tarko::Integer model_kind() const { return ModelKind; }
     const tarko::mdl::StudioModel& studio() const { return studio_; }
     const tarko::mdl::StudioPlay& play() const { return play_; }
+    const tarko::md2::Md2Data& frame_model() const { return md2_; }
     // Texture i's surface (Nothing when it has none).
     tarko::Ref<DirectDrawSurface7> texture_surface(std::size_t i) const;
     struct Bounds {
@@ -89,19 +91,22 @@ public:
         float radius = 0;
     };
     const Bounds& bounds() const { return bounds_; }
-    // Puts the play position of a studio model at `frame` (tools showing a
-    // chosen frame run with speed 0, so Render keeps it there).
-    void set_frame(float frame) { play_.AnimFrame = frame; }
+    // Puts the play position at `frame`: of the sequence on a studio model, from
+    // the first frame of the range on a frame model (tools showing a chosen
+    // frame run with speed 0, so Render keeps it there).
+    void set_frame(float frame);
 
 private:
     void read_studio_textures(tarko_DX7& engine);
     void render_studio();
+    void render_frames(bool USE_inFileTexture);
 
     tarko::Integer ModelKind = 0;
     tarko_DX7* EngineRef = nullptr;
     std::string FileName;
     tarko::mdl::StudioModel studio_;
-    tarko::mdl::StudioPlay play_;
+    tarko::mdl::StudioPlay play_;            // AnimSpeed also paces a frame model
+    tarko::md2::Md2Data md2_;
     std::vector<tarko::Integer> SkinSlots;
     std::vector<tarko::Ref<DirectDrawSurface7>> SurfaceTable;  // 0..1024, 0 stays free
     std::vector<std::string> SurfaceNames;

@@ -52,13 +52,27 @@ D3DMATRIX shadow_matrix(const D3DVECTOR& rotation, const D3DVECTOR& position) {
 }  // namespace
 
 void cTarko_MDLfile::Render(bool USE_inFileTexture) {
-    (void)USE_inFileTexture;
-    if (ModelKind == 1) {
-        render_studio();
-        return;
-    }
-    // The frame path: with nothing loaded its tables do not exist.
-    tarko::raise_error(tarko::err::SubscriptOutOfRange);
+    if (ModelKind == 1) render_studio();
+    else render_frames(USE_inFileTexture);
+}
+
+// Frame models, and objects with nothing loaded (whose empty frame table
+// raises Subscript out of range from the vertex build).
+void cTarko_MDLfile::render_frames(bool USE_inFileTexture) {
+    if (!EngineRef) tarko::raise_error(tarko::err::SubscriptOutOfRange);
+    tarko_DX7& engine = *EngineRef;
+    const Long white = engine.DX_7->createColorRGBA(1, 1, 1, 1);
+    Direct3DDevice7& dev = *engine.D3D_DEV;
+    dev.setRenderState(dx::D3DRENDERSTATE_LIGHTING, 0);
+    engine.OBJECT_Scale_Rotate_MOV(Variant(ActorScale.x), Variant(ActorScale.y), Variant(ActorScale.z),
+                                   Variant(ActorRotation.x), Variant(ActorRotation.y), Variant(ActorRotation.z),
+                                   Variant(ActorPosition.x), Variant(ActorPosition.y), Variant(ActorPosition.z));
+    const tarko::md2::Blend blend = tarko::md2::advance(md2_, play_.AnimSpeed, engine.ElapseFrame());
+    tarko::md2::build_md2_vertices(md2_, blend, white, vertices_);
+    if (HasMainTexture) dev.setTexture(0, MainTexture);
+    else if (USE_inFileTexture) dev.setTexture(0, {});
+    dev.drawPrimitive(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_LVERTEX, std::span(vertices_),
+                      static_cast<Long>(vertices_.size()), 0);
 }
 
 void cTarko_MDLfile::render_studio() {
