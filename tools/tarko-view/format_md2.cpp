@@ -1,6 +1,6 @@
 // Frame models (MD2) in tarko-view: animations with their frame ranges,
 // skins and frames; drawn by cTarko_MDLfile at a chosen animation and frame,
-// 10 frames a second when played.
+// 10 frames a second when played, with the first skin when its picture is there.
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
@@ -59,6 +59,13 @@ public:
         if (actor_.model_kind() != 2) throw std::runtime_error("not a readable frame model");
         actor_.SetScale(Variant(1.0), Variant(1.0), Variant(1.0));
         actor_.SetSpeed(0);
+        // The file's own skins are never loaded; tarko-view puts the first one on
+        // as the main texture when a picture of that name lies beside the model.
+        const auto& skins = actor_.frame_model().SkinNames;
+        if (!skins.empty()) {
+            const std::string skin = runtime::join_path(runtime::directory_of(path), skins[0]);
+            if (runtime::file_exists(skin)) actor_.Load_MD2mainTexture(skin);
+        }
     }
     void choose(const std::string& which) override {
         const auto& anims = actor_.frame_model().Animations;
