@@ -1,12 +1,15 @@
 // Actors: a crowd of animated studio models walking and idling on a floor,
-// each with its ground shadow, in a window or off screen, writing PNG frames.
+// each with its ground shadow, and frame models (MD2) standing and swaying
+// among them, in a window or off screen, writing PNG frames.
 //
 //   tarko_actors [--headless] [--frames N] [--out DIR] [--width W] [--height H] [--count N]
 //   tarko_actors --write-sample DIR
 //
 // The actors are made by the project's own studio writer (a figure of 1,000
-// triangles, 36 units tall, five bones, "idle" and "walk"); --write-sample
-// writes it as DIR/walker.mdl and stops. Studio models stand z up, so each
+// triangles, 36 units tall, five bones, "idle" and "walk"); every third
+// actor is a frame model from the MD2 writer (a 40-unit cylinder of 800
+// triangles, "stand" and "run", a striped BMP skin). --write-sample writes
+// DIR/walker.mdl, DIR/actor.md2 and DIR/actor.bmp and stops. Studio models stand z up, so each
 // actor turns 90 degrees about x; its shadow lies 2 units above its
 // position, so the floor is drawn just below that. In a window it runs until
 // closed, or for --frames N; headless for --frames N (default 60). Every
@@ -25,6 +28,7 @@
 #include "platform/constants.h"
 #include "platform/window.h"
 #include "runtime/errors.h"
+#include "tests/models/md2/md2_writer.h"
 #include "tests/models/mdl/mdl_writer.h"
 
 namespace platform = tarko::platform;
@@ -36,6 +40,32 @@ bool write_file(const std::filesystem::path& path, const std::vector<std::uint8_
     std::ofstream f(path, std::ios::binary);
     f.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     return static_cast<bool>(f);
+}
+
+// A 16 x 16 24-bit BMP (rows blue, green, red) of red and cream bands.
+std::vector<std::uint8_t> stripes_bmp() {
+    std::vector<std::uint8_t> b = {'B', 'M'};
+    const auto u32 = [&](std::uint32_t v) {
+        for (int i = 0; i < 4; ++i) b.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
+    };
+    const auto u16 = [&](std::uint16_t v) { b.push_back(static_cast<std::uint8_t>(v)), b.push_back(static_cast<std::uint8_t>(v >> 8)); };
+    u32(54 + 16 * 16 * 3), u32(0), u32(54), u32(40), u32(16), u32(16), u16(1), u16(24), u32(0), u32(16 * 16 * 3), u32(2835),
+        u32(2835), u32(0), u32(0);
+    for (int y = 0; y < 16; ++y)
+        for (int x = 0; x < 16; ++x) {
+            const bool band = (y / 4) % 2 == 0;
+            b.insert(b.end(), {static_cast<std::uint8_t>(band ? 40 : 200), static_cast<std::uint8_t>(band ? 40 : 230),
+                               static_cast<std::uint8_t>(band ? 200 : 240)});
+        }
+    return b;
+}
+
+// The sample files into `dir`: walker.mdl, actor.md2, actor.bmp.
+bool write_samples(const std::filesystem::path& dir) {
+    std::filesystem::create_directories(dir);
+    return write_file(dir / "walker.mdl", tarko::test::mdl::write_studio(tarko::test::mdl::walker(10, 10, 18)).main) &&
+           write_file(dir / "actor.md2", tarko::test::md2::write_md2(tarko::test::md2::actor(21, 20, 8, 40, "actor.bmp"))) &&
+           write_file(dir / "actor.bmp", stripes_bmp());
 }
 
 // The floor: one grey square at height y, drawn unlit.
@@ -75,11 +105,7 @@ int main(int argc, char** argv) {
         else if (a == "--height") height = std::atoi(value().c_str());
         else if (a == "--count") count = std::atoi(value().c_str());
         else if (a == "--write-sample") {
-            const std::filesystem::path dir = value();
-            std::filesystem::create_directories(dir);
-            return write_file(dir / "walker.mdl", tarko::test::mdl::write_studio(tarko::test::mdl::walker(10, 10, 18)).main)
-                       ? 0
-                       : 1;
+            return write_samples(value()) ? 0 : 1;
         } else {
             std::fprintf(stderr,
                          "usage: tarko_actors [--headless] [--frames N] [--out DIR] [--width W] [--height H] [--count N]\n"
@@ -92,15 +118,14 @@ int main(int argc, char** argv) {
         return 2;
     }
 
-    // The model file the actors load, beside the pictures or in the temporary folder.
+    // The model files the actors load, beside the pictures or in the temporary folder.
     const std::filesystem::path model_dir =
         out.empty() ? std::filesystem::temp_directory_path() / "tarko_actors" : std::filesystem::path(out);
-    std::filesystem::create_directories(model_dir);
-    const std::string model = (model_dir / "walker.mdl").string();
-    if (!write_file(model, tarko::test::mdl::write_studio(tarko::test::mdl::walker(10, 10, 18)).main)) {
-        std::fprintf(stderr, "tarko_actors: cannot write %s\n", model.c_str());
+    if (!write_samples(model_dir)) {
+        std::fprintf(stderr, "tarko_actors: cannot write into %s\n", model_dir.string().c_str());
         return 1;
     }
+    const std::string model = (model_dir / "walker.mdl").string();
 
     const bool windowed = !headless && platform::display_available();
     const bool until_closed = windowed && !frames_given;
@@ -121,14 +146,21 @@ int main(int argc, char** argv) {
         std::vector<D3DVECTOR> places;
         for (int i = 0; i < count; ++i) {
             auto actor = std::make_unique<cTarko_MDLfile>();
-            actor->Load_MDL(model, engine);
-            const bool walks = i % 2 == 0;
-            actor->SetAnimationName(walks ? "walk" : "idle");
-            actor->SetSpeed(0.8f + 0.1f * static_cast<float>(i % 5));
-            actor->SetScale(Variant(1.0), Variant(1.0), Variant(1.0));
+            if (i % 3 == 2) {  // a frame model: no shadow of its own
+                actor->Load_MDL((model_dir / "actor.md2").string(), engine);
+                actor->Load_MD2mainTexture((model_dir / "actor.bmp").string());
+                actor->SetAnimationName(i % 2 ? "stand" : "run");
+                actor->SetSpeed(8);
+            } else {
+                actor->Load_MDL(model, engine);
+                actor->SetAnimationName(i % 2 == 0 ? "walk" : "idle");
+                actor->SetSpeed(0.8f + 0.1f * static_cast<float>(i % 5));
+            }
+            if (actor->model_kind() == 2) actor->SetScale(Variant(0.4), Variant(0.9), Variant(0.4));
+            else actor->SetScale(Variant(1.0), Variant(1.0), Variant(1.0));
             actor->EnableShadowing(true);
             actor->MDL_AssignController(0, static_cast<float>((i * 37) % 256));
-            places.push_back({spacing * (static_cast<float>(i % side) - static_cast<float>(side - 1) / 2), 0,
+            places.push_back({spacing * (static_cast<float>(i % side) - static_cast<float>(side - 1) / 2), i % 3 == 2 ? 1.9f : 0.0f,
                               spacing * (static_cast<float>(i / side) - static_cast<float>(side - 1) / 2)});
             actors.push_back(std::move(actor));
         }
@@ -154,12 +186,14 @@ int main(int argc, char** argv) {
             for (std::size_t i = 0; i < actors.size(); ++i) {
                 D3DVECTOR p = places[i];
                 float heading = static_cast<float>(i * 45 % 360);
-                if (i % 2 == 0) {  // walkers go along z and wrap round
+                const bool frame_model = actors[i]->model_kind() == 2;
+                if (frame_model) heading = 0;  // it stands y up as it is
+                else if (i % 2 == 0) {  // walkers go along z and wrap round
                     heading = 90;
                     p.z = std::fmod(p.z + half + static_cast<float>(frame) * 0.6f, 2 * half) - half;
                 }
                 actors[i]->SetPosition(Variant(p.x), Variant(p.y), Variant(p.z));
-                actors[i]->SetRotation(Variant(90.0), Variant(static_cast<double>(heading)), Variant(0.0));
+                actors[i]->SetRotation(Variant(frame_model ? 0.0 : 90.0), Variant(static_cast<double>(heading)), Variant(0.0));
                 actors[i]->MDL_MouthControllerAssign(static_cast<float>(50 + 50 * std::sin(frame * 0.3 + i)));
                 actors[i]->Render();
             }
