@@ -225,6 +225,12 @@ inline StudioFiles write_studio(const StudioSpec& spec) {
             for (const D3DVECTOR& v : m.vertices) o.vec(v);
             o.put32(rec + 84, o.here());
             for (std::size_t v = 0; v < m.vertices.size(); ++v) o.u8(v < m.bones.size() ? m.bones[v] : 0);
+            // one normal a vertex, (0, 0, 1), on the vertex's bone (other readers want them)
+            o.put32(rec + 92, static_cast<std::int32_t>(m.vertices.size()));
+            o.put32(rec + 96, o.here());
+            for (std::size_t v = 0; v < m.vertices.size(); ++v) o.u8(v < m.bones.size() ? m.bones[v] : 0);
+            o.put32(rec + 100, o.here());
+            for (std::size_t v = 0; v < m.vertices.size(); ++v) o.vec({0, 0, 1});
             o.put32(rec + 76, o.here());
             const std::size_t meshes = o.size();
             for (const MeshSpec& mesh : m.meshes) o.i32(triangles_of(mesh)), o.i32(0), o.i32(mesh.skin), o.i32(0), o.i32(0);
@@ -233,12 +239,18 @@ inline StudioFiles write_studio(const StudioSpec& spec) {
                 for (const Run& r : m.meshes[i].runs) {
                     const auto n = static_cast<std::int16_t>(r.points.size());
                     o.i16(r.fan ? static_cast<std::int16_t>(-n) : n);
-                    for (const Point& pt : r.points) o.i16(pt.v), o.i16(0), o.i16(pt.s), o.i16(pt.t);
+                    for (const Point& pt : r.points) o.i16(pt.v), o.i16(pt.v), o.i16(pt.s), o.i16(pt.t);
                 }
                 o.i16(0);
             }
         }
     }
+
+    // The skin table: one family, skin reference i is texture i.
+    o.put32(192, static_cast<std::int32_t>(spec.textures.size()));
+    o.put32(196, 1);
+    o.put32(200, o.here());
+    for (std::size_t t = 0; t < spec.textures.size(); ++t) o.i16(static_cast<std::int16_t>(t));
 
     if (spec.textures_in_companion) {
         Out t;
@@ -285,6 +297,7 @@ inline StudioFiles write_studio(const StudioSpec& spec) {
         o.i32(s.group);
         o.zeros(176 - 160);
     }
+    o.put32(72, o.here());  // length
     files.main = o.b;
     return files;
 }
