@@ -138,7 +138,8 @@ void cTarko_MDLfile::read_studio_textures(tarko_DX7& engine) {
     for (std::size_t i = 0; i < studio_.Textures.size(); ++i) {
         const tarko::mdl::TextureRecord& t = studio_.Textures[i];
         const tarko::mdl::TexturePixels& picture = studio_.TexturePictures[i];
-        if (!picture.indices.empty()) {
+        if (!picture.read) continue;  // no pixels, no surface: the mesh draws untextured
+        {
             DirectDrawSurface7& w = *work;
             const int cols = std::min<Long>(t.width, w.width()), rows = std::min<Long>(t.height, w.height());
             for (int y = 0; y < rows; ++y)

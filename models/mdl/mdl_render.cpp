@@ -133,22 +133,30 @@ void cTarko_MDLfile::render_studio() {
                     if (v.z > hi.z) hi.z = v.z;
                 }
 
-            dev.setRenderState(dx::D3DRENDERSTATE_LIGHTING, 0);
+            // A failing device call skips itself and the loop goes on.
+            tarko::runtime::ResumeNext next;
+            next([&] { dev.setRenderState(dx::D3DRENDERSTATE_LIGHTING, 0); });
             if (mesh.Skin >= 0 && static_cast<std::size_t>(mesh.Skin) < SkinSlots.size())
-                dev.setTexture(0, SurfaceTable[static_cast<std::size_t>(SkinSlots[static_cast<std::size_t>(mesh.Skin)])]);
+                next([&] {
+                    dev.setTexture(0, SurfaceTable[static_cast<std::size_t>(SkinSlots[static_cast<std::size_t>(mesh.Skin)])]);
+                });
             if (world_changed) {
-                dev.setTransform(dx::D3DTRANSFORMSTATE_WORLD, world);
+                next([&] { dev.setTransform(dx::D3DTRANSFORMSTATE_WORLD, world); });
                 world_changed = false;
             }
-            dev.drawPrimitive(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_LVERTEX, std::span(vertices_),
-                              static_cast<Long>(count), 0);
-            dev.setTexture(0, {});
-            if (ShadowEnabled) {
-                dev.setRenderState(dx::D3DRENDERSTATE_LIGHTING, tarko::bool_to_long(true));
-                dev.setTransform(dx::D3DTRANSFORMSTATE_WORLD, shadow);
-                world_changed = true;
+            next([&] {
                 dev.drawPrimitive(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_LVERTEX, std::span(vertices_),
                                   static_cast<Long>(count), 0);
+            });
+            next([&] { dev.setTexture(0, {}); });
+            if (ShadowEnabled) {
+                next([&] { dev.setRenderState(dx::D3DRENDERSTATE_LIGHTING, tarko::bool_to_long(true)); });
+                next([&] { dev.setTransform(dx::D3DTRANSFORMSTATE_WORLD, shadow); });
+                world_changed = true;
+                next([&] {
+                    dev.drawPrimitive(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_LVERTEX, std::span(vertices_),
+                                      static_cast<Long>(count), 0);
+                });
             }
         }
     }

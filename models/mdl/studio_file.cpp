@@ -150,6 +150,7 @@ TexturePixels read_texture_pixels(const Bytes& file, const TextureRecord& t) {
     p.indices.assign(indices.begin(), indices.end());
     const auto palette = in.bytes(768);
     std::memcpy(p.palette.data(), palette.data(), 768);
+    p.read = true;
     return p;
 }
 
@@ -330,10 +331,19 @@ StudioModel read_studio(Bytes main_file, const std::string& filename, const File
     if (texture_header.texture_count > 0) {
         step(m, [&] { m.Textures = read_texture_records(*texture_file, texture_header); });
         m.TexturePictures.resize(m.Textures.size());
+        // Real textures do not share their pixels: all of them together fit in the file.
+        std::size_t pixel_budget = texture_file->size();
         for (std::size_t i = 0; i < m.Textures.size(); ++i) {
             const TextureRecord& t = m.Textures[i];
             m.TextureSizes.push_back({static_cast<float>(t.width), static_cast<float>(t.height)});
-            step(m, [&] { m.TexturePictures[i] = read_texture_pixels(*texture_file, t); });
+            step(m, [&] {
+                TexturePixels p = read_texture_pixels(*texture_file, t);
+                if (p.indices.size() + 768 > pixel_budget)
+                    ByteReader(*texture_file).fail_at(static_cast<std::size_t>(t.data_offset),
+                                                      "texture \"" + t.name + "\": more pixels than the file holds");
+                pixel_budget -= p.indices.size() + 768;
+                m.TexturePictures[i] = std::move(p);
+            });
         }
     }
 

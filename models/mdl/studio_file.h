@@ -93,6 +93,7 @@ struct TextureRecord {
 };
 // A texture's picture as the file holds it.
 struct TexturePixels {
+    bool read = false;                      // false: the file did not hold them
     Bytes indices;                          // width x height palette indices, row by row
     std::array<std::uint8_t, 768> palette{};  // R, G, B per entry
 };

@@ -194,11 +194,12 @@ TEST(StudioTracks, WithoutASequenceTheBonesRestAndStillFollowTheirControllers) {
 
 TEST(StudioControllers, ValuesBendWithinTheirRange) {
     StudioSpec s;
-    s.controllers = {{0, 0x20, -30, 30, 0}, {0, 0x8020, 10, 0, 1}, {0, 0x2, 0, 10, 2}, {0, 0x10, 0, 64, 4}};
+    s.controllers = {{0, 0x20, -30, 30, 0}, {0, 0x8020, 10, 0, 1}, {0, 0x2, 0, 10, 2}, {0, 0x10, 0, 64, 4},
+                     {0, 0x20, 0, 90, 3}};
     const StudioModel m = read(s);
     StudioPlay play;
     tarko::mdl::start_play(m, play);
-    EXPECT_EQ(play.ControllerValues, (std::vector<float>{128, 128, 128, 0}));  // index 4 is not below 3
+    EXPECT_EQ(play.ControllerValues, (std::vector<float>{128, 128, 128, 0, 0}));  // indices 4 and 3 are not below 3
     constexpr double deg = 3.141592653 / 180;
     struct Case {
         std::size_t j;
@@ -216,9 +217,10 @@ TEST(StudioControllers, ValuesBendWithinTheirRange) {
         {2, 255, 10.0},
         {3, 32, 32 * deg},     // mouth: 32 / 64 of 0..64
         {3, 96, 64 * deg},     // above 64 holds at the end
+        {4, 255, 90 * deg},    // index 3 is an ordinary controller: 0..255
     };
     for (const Case& c : cases) {
-        play.ControllerValues.assign(4, 0);
+        play.ControllerValues.assign(5, 0);
         play.ControllerValues[c.j] = c.value;
         tarko::mdl::adjust_controllers(m, play);
         EXPECT_NEAR(play.BoneAdjust[c.j], c.want, 1e-5) << c.j << " " << c.value;

@@ -322,3 +322,26 @@ TEST(StudioSeeds, SeedFilesReadToTheirEnd) {
         }
     }
 }
+
+TEST(StudioDamage, TexturesSharingOnePictureCannotMultiplyMemory) {
+    // 3 textures of 40 x 40 (1,600 + 768 bytes each) all pointing at the first
+    // one's pixels: the file holds one picture, so the later ones are refused.
+    StudioSpec s = one_mesh({{false, {{0}, {1}, {2}}}});
+    s.textures = {{"a", 40, 40, {}, {}}, {"b", 40, 40, {}, {}}, {"c", 40, 40, {}, {}}};
+    Bytes f = write_studio(s).main;
+    const std::size_t table = static_cast<std::size_t>(f[184] | f[185] << 8 | f[186] << 16);
+    for (std::size_t t = 1; t < 3; ++t)
+        for (std::size_t i = 0; i < 4; ++i) f[table + 80 * t + 76 + i] = f[table + 76 + i];
+    f.resize(f.size() - 2 * (1600 + 768));  // the other two pictures are not in the file
+    // the sequence and group tables came after them: put the header's offsets out of the way
+    for (std::size_t at : {164u, 172u}) f[at] = f[at + 1] = f[at + 2] = f[at + 3] = 0;
+    const StudioModel m = read(f);
+    EXPECT_TRUE(m.TexturePictures[0].read);
+    // the file keeps picture a and part of b, under 2 x 2,368 + 1,000 bytes: without the
+    // budget all three records would read a's 2,368 bytes, 7,104 in all
+    std::size_t read_pictures = 0;
+    for (const auto& p : m.TexturePictures) read_pictures += p.read;
+    EXPECT_LT(f.size(), 2 * 2368u + 1000);
+    EXPECT_LT(read_pictures * (1600 + 768), f.size());
+    EXPECT_FALSE(m.skipped.empty());
+}
