@@ -345,3 +345,27 @@ TEST(StudioDamage, TexturesSharingOnePictureCannotMultiplyMemory) {
     EXPECT_LT(read_pictures * (1600 + 768), f.size());
     EXPECT_FALSE(m.skipped.empty());
 }
+
+TEST(StudioDamage, RunsWithoutTrianglesCannotMultiplyTheWork) {
+    // 3000 meshes of 0 triangles all reading one list of 100 two-point runs
+    // (1,000 bytes): 300,000 runs, while the file (about 62,000 bytes) can hold
+    // 62,000 / 8 = 7,750 points; the reads stop once those are spent.
+    StudioSpec s = one_mesh({});
+    s.body_parts[0].models[0].meshes = {{0, 0, std::vector<tarko::test::mdl::Run>(100, tarko::test::mdl::Run{false, {{0}, {1}}})}};
+    Bytes f = write_studio(s).main;
+    const std::size_t part = f[208] | f[209] << 8, model = f[part + 72] | f[part + 73] << 8;
+    const std::size_t meshes = f[model + 76] | f[model + 77] << 8;
+    const std::size_t table = f.size();
+    for (int i = 0; i < 3000; ++i) {
+        Bytes rec(20, 0);
+        std::copy(f.begin() + static_cast<std::ptrdiff_t>(meshes), f.begin() + static_cast<std::ptrdiff_t>(meshes + 20), rec.begin());
+        f.insert(f.end(), rec.begin(), rec.end());
+    }
+    for (int i = 0; i < 4; ++i) f[model + 72 + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(3000 >> (8 * i));
+    for (int i = 0; i < 4; ++i) f[model + 76 + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(table >> (8 * i));
+    const StudioModel m = read(f);
+    ASSERT_FALSE(m.skipped.empty());
+    EXPECT_NE(m.skipped.back().reason().find("more triangle command points than the file can hold"), std::string::npos);
+    // about 7,750 / 200 = 38 meshes get through
+    EXPECT_GT(m.skipped.size(), 2900u);
+}
