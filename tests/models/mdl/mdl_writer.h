@@ -25,34 +25,34 @@ struct Run {
     bool fan = false;
     std::vector<Point> points;
 };
-struct MeshSpec {
+struct MeshDesc {
     std::int32_t skin = 0;
     std::int32_t triangles = -1;  // -1: counted from the runs
     std::vector<Run> runs;
 };
-struct ModelSpec {
+struct ModelDesc {
     std::string name = "model";
     std::vector<D3DVECTOR> vertices;
     std::vector<std::uint8_t> bones;  // default: all bone 0
-    std::vector<MeshSpec> meshes;
+    std::vector<MeshDesc> meshes;
 };
-struct BodyPartSpec {
+struct BodyPartDesc {
     std::string name = "body";
-    std::vector<ModelSpec> models;
+    std::vector<ModelDesc> models;
 };
-struct BoneSpec {
+struct BoneDesc {
     std::string name = "bone";
     std::int32_t parent = -1;
     std::array<std::int32_t, 6> controller{-1, -1, -1, -1, -1, -1};
     std::array<float, 6> value{};
     std::array<float, 6> scale{1, 1, 1, 1, 1, 1};
 };
-struct ControllerSpec {
+struct ControllerDesc {
     std::int32_t bone = 0, type = 0;
     float start = 0, end = 0;
     std::int32_t index = 0;
 };
-struct TextureSpec {
+struct TextureDesc {
     std::string name = "skin.bmp";
     std::int32_t width = 2, height = 2;
     std::vector<std::uint8_t> indices;     // default: all 0
@@ -64,22 +64,22 @@ struct TrackRun {
     std::vector<std::int16_t> values;
 };
 using Track = std::vector<TrackRun>;  // empty: no track
-struct SequenceSpec {
+struct SequenceDesc {
     std::string label = "idle";
     float fps = 10;
     std::int32_t frames = 10;
     std::int32_t group = 0;
     std::vector<std::array<Track, 6>> bones;  // per bone, per channel X Y Z XR YR ZR
 };
-struct StudioSpec {
-    std::vector<BoneSpec> bones{BoneSpec{}};
-    std::vector<ControllerSpec> controllers;
+struct StudioDesc {
+    std::vector<BoneDesc> bones{BoneDesc{}};
+    std::vector<ControllerDesc> controllers;
     std::vector<std::array<D3DVECTOR, 2>> hitboxes;  // min, max
-    std::vector<BodyPartSpec> body_parts;
-    std::vector<TextureSpec> textures;
+    std::vector<BodyPartDesc> body_parts;
+    std::vector<TextureDesc> textures;
     bool textures_in_companion = false;
     std::int32_t group_count = 1;
-    std::vector<SequenceSpec> sequences;
+    std::vector<SequenceDesc> sequences;
 };
 
 struct StudioFiles {
@@ -131,16 +131,16 @@ inline void header(Out& o, const char* id = "IDST") {
     o.zeros(244 - 72);
 }
 
-inline void textures(Out& o, const std::vector<TextureSpec>& list) {
+inline void textures(Out& o, const std::vector<TextureDesc>& list) {
     o.put32(kTextures, static_cast<std::int32_t>(list.size()));
     o.put32(kTextures + 4, o.here());
     const std::size_t table = o.size();
-    for (const TextureSpec& t : list) {
+    for (const TextureDesc& t : list) {
         o.text(t.name, 64);
         o.i32(0), o.i32(t.width), o.i32(t.height), o.i32(0);
     }
     for (std::size_t i = 0; i < list.size(); ++i) {
-        const TextureSpec& t = list[i];
+        const TextureDesc& t = list[i];
         o.put32(table + 80 * i + 76, o.here());
         for (std::int32_t k = 0; k < t.width * t.height; ++k)
             o.u8(static_cast<std::size_t>(k) < t.indices.size() ? t.indices[static_cast<std::size_t>(k)] : 0);
@@ -149,7 +149,7 @@ inline void textures(Out& o, const std::vector<TextureSpec>& list) {
 }
 
 // The bone records and tracks of one sequence, at the end of `o`; returns their offset.
-inline std::int32_t animation(Out& o, const SequenceSpec& s, std::size_t bone_count) {
+inline std::int32_t animation(Out& o, const SequenceDesc& s, std::size_t bone_count) {
     const std::int32_t base = o.here();
     o.zeros(12 * bone_count);
     for (std::size_t b = 0; b < s.bones.size() && b < bone_count; ++b)
@@ -169,57 +169,57 @@ inline std::int32_t animation(Out& o, const SequenceSpec& s, std::size_t bone_co
 
 }  // namespace detail
 
-inline std::int32_t triangles_of(const MeshSpec& m) {
+inline std::int32_t triangles_of(const MeshDesc& m) {
     if (m.triangles >= 0) return m.triangles;
     std::int32_t n = 0;
     for (const Run& r : m.runs) n += static_cast<std::int32_t>(r.points.size()) - 2;
     return n;
 }
 
-inline StudioFiles write_studio(const StudioSpec& spec) {
+inline StudioFiles write_studio(const StudioDesc& desc) {
     using detail::Out;
     StudioFiles files;
     Out o;
     detail::header(o);
 
-    o.put32(detail::kBones, static_cast<std::int32_t>(spec.bones.size()));
+    o.put32(detail::kBones, static_cast<std::int32_t>(desc.bones.size()));
     o.put32(detail::kBones + 4, o.here());
-    for (const BoneSpec& b : spec.bones) {
+    for (const BoneDesc& b : desc.bones) {
         o.text(b.name, 32);
         o.i32(b.parent), o.i32(0);
         for (std::int32_t c : b.controller) o.i32(c);
         for (float v : b.value) o.f32(v);
         for (float v : b.scale) o.f32(v);
     }
-    o.put32(detail::kControllers, static_cast<std::int32_t>(spec.controllers.size()));
+    o.put32(detail::kControllers, static_cast<std::int32_t>(desc.controllers.size()));
     o.put32(detail::kControllers + 4, o.here());
-    for (const ControllerSpec& c : spec.controllers) {
+    for (const ControllerDesc& c : desc.controllers) {
         o.i32(c.bone), o.i32(c.type), o.f32(c.start), o.f32(c.end), o.i32(0), o.i32(c.index);
     }
-    o.put32(detail::kHitBoxes, static_cast<std::int32_t>(spec.hitboxes.size()));
+    o.put32(detail::kHitBoxes, static_cast<std::int32_t>(desc.hitboxes.size()));
     o.put32(detail::kHitBoxes + 4, o.here());
-    for (const auto& h : spec.hitboxes) o.i32(0), o.i32(0), o.vec(h[0]), o.vec(h[1]);
+    for (const auto& h : desc.hitboxes) o.i32(0), o.i32(0), o.vec(h[0]), o.vec(h[1]);
 
     // Body parts, then their models, vertices, bones, meshes and commands.
-    o.put32(detail::kBodyParts, static_cast<std::int32_t>(spec.body_parts.size()));
+    o.put32(detail::kBodyParts, static_cast<std::int32_t>(desc.body_parts.size()));
     o.put32(detail::kBodyParts + 4, o.here());
     const std::size_t parts = o.size();
-    for (const BodyPartSpec& p : spec.body_parts) {
+    for (const BodyPartDesc& p : desc.body_parts) {
         o.text(p.name, 64);
         o.i32(static_cast<std::int32_t>(p.models.size())), o.i32(1), o.i32(0);
     }
-    for (std::size_t p = 0; p < spec.body_parts.size(); ++p) {
-        const auto& models = spec.body_parts[p].models;
+    for (std::size_t p = 0; p < desc.body_parts.size(); ++p) {
+        const auto& models = desc.body_parts[p].models;
         o.put32(parts + 76 * p + 72, o.here());
         const std::size_t table = o.size();
-        for (const ModelSpec& m : models) {
+        for (const ModelDesc& m : models) {
             o.text(m.name, 64);
             o.i32(0), o.f32(0), o.i32(static_cast<std::int32_t>(m.meshes.size())), o.i32(0);
             o.i32(static_cast<std::int32_t>(m.vertices.size()));
             o.zeros(112 - 84);
         }
         for (std::size_t k = 0; k < models.size(); ++k) {
-            const ModelSpec& m = models[k];
+            const ModelDesc& m = models[k];
             const std::size_t rec = table + 112 * k;
             o.put32(rec + 88, o.here());
             for (const D3DVECTOR& v : m.vertices) o.vec(v);
@@ -233,7 +233,7 @@ inline StudioFiles write_studio(const StudioSpec& spec) {
             for (std::size_t v = 0; v < m.vertices.size(); ++v) o.vec({0, 0, 1});
             o.put32(rec + 76, o.here());
             const std::size_t meshes = o.size();
-            for (const MeshSpec& mesh : m.meshes) o.i32(triangles_of(mesh)), o.i32(0), o.i32(mesh.skin), o.i32(0), o.i32(0);
+            for (const MeshDesc& mesh : m.meshes) o.i32(triangles_of(mesh)), o.i32(0), o.i32(mesh.skin), o.i32(0), o.i32(0);
             for (std::size_t i = 0; i < m.meshes.size(); ++i) {
                 o.put32(meshes + 20 * i + 4, o.here());
                 for (const Run& r : m.meshes[i].runs) {
@@ -247,46 +247,46 @@ inline StudioFiles write_studio(const StudioSpec& spec) {
     }
 
     // The skin table: one family, skin reference i is texture i.
-    o.put32(192, static_cast<std::int32_t>(spec.textures.size()));
+    o.put32(192, static_cast<std::int32_t>(desc.textures.size()));
     o.put32(196, 1);
     o.put32(200, o.here());
-    for (std::size_t t = 0; t < spec.textures.size(); ++t) o.i16(static_cast<std::int16_t>(t));
+    for (std::size_t t = 0; t < desc.textures.size(); ++t) o.i16(static_cast<std::int16_t>(t));
 
-    if (spec.textures_in_companion) {
+    if (desc.textures_in_companion) {
         Out t;
         detail::header(t);
-        detail::textures(t, spec.textures);
+        detail::textures(t, desc.textures);
         files.textures = t.b;
     } else {
-        detail::textures(o, spec.textures);
+        detail::textures(o, desc.textures);
     }
 
     // Sequence groups: group 0's data offset is 0 (the main file), the others'
     // files start with an 8-byte tag.
-    files.groups.resize(static_cast<std::size_t>(std::max(spec.group_count - 1, 0)));
+    files.groups.resize(static_cast<std::size_t>(std::max(desc.group_count - 1, 0)));
     std::vector<Out> group_out(files.groups.size());
     for (Out& g : group_out) g.text("IDSQ", 8);
-    std::vector<std::int32_t> anim(spec.sequences.size());
-    for (std::size_t i = 0; i < spec.sequences.size(); ++i) {
-        const SequenceSpec& s = spec.sequences[i];
+    std::vector<std::int32_t> anim(desc.sequences.size());
+    for (std::size_t i = 0; i < desc.sequences.size(); ++i) {
+        const SequenceDesc& s = desc.sequences[i];
         Out& target = s.group >= 1 && static_cast<std::size_t>(s.group) <= group_out.size()
                           ? group_out[static_cast<std::size_t>(s.group - 1)]
                           : o;
-        anim[i] = detail::animation(target, s, spec.bones.size());
+        anim[i] = detail::animation(target, s, desc.bones.size());
     }
     for (std::size_t g = 0; g < group_out.size(); ++g) files.groups[g] = group_out[g].b;
 
-    o.put32(detail::kGroups, spec.group_count);
+    o.put32(detail::kGroups, desc.group_count);
     o.put32(detail::kGroups + 4, o.here());
-    for (std::int32_t g = 0; g < spec.group_count; ++g) {
+    for (std::int32_t g = 0; g < desc.group_count; ++g) {
         o.text(g == 0 ? "default" : "group", 32);
         o.text("", 64);
         o.i32(0), o.i32(0);
     }
-    o.put32(detail::kSequences, static_cast<std::int32_t>(spec.sequences.size()));
+    o.put32(detail::kSequences, static_cast<std::int32_t>(desc.sequences.size()));
     o.put32(detail::kSequences + 4, o.here());
-    for (std::size_t i = 0; i < spec.sequences.size(); ++i) {
-        const SequenceSpec& s = spec.sequences[i];
+    for (std::size_t i = 0; i < desc.sequences.size(); ++i) {
+        const SequenceDesc& s = desc.sequences[i];
         o.text(s.label, 32);
         o.f32(s.fps);
         o.zeros(20);
@@ -321,12 +321,12 @@ inline std::array<std::uint8_t, 768> palette(std::initializer_list<std::array<st
 // the legs swinging, the body bobbing). Controllers: the head's turn
 // (0 to 255 for -45 to 45 degrees) and the mouth (a nod, 0 to 10 degrees).
 // `size` scales every length (the tracks too).
-inline StudioSpec walker(int rings = 10, int sides = 10, float size = 1) {
-    StudioSpec s;
+inline StudioDesc walker(int rings = 10, int sides = 10, float size = 1) {
+    StudioDesc s;
     const float pi = 3.14159265f;
     // pelvis 0, torso 1, left leg 2, right leg 3, head 4 (z up, x forward)
     const auto bone = [&](const char* name, std::int32_t parent, float x, float y, float z) {
-        BoneSpec b;
+        BoneDesc b;
         b.name = name;
         b.parent = parent;
         b.value = {x * size, y * size, z * size, 0, 0, 0};
@@ -337,11 +337,11 @@ inline StudioSpec walker(int rings = 10, int sides = 10, float size = 1) {
                bone("leg_r", 0, 0, -0.16f, 0), bone("head", 1, 0, 0, 0.7f)};
     s.bones[4].controller = {-1, -1, -1, 1, -1, 0};
     s.controllers = {{4, 0x20, -45, 45, 0}, {4, 0x08, 0, 10, 4}};
-    ModelSpec m;
+    ModelDesc m;
     m.name = "figure";
-    MeshSpec body{0, -1, {}}, head{1, -1, {}};
+    MeshDesc body{0, -1, {}}, head{1, -1, {}};
     // tube for bone b from z0 to z1 (bone space), radius r
-    const auto tube = [&](std::uint8_t b, float z0, float z1, float r, MeshSpec& mesh) {
+    const auto tube = [&](std::uint8_t b, float z0, float z1, float r, MeshDesc& mesh) {
         const auto first = static_cast<std::int16_t>(m.vertices.size());
         for (int i = 0; i <= rings; ++i)
             for (int j = 0; j <= sides; ++j) {
@@ -368,10 +368,10 @@ inline StudioSpec walker(int rings = 10, int sides = 10, float size = 1) {
     tube(4, 0.0f, 0.3f, 0.14f, head);
     m.meshes = {body, head};
     s.body_parts = {{"body", {m}}};
-    TextureSpec check{"body.bmp", 8, 8, {}, palette({{40, 90, 200}, {230, 200, 60}})};
+    TextureDesc check{"body.bmp", 8, 8, {}, palette({{40, 90, 200}, {230, 200, 60}})};
     for (int y = 0; y < 8; ++y)
         for (int x = 0; x < 8; ++x) check.indices.push_back(static_cast<std::uint8_t>((x / 2 + y / 2) % 2));
-    TextureSpec face{"head.bmp", 4, 4, std::vector<std::uint8_t>(16, 0), palette({{240, 180, 150}})};
+    TextureDesc face{"head.bmp", 4, 4, std::vector<std::uint8_t>(16, 0), palette({{240, 180, 150}})};
     s.textures = {check, face};
 
     const auto swing = [](int frames, float amplitude, float phase) {
@@ -381,9 +381,9 @@ inline StudioSpec walker(int rings = 10, int sides = 10, float size = 1) {
                 amplitude * std::sin(2 * 3.14159265f * static_cast<float>(f) / static_cast<float>(frames) + phase))));
         return Track{run};
     };
-    SequenceSpec idle{"idle", 8, 8, 0, std::vector<std::array<Track, 6>>(5)};
+    SequenceDesc idle{"idle", 8, 8, 0, std::vector<std::array<Track, 6>>(5)};
     idle.bones[4][5] = swing(8, 30, 0);          // head: +-0.3 rad about z
-    SequenceSpec walk{"walk", 16, 16, 0, std::vector<std::array<Track, 6>>(5)};
+    SequenceDesc walk{"walk", 16, 16, 0, std::vector<std::array<Track, 6>>(5)};
     walk.bones[2][4] = swing(16, 50, 0);         // legs: +-0.5 rad about y, opposite
     walk.bones[3][4] = swing(16, 50, pi);
     walk.bones[0][2] = swing(16, 4, 0);          // pelvis bobs 0.04

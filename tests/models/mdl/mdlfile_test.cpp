@@ -19,8 +19,8 @@ namespace {
 
 // A square of side 1 in the x-y plane about the origin (strip of 4 points),
 // skin 0: a 4 x 2 texture, red on its left half and green on its right.
-StudioSpec square(float half = 0.5f) {
-    StudioSpec s;
+StudioDesc square(float half = 0.5f) {
+    StudioDesc s;
     s.body_parts = {{"body",
                      {{"m",
                        {{-half, -half, 0}, {-half, half, 0}, {half, -half, 0}, {half, half, 0}},
@@ -59,7 +59,7 @@ protected:
 
 TEST_F(MdlFile, LoadReadsTexturesOntoRoundedSurfacesAndKeepsTheirSizes) {
     open();
-    StudioSpec s = square();
+    StudioDesc s = square();
     s.textures.push_back({"wide", 100, 60, {}, {}});
     actor.Load_MDL(save(write_studio(s).main), engine, false);
     EXPECT_EQ(actor.model_kind(), 1);
@@ -92,7 +92,7 @@ TEST_F(MdlFile, AFileOfNeitherKindChangesNothing) {
 
 TEST_F(MdlFile, CompanionFilesAreFoundWithThePathRules) {
     open();
-    StudioSpec s = square();
+    StudioDesc s = square();
     s.textures_in_companion = true;
     s.group_count = 2;
     s.sequences[1].group = 1;
@@ -111,7 +111,7 @@ TEST_F(MdlFile, CompanionFilesAreFoundWithThePathRules) {
 
 TEST_F(MdlFile, SequencesControllersAndNames) {
     open();
-    StudioSpec s = square();
+    StudioDesc s = square();
     s.controllers = {{0, 0x20, 0, 90, 0}, {0, 0x20, 0, 90, 4}, {0, 0x20, 0, 90, 7}};
     actor.Load_MDL(save(write_studio(s).main), engine);
     EXPECT_EQ(actor.GetSequenceNumframes(Variant(Long(1))).to_long(), 20);

@@ -16,7 +16,7 @@ namespace {
 
 constexpr float kHalfPi = 1.5707963f;
 
-StudioModel read(const StudioSpec& s) {
+StudioModel read(const StudioDesc& s) {
     return tarko::mdl::read_studio(write_studio(s).main, "a.mdl", [](const std::string&) { return Bytes{}; });
 }
 
@@ -83,7 +83,7 @@ TEST(StudioQuaternions, AnglesSlerpAndMatrix) {
 }
 
 TEST(StudioClock, FramesMoveWithTheTickCountCappedAt100ms) {
-    StudioSpec s;
+    StudioDesc s;
     s.sequences = {{"a", 10, 10, 0, {}}, {"b", 10, 10, 0, {}}};
     const StudioModel m = read(s);
     StudioPlay play;
@@ -125,7 +125,7 @@ TEST(StudioClock, FramesMoveWithTheTickCountCappedAt100ms) {
 TEST(StudioTracks, AOneBoneTrackPutsTheVertexWhereTheRunsSay) {
     // X track: run (valid 3, total 4: 10 20 30), run (1, 2: 50), run (1, 4: 60);
     // rest x 1, scale 0.5, so x = 1 + raw / 2.
-    StudioSpec s;
+    StudioDesc s;
     s.bones[0].value = {1, 0, 0, 0, 0, 0};
     s.bones[0].scale = {0.5f, 1, 1, 1, 1, 1};
     const Track x{{4, {10, 20, 30}}, {2, {50}}, {4, {60}}};
@@ -157,8 +157,8 @@ TEST(StudioTracks, AOneBoneTrackPutsTheVertexWhereTheRunsSay) {
 
 TEST(StudioTracks, RotationBlendsTheTwoAnglesAndParentsCarryTheirChildren) {
     // ZR track (valid 2, total 2: 0 100), scale pi/200: 0 and pi/2; at frame 0.5, pi/4.
-    StudioSpec s;
-    s.bones = {BoneSpec{}, BoneSpec{"child", 0, {-1, -1, -1, -1, -1, -1}, {0, 1, 0, 0, 0, 0}, {1, 1, 1, 1, 1, 1}}};
+    StudioDesc s;
+    s.bones = {BoneDesc{}, BoneDesc{"child", 0, {-1, -1, -1, -1, -1, -1}, {0, 1, 0, 0, 0, 0}, {1, 1, 1, 1, 1, 1}}};
     s.bones[0].value = {5, 0, 0, 0, 0, 0};
     s.bones[0].scale = {1, 1, 1, 1, 1, 3.14159265f / 200};
     s.sequences = {{"turn", 10, 2, 0, {{Track{}, {}, {}, {}, {}, Track{{2, {0, 100}}}}, {}}}};
@@ -175,7 +175,7 @@ TEST(StudioTracks, RotationBlendsTheTwoAnglesAndParentsCarryTheirChildren) {
 }
 
 TEST(StudioTracks, WithoutASequenceTheBonesRestAndStillFollowTheirControllers) {
-    StudioSpec s;
+    StudioDesc s;
     s.bones[0].value = {1, 2, 3, 0, 0, kHalfPi};
     s.bones[0].controller = {0, -1, -1, -1, -1, -1};
     s.controllers = {{0, 0x1, 0, 10, 0}};
@@ -193,7 +193,7 @@ TEST(StudioTracks, WithoutASequenceTheBonesRestAndStillFollowTheirControllers) {
 }
 
 TEST(StudioControllers, ValuesBendWithinTheirRange) {
-    StudioSpec s;
+    StudioDesc s;
     s.controllers = {{0, 0x20, -30, 30, 0}, {0, 0x8020, 10, 0, 1}, {0, 0x2, 0, 10, 2}, {0, 0x10, 0, 64, 4},
                      {0, 0x20, 0, 90, 3}};
     const StudioModel m = read(s);
@@ -228,7 +228,7 @@ TEST(StudioControllers, ValuesBendWithinTheirRange) {
 }
 
 TEST(StudioSkin, AVertexOfAMissingBoneStaysAtZero) {
-    StudioSpec s;
+    StudioDesc s;
     const StudioModel m = read(s);
     StudioPlay play;
     tarko::mdl::start_play(m, play);

@@ -35,8 +35,8 @@ StudioModel read(const Bytes& main, Disk* disk = nullptr) {
 }
 
 // One model of four vertices, one mesh with the given runs, skin 0 of 100 x 60.
-StudioSpec one_mesh(std::vector<Run> runs) {
-    StudioSpec s;
+StudioDesc one_mesh(std::vector<Run> runs) {
+    StudioDesc s;
     s.body_parts = {{"body", {{"m", {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {2, 2, 0}}, {}, {{0, -1, runs}}}}}};
     s.textures = {{"skin", 100, 60, {}, {}}};
     return s;
@@ -82,8 +82,8 @@ TEST(StudioCommands, StripsAndFansBecomeTheirTriangles) {
 }
 
 TEST(StudioCommands, TwoRunsFollowEachOtherAndExtraTrianglesAreDropped) {
-    MeshSpec mesh{0, 2, {{false, {{0}, {1}, {2}}}, {true, {{3}, {0}, {2}}}, {false, {{4}, {1}, {0}}}}};
-    StudioSpec s = one_mesh({});
+    MeshDesc mesh{0, 2, {{false, {{0}, {1}, {2}}}, {true, {{3}, {0}, {2}}}, {false, {{4}, {1}, {0}}}}};
+    StudioDesc s = one_mesh({});
     s.body_parts[0].models[0].meshes = {mesh};
     const StudioModel m = read(write_studio(s).main);
     // capacity 2 triangles: the third run is read and dropped
@@ -94,7 +94,7 @@ TEST(StudioCommands, TwoRunsFollowEachOtherAndExtraTrianglesAreDropped) {
 
 TEST(StudioCommands, AVertexOutsideTheModelEndsTheMeshAndKeepsWhatCameBefore) {
     // triangles declared 3; the second run names vertex 5 of 5
-    StudioSpec s = one_mesh({});
+    StudioDesc s = one_mesh({});
     s.body_parts[0].models[0].meshes = {{0, 3, {{false, {{0}, {1}, {2}}}, {false, {{1}, {5}, {2}}}}}};
     const StudioModel m = read(write_studio(s).main);
     EXPECT_EQ(m.Models[0][0].DrawMeshes[0].Indices, (std::vector<std::int16_t>{0, 1, 2, 0, 0, 0, 0, 0, 0}));
@@ -103,7 +103,7 @@ TEST(StudioCommands, AVertexOutsideTheModelEndsTheMeshAndKeepsWhatCameBefore) {
 }
 
 TEST(StudioTextures, SizesPixelsAndPaletteComeFromTheFile) {
-    StudioSpec s = one_mesh({{false, {{0}, {1}, {2}}}});
+    StudioDesc s = one_mesh({{false, {{0}, {1}, {2}}}});
     s.textures = {{"a", 3, 2, {0, 1, 2, 2, 1, 0}, palette({{255, 0, 0}, {0, 255, 0}, {0, 0, 255}})}, {"b", 100, 60, {}, {}}};
     const StudioModel m = read(write_studio(s).main);
     ASSERT_EQ(m.Textures.size(), 2u);
@@ -115,7 +115,7 @@ TEST(StudioTextures, SizesPixelsAndPaletteComeFromTheFile) {
 }
 
 TEST(StudioTextures, ATexturelessFileTakesThemFromItsCompanion) {
-    StudioSpec s = one_mesh({{false, {{0, 50, 30}, {1}, {2}}}});
+    StudioDesc s = one_mesh({{false, {{0, 50, 30}, {1}, {2}}}});
     s.textures = {{"companion", 50, 20, {}, {}}};
     s.textures_in_companion = true;
     const StudioFiles f = write_studio(s);
@@ -138,7 +138,7 @@ TEST(StudioGroups, GroupFilesAreNamedWithTwoDigitsAndKeptWhole) {
     EXPECT_EQ(tarko::mdl::group_file_name("hero.mdl", 1), "hero01.mdl");
     EXPECT_EQ(tarko::mdl::group_file_name("dir\\Hero.MDL", 12), "dir\\Hero12.mdl");
     EXPECT_EQ(tarko::mdl::texture_file_name("a/b.mdl"), "a/bt.mdl");
-    StudioSpec s;
+    StudioDesc s;
     s.group_count = 3;
     s.sequences = {{"walk", 10, 4, 2, {}}};
     const StudioFiles f = write_studio(s);
@@ -156,7 +156,7 @@ TEST(StudioGroups, GroupFilesAreNamedWithTwoDigitsAndKeptWhole) {
 }
 
 TEST(StudioTables, BonesControllersAndHitBoxesAreRead) {
-    StudioSpec s;
+    StudioDesc s;
     s.bones = {{"root", -1, {-1, -1, -1, -1, -1, 0}, {1, 2, 3, 0.1f, 0.2f, 0.3f}, {1, 1, 1, 1, 1, 1}},
                {"child", 0, {}, {}, {}}};
     s.controllers = {{1, 0x20, -30, 30, 4}};
@@ -198,7 +198,7 @@ struct Damage {
 };
 
 TEST(StudioDamage, ABadTableIsSkippedAndTheRestIsRead) {
-    StudioSpec s = one_mesh({{false, {{0}, {1}, {2}}}});
+    StudioDesc s = one_mesh({{false, {{0}, {1}, {2}}}});
     s.sequences = {{"idle", 10, 2, 0, {}}};
     const Bytes good = write_studio(s).main;
     const Damage cases[] = {
@@ -226,7 +226,7 @@ TEST(StudioDamage, ABadTableIsSkippedAndTheRestIsRead) {
 }
 
 TEST(StudioDamage, MeshAndVertexTablesOutsideTheFileAreSkipped) {
-    StudioSpec s = one_mesh({{false, {{0}, {1}, {2}}}});
+    StudioDesc s = one_mesh({{false, {{0}, {1}, {2}}}});
     const Bytes good = write_studio(s).main;
     const std::size_t model = static_cast<std::size_t>(good[208] | good[209] << 8) ;  // body part table
     const std::size_t table = static_cast<std::size_t>(good[model + 72] | good[model + 73] << 8);
@@ -248,7 +248,7 @@ TEST(StudioDamage, MeshAndVertexTablesOutsideTheFileAreSkipped) {
 }
 
 TEST(StudioDamage, EveryCutOfAFileReadsWithoutFault) {
-    StudioSpec s = one_mesh({{false, {{0}, {1}, {2}, {3}}}, {true, {{4}, {0}, {1}}}});
+    StudioDesc s = one_mesh({{false, {{0}, {1}, {2}, {3}}}, {true, {{4}, {0}, {1}}}});
     s.controllers = {{0, 0x8, 0, 90, 0}};
     s.hitboxes = {{D3DVECTOR{0, 0, 0}, D3DVECTOR{1, 1, 1}}};
     s.sequences = {{"idle", 10, 3, 0, {{Track{{3, {1, 2, 3}}}, {}, {}, {}, {}, {}}}}};
@@ -268,7 +268,7 @@ TEST(StudioDamage, EveryCutOfAFileReadsWithoutFault) {
 TEST(StudioDamage, SharedCommandsCannotMultiplyTheWork) {
     // 2000 meshes all pointing at one strip of 30 points (28 triangles): the
     // file holds about 2000 x 20 + 250 bytes, so about 5,000 points in all.
-    StudioSpec s = one_mesh({{false, std::vector<Point>(30)}});
+    StudioDesc s = one_mesh({{false, std::vector<Point>(30)}});
     Bytes f = write_studio(s).main;
     const std::size_t part = f[208] | f[209] << 8, model = f[part + 72] | f[part + 73] << 8;
     const std::size_t meshes = f[model + 76] | f[model + 77] << 8;
@@ -290,9 +290,9 @@ TEST(StudioDamage, SharedCommandsCannotMultiplyTheWork) {
 
 TEST(StudioSeeds, SeedFilesReadToTheirEnd) {
     // The fuzz seeds; with TARKO_WRITE_SEEDS=<fuzz/corpus> they are also written to <dir>/mdl.
-    StudioSpec textureless = one_mesh({{true, {{0}, {1}, {2}, {3}}}});
+    StudioDesc textureless = one_mesh({{true, {{0}, {1}, {2}, {3}}}});
     textureless.textures_in_companion = true;
-    StudioSpec tracks = one_mesh({{false, {{0}, {1}, {2}, {3}}}, {true, {{4}, {0}, {1}}}});
+    StudioDesc tracks = one_mesh({{false, {{0}, {1}, {2}, {3}}}, {true, {{4}, {0}, {1}}}});
     tracks.bones.push_back({"child", 0, {-1, -1, -1, -1, -1, 0}, {0, 0, 1, 0, 0, 0}, {1, 1, 1, 1, 1, 0.01f}});
     tracks.controllers = {{1, 0x20, -30, 30, 0}, {1, 0x8008, 0, 0, 1}, {1, 0x10, 0, 20, 4}};
     tracks.hitboxes = {{D3DVECTOR{-1, -1, -1}, D3DVECTOR{1, 1, 1}}};
@@ -300,7 +300,7 @@ TEST(StudioSeeds, SeedFilesReadToTheirEnd) {
                                             {Track{}, Track{{2, {5, 6}}, {0, {}}, {4, {7}}}, {}, {}, {}, {}}}}};
     const struct {
         const char* name;
-        StudioSpec spec;
+        StudioDesc desc;
         std::size_t triangles;  // of the first model
     } seeds[] = {{"square.mdl", one_mesh({{false, {{0}, {1}, {2}, {3}}}}), 2},
                  {"textureless.mdl", textureless, 2},
@@ -308,10 +308,10 @@ TEST(StudioSeeds, SeedFilesReadToTheirEnd) {
                  {"walker.mdl", walker(2, 4), 5 * 2 * 2 * 4}};
     const char* dir = std::getenv("TARKO_WRITE_SEEDS");
     for (const auto& s : seeds) {
-        const Bytes bytes = write_studio(s.spec).main;
+        const Bytes bytes = write_studio(s.desc).main;
         const StudioModel m = read(bytes);
         // the textureless one misses its companion, and only that
-        EXPECT_EQ(m.skipped.size(), s.spec.textures_in_companion ? 1u : 0u) << s.name;
+        EXPECT_EQ(m.skipped.size(), s.desc.textures_in_companion ? 1u : 0u) << s.name;
         std::size_t triangles = 0;
         for (const auto& dm : m.Models.at(0).at(0).DrawMeshes) triangles += dm.Indices.size() / 3;
         EXPECT_EQ(triangles, s.triangles) << s.name;
@@ -326,7 +326,7 @@ TEST(StudioSeeds, SeedFilesReadToTheirEnd) {
 TEST(StudioDamage, TexturesSharingOnePictureCannotMultiplyMemory) {
     // 3 textures of 40 x 40 (1,600 + 768 bytes each) all pointing at the first
     // one's pixels: the file holds one picture, so the later ones are refused.
-    StudioSpec s = one_mesh({{false, {{0}, {1}, {2}}}});
+    StudioDesc s = one_mesh({{false, {{0}, {1}, {2}}}});
     s.textures = {{"a", 40, 40, {}, {}}, {"b", 40, 40, {}, {}}, {"c", 40, 40, {}, {}}};
     Bytes f = write_studio(s).main;
     const std::size_t table = static_cast<std::size_t>(f[184] | f[185] << 8 | f[186] << 16);
@@ -350,7 +350,7 @@ TEST(StudioDamage, RunsWithoutTrianglesCannotMultiplyTheWork) {
     // 3000 meshes of 0 triangles all reading one list of 100 two-point runs
     // (1,000 bytes): 300,000 runs, while the file (about 62,000 bytes) can hold
     // 62,000 / 8 = 7,750 points; the reads stop once those are spent.
-    StudioSpec s = one_mesh({});
+    StudioDesc s = one_mesh({});
     s.body_parts[0].models[0].meshes = {{0, 0, std::vector<tarko::test::mdl::Run>(100, tarko::test::mdl::Run{false, {{0}, {1}}})}};
     Bytes f = write_studio(s).main;
     const std::size_t part = f[208] | f[209] << 8, model = f[part + 72] | f[part + 73] << 8;
