@@ -179,6 +179,9 @@ void adjust_controllers(const StudioModel& model, StudioPlay& play) {
 void pose(const StudioModel& model, StudioPlay& play) {
     const double k = std::floor(static_cast<double>(play.AnimFrame));
     const double s = play.AnimFrame - k;
+    // A position that is no number, or beyond any frame a track can count to,
+    // reads no track: the bones keep what the last pose gave them.
+    const bool countable = std::isfinite(k) && std::fabs(k) < 2147483648.0;
     if (!model.BoneControllers.empty()) adjust_controllers(model, play);
 
     // The sequence's bone records; none when it cannot be found.
@@ -227,6 +230,7 @@ void pose(const StudioModel& model, StudioPlay& play) {
             for (int ch = 0; ch < 3; ++ch) {
                 double raw = 0;
                 if (const Integer e = entry(ch)) {
+                    if (!countable) throw TrackError{};
                     long long n = static_cast<long long>(k);
                     const Track t = walk(*block, record + e, n, steps);
                     if (t.valid > n + 1) raw = t.v(n + 1) * (1 - s) + t.v(n + 2) * s;
@@ -245,6 +249,7 @@ void pose(const StudioModel& model, StudioPlay& play) {
                 const int ch = 3 + i;
                 const std::size_t c = static_cast<std::size_t>(ch);
                 if (const Integer e = entry(ch)) {
+                    if (!countable) throw TrackError{};
                     long long n = static_cast<long long>(k);
                     const Track t = walk(*block, record + e, n, steps);
                     double v1, v2;

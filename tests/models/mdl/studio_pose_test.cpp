@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 
 #include "mdl_writer.h"
 #include "models/mdl/studio_pose.h"
@@ -152,6 +153,12 @@ TEST(StudioTracks, AOneBoneTrackPutsTheVertexWhereTheRunsSay) {
         tarko::mdl::pose(m, play);
         // the vertex (1, 2, 3) of bone 0 moves with it
         expect_near(place(play, 0, {1, 2, 3}), {c.x + 1, 2, 3}, "frame " + std::to_string(c.frame));
+    }
+    // a position no track can count to keeps the last pose (frame 0: x 6)
+    for (const float frame : {std::numeric_limits<float>::quiet_NaN(), 1e30f, -1e30f}) {
+        play.AnimFrame = frame;
+        tarko::mdl::pose(m, play);
+        expect_near(place(play, 0, {1, 2, 3}), {7, 2, 3}, "frame " + std::to_string(frame));
     }
 }
 
