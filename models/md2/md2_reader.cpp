@@ -4,6 +4,11 @@
 #include <cstring>
 #include <string>
 #include <utility>
+#include <vector>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "models/md2/md2.h"
 
@@ -45,6 +50,35 @@ constexpr std::size_t kAtSkinWidth = 8, kAtSkinHeight = 12, kAtFrameSize = 16, k
                       kAtVertexCount = 24, kAtStCount = 28, kAtTriangleCount = 32, kAtFrameCount = 40,
                       kAtSkinOffset = 44, kAtStOffset = 48, kAtTriangleOffset = 52, kAtFrameOffset = 56;
 
+// Each point is packed times scale plus translate, per axis, worked out in
+// Doubles and rounded once when stored. Packed is x, y, z, normal index (ignored).
+void decode_points(const std::uint8_t* raw, const float scale[3], const float translate[3], std::span<D3DVECTOR> points) {
+    D3DVECTOR* out = points.data();
+    const std::size_t n = points.size();
+    std::size_t v = 0;
+#if defined(__SSE2__)
+    // The same products and sums two Doubles at a time: the same roundings.
+    const __m128d s_xy = _mm_set_pd(scale[1], scale[0]), s_z = _mm_set_pd(0, scale[2]);
+    const __m128d t_xy = _mm_set_pd(translate[1], translate[0]), t_z = _mm_set_pd(0, translate[2]);
+    const __m128i zero = _mm_setzero_si128();
+    for (; v < n; ++v) {
+        std::int32_t word;
+        std::memcpy(&word, raw + 4 * v, 4);
+        const __m128i bytes = _mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(word), zero), zero);
+        const __m128d xy = _mm_add_pd(_mm_mul_pd(_mm_cvtepi32_pd(bytes), s_xy), t_xy);
+        const __m128d z = _mm_add_pd(_mm_mul_pd(_mm_cvtepi32_pd(_mm_shuffle_epi32(bytes, _MM_SHUFFLE(3, 2, 3, 2))), s_z), t_z);
+        _mm_storel_pi(reinterpret_cast<__m64*>(&out[v].x), _mm_cvtpd_ps(xy));
+        _mm_store_ss(&out[v].z, _mm_cvtpd_ps(z));
+    }
+#endif
+    for (; v < n; ++v) {
+        const std::uint8_t* p = raw + 4 * v;
+        out[v] = {static_cast<float>(p[0] * static_cast<double>(scale[0]) + translate[0]),
+                     static_cast<float>(p[1] * static_cast<double>(scale[1]) + translate[1]),
+                     static_cast<float>(p[2] * static_cast<double>(scale[2]) + translate[2])};
+    }
+}
+
 void read_frame(io::ByteReader in, std::int32_t vertex_count, Md2Frame& frame) {
     float scale[3], translate[3];
     for (float& s : scale) s = in.f32();
@@ -56,13 +90,7 @@ void read_frame(io::ByteReader in, std::int32_t vertex_count, Md2Frame& frame) {
                       static_cast<std::size_t>(static_cast<const std::uint8_t*>(nul) - name.data()));
     const auto raw = in.bytes(static_cast<std::size_t>(vertex_count) * 4);
     frame.Points.resize(static_cast<std::size_t>(vertex_count));
-    for (std::size_t v = 0; v < frame.Points.size(); ++v) {
-        const std::uint8_t* p = raw.data() + 4 * v;  // x, y, z, normal index (ignored)
-        // worked out in Doubles, rounded once when stored
-        frame.Points[v] = {static_cast<float>(p[0] * static_cast<double>(scale[0]) + translate[0]),
-                           static_cast<float>(p[1] * static_cast<double>(scale[1]) + translate[1]),
-                           static_cast<float>(p[2] * static_cast<double>(scale[2]) + translate[2])};
-    }
+    decode_points(raw.data(), scale, translate, frame.Points);
 }
 
 void read_tables(std::span<const std::uint8_t> file, Md2Data& md2, ReadResult& result) {
