@@ -111,7 +111,7 @@ void set_animation(Md2Data& md2, std::int32_t AnimationIndex);
 
 // The two frames a picture blends and the weight of the second.
 struct Blend {
-    std::int64_t Frame = 0;  // FramePosition rounded down (-1 when it is not a number)
+    std::int64_t Frame = 0;  // FramePosition rounded down; -1 when that names no frame (below 0, huge, not a number)
     std::int64_t Next = 0;
     float T = 0;             // FramePosition - Frame
 };

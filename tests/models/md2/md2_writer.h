@@ -54,18 +54,21 @@ struct Model {
     std::vector<std::array<std::int16_t, 2>> st;        // s, t
     std::vector<std::array<std::int16_t, 6>> triangles;  // three vertex numbers, three s/t numbers
     std::vector<Frame> frames;                          // all with the same number of points
+    std::vector<std::int32_t> gl_commands{0};           // after the frames, as Quake II writes them; not read
 };
 
-// The file: header, then the tables in file order, frame size 40 + 4 per point.
+// The file: header, then the tables in file order, frame size 40 + 4 per point,
+// the GL commands last.
 inline Bytes write_md2(const Model& m) {
     const auto vertex_count = static_cast<std::int32_t>(m.frames.empty() ? 0 : m.frames[0].points.size());
     const std::int32_t frame_size = 40 + 4 * vertex_count;
     const auto n = [](const auto& v) { return static_cast<std::int32_t>(v.size()); };
     const std::int32_t skins_at = 68, st_at = skins_at + 64 * n(m.skins), tris_at = st_at + 4 * n(m.st),
-                       frames_at = tris_at + 12 * n(m.triangles), end = frames_at + frame_size * n(m.frames);
+                       frames_at = tris_at + 12 * n(m.triangles), commands_at = frames_at + frame_size * n(m.frames),
+                       end = commands_at + 4 * n(m.gl_commands);
     Bytes b{'I', 'D', 'P', '2'};
     for (std::int32_t v : {8, m.skin_width, m.skin_height, frame_size, n(m.skins), vertex_count, n(m.st),
-                           n(m.triangles), 0, n(m.frames), skins_at, st_at, tris_at, frames_at, end, end})
+                           n(m.triangles), n(m.gl_commands), n(m.frames), skins_at, st_at, tris_at, frames_at, commands_at, end})
         put32(b, v);
     for (const std::string& s : m.skins) {
         Bytes name(64, 0);
@@ -84,6 +87,7 @@ inline Bytes write_md2(const Model& m) {
         b.insert(b.end(), name.begin(), name.end());
         for (const auto& p : f.points) b.insert(b.end(), {p[0], p[1], p[2], 0});
     }
+    for (std::int32_t c : m.gl_commands) put32(b, c);
     return b;
 }
 

@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <cstring>
 #include <fstream>
+#include <limits>
 
 #include "md2_writer.h"
 #include "models/md2/md2.h"
@@ -14,7 +16,8 @@ using namespace tarko;
 using namespace tarko::test::md2;
 
 // triangle_model of 3 frames: skins at 68 (one of 64 bytes), texture coordinates at
-// 132 (3 x 4), the triangle at 144 (12), frames at 156 (3 x 52), end at 312.
+// 132 (3 x 4), the triangle at 144 (12), frames at 156 (3 x 52), the GL commands'
+// terminating zero at 312, end at 316.
 Bytes three_frames() { return write_md2(triangle_model({"stand01", "stand02", "run01"})); }
 
 md2::ReadResult read(const Bytes& file, md2::Md2Data& data) { return md2::read_md2(file, data); }
@@ -76,6 +79,29 @@ TEST(Md2Reader, RoundsThePointOnceFromDoubles) {
     EXPECT_EQ(d.Frames[0].Points[0].x, 3.5f);
 }
 
+TEST(Md2Reader, EdgeScalesDecodeAsTheDoubleFormulaSays) {
+    // Oracle for the two-at-a-time decode: packed x scale + translate in Doubles, rounded once.
+    const float inf = std::numeric_limits<float>::infinity();
+    const float edges[] = {0.0f, -0.0f, 1e-40f, 1.1f, -3.3f, 1e30f, -3.4e38f, inf, 0.1f, 0.2f};
+    Model m = triangle_model({});
+    for (std::size_t f = 0; f < std::size(edges); ++f) {
+        Frame fr{{edges[f], edges[(f + 3) % 10], edges[(f + 6) % 10]}, {edges[(f + 1) % 10], edges[(f + 8) % 10], edges[(f + 9) % 10]},
+                 "e" + std::to_string(f), {}};
+        for (int k = 0; k < 7; ++k)
+            fr.points.push_back({static_cast<std::uint8_t>(k * 40 + 3), static_cast<std::uint8_t>(255 - k * 37), static_cast<std::uint8_t>(k * k)});
+        m.frames.push_back(fr);
+    }
+    md2::Md2Data d;
+    ASSERT_FALSE(read(write_md2(m), d).stopped);
+    for (std::size_t f = 0; f < m.frames.size(); ++f)
+        for (std::size_t k = 0; k < 7; ++k) {
+            const Frame& fr = m.frames[f];
+            float want[3], got[3] = {d.Frames[f].Points[k].x, d.Frames[f].Points[k].y, d.Frames[f].Points[k].z};
+            for (int a = 0; a < 3; ++a) want[a] = static_cast<float>(fr.points[k][a] * static_cast<double>(fr.scale[a]) + fr.translate[a]);
+            EXPECT_EQ(std::memcmp(want, got, sizeof want), 0) << "frame " << f << " point " << k;
+        }
+}
+
 TEST(Md2Reader, NegativeTextureCoordinatesDivideToo) {
     Model m = triangle_model({"a01"});
     m.st[0] = {-4, -32768};
@@ -110,23 +136,23 @@ TEST(Md2Reader, RefusesDamagedFilesWithReasonAndByte) {
         {"shorter than the header", cut(ok, 67), "header cut short", 0},
         {"another magic", with(ok, 0, 0x33504449), "not an IDP2 file", 0},
         {"negative skin count", with(ok, at::SkinCount, -1), "negative skin count", at::SkinCount},
-        {"skins past the end", with(ok, at::SkinCount, 5), "skin table runs past", at::SkinCount},  // 68 + 5 x 64 > 312
+        {"skins past the end", with(ok, at::SkinCount, 5), "skin table runs past", at::SkinCount},  // 68 + 5 x 64 > 316
         {"skin table before the file", with(ok, at::SkinOffset, -4), "skin table offset outside", at::SkinOffset},
-        {"skin table after the file", with(ok, at::SkinOffset, 313), "skin table offset outside", at::SkinOffset},
-        {"coordinates past the end", with(ok, at::StCount, 46), "texture coordinate table runs past", at::StCount},  // 132 + 46 x 4 = 316
+        {"skin table after the file", with(ok, at::SkinOffset, 317), "skin table offset outside", at::SkinOffset},
+        {"coordinates past the end", with(ok, at::StCount, 47), "texture coordinate table runs past", at::StCount},  // 132 + 47 x 4 = 320
         {"coordinates far past", with(ok, at::StCount, 0x7fffffff), "texture coordinate table runs past", at::StCount},
         {"coordinates outside", with(ok, at::StOffset, 1 << 30), "texture coordinate table offset outside", at::StOffset},
         {"skin width 0", with(ok, at::SkinWidth, 0), "skin width of 0", at::SkinWidth},
         {"skin height 0", with(ok, at::SkinHeight, 0), "skin height of 0", at::SkinHeight},
-        {"triangles past the end", with(ok, at::TriangleCount, 15), "triangle table runs past", at::TriangleCount},  // 144 + 15 x 12 = 324
+        {"triangles past the end", with(ok, at::TriangleCount, 15), "triangle table runs past", at::TriangleCount},  // 144 + 15 x 12 = 324 > 316
         {"negative triangles", with(ok, at::TriangleCount, -3), "negative triangle count", at::TriangleCount},
         {"triangles outside", with(ok, at::TriangleOffset, 400), "triangle table offset outside", at::TriangleOffset},
         {"2050 vertices", with(ok, at::VertexCount, 2050), "vertex count outside", at::VertexCount},
         {"negative vertices", with(ok, at::VertexCount, -1), "vertex count outside", at::VertexCount},
         {"frame size above 8236", with(ok, at::FrameSize, 8237), "frame size above 8236", at::FrameSize},
         {"frame too small for its points", with(ok, at::FrameSize, 51), "frame size too small", at::FrameSize},  // 40 + 3 x 4 = 52
-        {"frames past the end", with(ok, at::FrameCount, 4), "frame table runs past", at::FrameCount},  // 156 + 4 x 52 = 364
-        {"frames outside", with(ok, at::FrameOffset, 313), "frame table offset outside", at::FrameOffset},
+        {"frames past the end", with(ok, at::FrameCount, 4), "frame table runs past", at::FrameCount},  // 156 + 4 x 52 = 364 > 316
+        {"frames outside", with(ok, at::FrameOffset, 317), "frame table offset outside", at::FrameOffset},
         {"last frame cut", cut(ok, 311), "frame table runs past", at::FrameCount},
         {"frame name without a zero", long_frame_name(), "frame name without its terminating zero", 156 + 52 + 24},
         {"no frames", with(ok, at::FrameCount, 0), "no frame to start the animations", at::FrameCount},
@@ -139,15 +165,18 @@ TEST(Md2Reader, RefusesDamagedFilesWithReasonAndByte) {
     }
 }
 
-TEST(Md2Reader, EveryCutOfAFileStopsWithoutLoading) {
+TEST(Md2Reader, EveryCutBeforeTheLastFrameEndsStopsWithoutLoading) {
     const Bytes ok = three_frames();
-    for (std::size_t size = 0; size < ok.size(); ++size) {
+    for (std::size_t size = 0; size < 312; ++size) {
         md2::Md2Data d;
         const md2::ReadResult r = md2::read_md2(std::span(ok).first(size), d);
         ASSERT_TRUE(r.stopped) << size;
         EXPECT_FALSE(r.loaded) << size;
         EXPECT_LE(r.stopped->offset(), ok.size()) << size;
     }
+    // the GL commands behind the frames are not read
+    md2::Md2Data d;
+    EXPECT_FALSE(md2::read_md2(std::span(ok).first(312), d).stopped);
 }
 
 TEST(Md2Reader, AnErrorKeepsTheTablesReadBeforeIt) {
@@ -203,7 +232,7 @@ TEST(Md2Reader, LargestFrameOf2049PointsIsRead) {
     for (Frame& f : m.frames) f.points.resize(2049, {255, 255, 255});
     md2::Md2Data d;
     const Bytes b = write_md2(m);
-    EXPECT_EQ(b.size(), 68u + 64 + 12 + 12 + 2 * 8236);
+    EXPECT_EQ(b.size(), 68u + 64 + 12 + 12 + 2 * 8236 + 4);
     ASSERT_FALSE(read(b, d).stopped);
     EXPECT_EQ(d.Frames[1].Points.size(), 2049u);
     EXPECT_EQ(d.Frames[1].Points[2048].y, 129.5f);  // 255 x 0.5 + 2
