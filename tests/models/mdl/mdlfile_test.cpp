@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "mdl_writer.h"
 #include "models/mdl/cTarko_MDLfile.h"
@@ -192,6 +193,21 @@ TEST_F(MdlFile, RenderDrawsEachMeshOnceAndTheShadowAfterIt) {
     platform::trace().clear();
     actor.Render();
     EXPECT_NE(platform::trace().find(D + "computeSphereVisibility"), -1);
+
+    // Turned 90 degrees about z (x and y by 0, skipped): the flattening first, then
+    // the turn with -s in cell 12 and s in cell 21, so (row vectors) x goes to -y
+    // and y to x: rows (0, -1, 0), (1, 0, 0), (0, 0, 0), then (1, 4, 3).
+    actor.SetRotation(Variant(0.0), Variant(0.0), Variant(90.0));
+    platform::trace().clear();
+    actor.Render();
+    const Calls transforms = platform::trace().matching(D + "setTransform 1, ");
+    ASSERT_FALSE(transforms.empty());
+    std::vector<float> cells;
+    std::stringstream in(transforms.back().substr((D + "setTransform 1, ").size()));
+    for (std::string cell; std::getline(in, cell, ',');) cells.push_back(std::stof(cell));
+    const float want[16] = {0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 1, 4, 3, 1};
+    ASSERT_EQ(cells.size(), 16u);
+    for (int i = 0; i < 16; ++i) EXPECT_NEAR(cells[static_cast<std::size_t>(i)], want[i], 1e-6) << i;
 }
 
 TEST_F(MdlFile, TheActorShowsItsSkinWhereItStandsAndItsShadowOnlyWhenEnabled) {
