@@ -64,6 +64,18 @@ echo "== tarko-view on the project's 3DS seed files"
 "$ROOT/build/tools/tarko-view/tarko-view" render "$ROOT/fuzz/corpus/threeds/grid.3ds" --out "$ROOT/build/x-sample/view_3ds.png" \
   --size 320x240 --yaw 30 --pitch 35
 test -s "$ROOT/build/x-sample/view_3ds.png"
+echo "== tarko-view on the project's studio and MD2 model seeds"
+"$ROOT/build/tools/tarko-view/tarko-view" info "$ROOT/fuzz/corpus/mdl/walker.mdl"
+"$ROOT/build/tools/tarko-view/tarko-view" render "$ROOT/fuzz/corpus/mdl/walker.mdl" --out "$ROOT/build/x-sample/view_mdl.png" \
+  --size 320x240 --sequence walk --frame 4
+test -s "$ROOT/build/x-sample/view_mdl.png"
+"$ROOT/build/tools/tarko-view/tarko-view" play "$ROOT/fuzz/corpus/mdl/walker.mdl" --out "$ROOT/build/x-sample/play_mdl" \
+  --size 160x120 --frames 8 --sequence 1
+test -s "$ROOT/build/x-sample/play_mdl/frame_0007.png"
+"$ROOT/build/tools/tarko-view/tarko-view" info "$ROOT/fuzz/corpus/md2/actor.md2"
+"$ROOT/build/tools/tarko-view/tarko-view" play "$ROOT/fuzz/corpus/md2/actor.md2" --out "$ROOT/build/x-sample/play_md2" \
+  --size 160x120 --frames 4 --sequence run
+test -s "$ROOT/build/x-sample/play_md2/frame_0003.png"
 
 if command -v xvfb-run >/dev/null; then
   echo "== demo in a window under Xvfb"

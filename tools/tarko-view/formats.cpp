@@ -5,11 +5,15 @@ namespace tarko::view {
 
 extern const ViewFormat kXFormat;
 extern const ViewFormat kThreeDsFormat;
+extern const ViewFormat kMdlFormat;
+extern const ViewFormat kMd2Format;
 
 std::span<const ViewFormat> formats() {
     static const ViewFormat table[] = {
         kXFormat,
         kThreeDsFormat,
+        kMdlFormat,
+        kMd2Format,
     };
     return table;
 }

@@ -2,6 +2,8 @@
 //
 //   tarko-view info FILE [--json]
 //   tarko-view render FILE --out PIC.png [--size WxH] [--yaw DEG] [--pitch DEG]
+//                     [--sequence N|NAME] [--frame F]
+//   tarko-view play FILE --out DIR [--frames N] [--sequence N|NAME] [--frame F] [--size WxH] ...
 //
 // The format is found from the file's first bytes. `render` opens the engine
 // on an off-screen window through the software device, fits the camera to the
@@ -14,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -32,7 +35,9 @@ namespace {
 
 constexpr const char* kUsage =
     "usage: tarko-view info FILE [--json]\n"
-    "       tarko-view render FILE --out PIC.png [--size WxH] [--yaw DEG] [--pitch DEG]\n";
+    "       tarko-view render FILE --out PIC.png [--size WxH] [--yaw DEG] [--pitch DEG]\n"
+    "                         [--sequence N|NAME] [--frame F]\n"
+    "       tarko-view play FILE --out DIR [--frames N] [--sequence N|NAME] [--frame F] [--size WxH]\n";
 
 [[noreturn]] void usage(const std::string& why) {
     std::fprintf(stderr, "tarko-view: %s\n%s", why.c_str(), kUsage);
@@ -103,6 +108,11 @@ struct RenderOptions {
     std::string out;
     int width = 640, height = 480;
     double yaw = 30, pitch = 20;
+    std::string sequence;       // "" for the format's first
+    float frame = 0;
+    bool posed = false;         // --sequence or --frame given
+    bool play = false;
+    int frames = 50;            // pictures written by play
 };
 
 int render(const std::string& path, const RenderOptions& o) {
@@ -139,15 +149,40 @@ int render(const std::string& path, const RenderOptions& o) {
     engine.ADD_light(D3DLIGHT_DIRECTIONAL, D3DVECTOR{0, 0, 0}, D3DCOLORVALUE{0, 0, 0, 0},
                      D3DCOLORVALUE{1, 1, 1, 1}, 0, light);
     engine.device_CLEAR_COLOR = 0x303040;
-    engine.Clear_3D();
-    engine.D3D_DEV->beginScene();
-    engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_AMBIENT, 0x505050);
-    format.load_and_draw(engine, path);
-    engine.D3D_DEV->endScene();
-    engine.FLIPP(hwnd);
-    const bool written = platform::write_png(platform::windows().get(hwnd)->frame(), o.out);
+    std::unique_ptr<view::Animated> animated;
+    if (format.animate) {
+        animated = format.animate(engine, path);
+        if (!o.sequence.empty()) animated->choose(o.sequence);
+    } else if (o.posed || o.play) {
+        throw std::runtime_error(std::string(format.name) + " models have no animations");
+    }
+    bool written = true;
+    for (int k = 0; k < (o.play ? o.frames : 1) && written; ++k) {
+        float frame = o.frame;
+        if (o.play) {
+            // 25 pictures a second of the model's time, looping over frames 0 to last
+            const double last = animated->frames() - 1;
+            frame = static_cast<float>(o.frame + k * static_cast<double>(animated->rate()) / 25);
+            if (last > 0) frame = static_cast<float>(std::fmod(static_cast<double>(frame), last));
+        }
+        engine.Clear_3D();
+        engine.D3D_DEV->beginScene();
+        engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_AMBIENT, 0x505050);
+        if (animated) animated->draw_at(frame);
+        else format.load_and_draw(engine, path);
+        engine.D3D_DEV->endScene();
+        engine.FLIPP(hwnd);
+        std::string out = o.out;
+        if (o.play) {
+            char name[32];
+            std::snprintf(name, sizeof name, "frame_%04d.png", k);
+            out = (std::filesystem::path(o.out) / name).string();
+        }
+        written = platform::write_png(platform::windows().get(hwnd)->frame(), out);
+    }
+    animated.reset();
     engine.FreeDX(hwnd);
-    if (!written) throw std::runtime_error("cannot write " + o.out);
+    if (!written) throw std::runtime_error("cannot write into " + o.out);
     return 0;
 }
 
@@ -174,6 +209,12 @@ int main(int argc, char** argv) {
             else if (args[i] == "--out") o.out = value();
             else if (args[i] == "--yaw") o.yaw = std::stod(value());
             else if (args[i] == "--pitch") o.pitch = std::stod(value());
+            else if (args[i] == "--sequence") o.sequence = value(), o.posed = true;
+            else if (args[i] == "--frame") o.frame = std::stof(value()), o.posed = true;
+            else if (args[i] == "--frames") {
+                o.frames = std::stoi(value());
+                if (o.frames < 1 || o.frames > 100000) usage("--frames out of range");
+            }
             else if (args[i] == "--size") {
                 const std::string& v = value();
                 const auto x = v.find('x');
@@ -196,6 +237,12 @@ int main(int argc, char** argv) {
         }
         if (command == "render") {
             if (o.out.empty()) usage("render needs --out PIC.png");
+            return render(path, o);
+        }
+        if (command == "play") {
+            if (o.out.empty()) usage("play needs --out DIR");
+            std::filesystem::create_directories(o.out);
+            o.play = true;
             return render(path, o);
         }
         usage("unknown command " + command);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -32,6 +33,19 @@ struct Info {
     std::vector<std::string> details;      // further lines a format gives (material colours)
 };
 
+// An animated model, loaded once and drawn at chosen play positions.
+class Animated {
+public:
+    virtual ~Animated() = default;
+    // Chooses a sequence or animation by number, or by a part of its name in
+    // any case; throws std::exception with a one-line reason when none fits.
+    virtual void choose(const std::string& which) = 0;
+    virtual float rate() const = 0;    // frames per second of the choice
+    virtual float frames() const = 0;  // its frame count
+    // Draws the model (standing as `info` describes it) at play position `frame`.
+    virtual void draw_at(float frame) = 0;
+};
+
 struct ViewFormat {
     const char* name;
     // True when the first bytes of a file are this format's.
@@ -41,6 +55,9 @@ struct ViewFormat {
     // Loads through the engine's own class and draws it with its identity
     // transform into the scene begun by the caller; throws on a failed load.
     void (*load_and_draw)(tarko_DX7& engine, const std::string& path);
+    // Formats with animations: the model loaded for drawing at play positions
+    // (nullptr for still ones); throws on a failed load.
+    std::unique_ptr<Animated> (*animate)(tarko_DX7& engine, const std::string& path) = nullptr;
 };
 
 // Every format, in the order detection tries them.

@@ -1,0 +1,165 @@
+// Builds Quake II frame model files ("IDP2") in memory for the tests, the
+// fuzz seeds, the benchmark and sample files: the header worked out from the
+// tables, then skins, texture coordinates, triangles and frames in that order.
+// `actor` makes a whole animated model (a bending, breathing cylinder).
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tarko::test::md2 {
+
+using Bytes = std::vector<std::uint8_t>;
+
+inline void put16(Bytes& b, std::int16_t v) {
+    b.push_back(static_cast<std::uint8_t>(v));
+    b.push_back(static_cast<std::uint8_t>(static_cast<std::uint16_t>(v) >> 8));
+}
+inline void put32(Bytes& b, std::int32_t v) {
+    for (int i = 0; i < 4; ++i) b.push_back(static_cast<std::uint8_t>(static_cast<std::uint32_t>(v) >> (8 * i)));
+}
+inline void putf(Bytes& b, float f) {
+    std::int32_t u;
+    std::memcpy(&u, &f, 4);
+    put32(b, u);
+}
+// Overwrites the Long at `offset` (a header field, for damaged files).
+inline void set32(Bytes& b, std::size_t offset, std::int32_t v) {
+    for (std::size_t i = 0; i < 4; ++i) b.at(offset + i) = static_cast<std::uint8_t>(static_cast<std::uint32_t>(v) >> (8 * i));
+}
+
+// Header field offsets.
+namespace at {
+inline constexpr std::size_t SkinWidth = 8, SkinHeight = 12, FrameSize = 16, SkinCount = 20, VertexCount = 24,
+                             StCount = 28, TriangleCount = 32, CommandCount = 36, FrameCount = 40, SkinOffset = 44,
+                             StOffset = 48, TriangleOffset = 52, FrameOffset = 56, CommandOffset = 60, EndOffset = 64;
+}
+
+struct Frame {
+    std::array<float, 3> scale{1, 1, 1};
+    std::array<float, 3> translate{0, 0, 0};
+    std::string name;                             // 16 characters or more are written without a zero
+    std::vector<std::array<std::uint8_t, 3>> points;  // packed x, y, z; normal index 0
+};
+
+struct Model {
+    std::int32_t skin_width = 64, skin_height = 64;
+    std::vector<std::string> skins;
+    std::vector<std::array<std::int16_t, 2>> st;        // s, t
+    std::vector<std::array<std::int16_t, 6>> triangles;  // three vertex numbers, three s/t numbers
+    std::vector<Frame> frames;                          // all with the same number of points
+    std::vector<std::int32_t> gl_commands{0};           // after the frames, as Quake II writes them; not read
+};
+
+// The file: header, then the tables in file order, frame size 40 + 4 per point,
+// the GL commands last.
+inline Bytes write_md2(const Model& m) {
+    const auto vertex_count = static_cast<std::int32_t>(m.frames.empty() ? 0 : m.frames[0].points.size());
+    const std::int32_t frame_size = 40 + 4 * vertex_count;
+    const auto n = [](const auto& v) { return static_cast<std::int32_t>(v.size()); };
+    const std::int32_t skins_at = 68, st_at = skins_at + 64 * n(m.skins), tris_at = st_at + 4 * n(m.st),
+                       frames_at = tris_at + 12 * n(m.triangles), commands_at = frames_at + frame_size * n(m.frames),
+                       end = commands_at + 4 * n(m.gl_commands);
+    Bytes b{'I', 'D', 'P', '2'};
+    for (std::int32_t v : {8, m.skin_width, m.skin_height, frame_size, n(m.skins), vertex_count, n(m.st),
+                           n(m.triangles), n(m.gl_commands), n(m.frames), skins_at, st_at, tris_at, frames_at, commands_at, end})
+        put32(b, v);
+    for (const std::string& s : m.skins) {
+        Bytes name(64, 0);
+        std::memcpy(name.data(), s.data(), std::min<std::size_t>(s.size(), 64));
+        b.insert(b.end(), name.begin(), name.end());
+    }
+    for (const auto& c : m.st)
+        for (std::int16_t v : c) put16(b, v);
+    for (const auto& t : m.triangles)
+        for (std::int16_t v : t) put16(b, v);
+    for (const Frame& f : m.frames) {
+        for (float v : f.scale) putf(b, v);
+        for (float v : f.translate) putf(b, v);
+        Bytes name(16, 0);
+        std::memcpy(name.data(), f.name.data(), std::min<std::size_t>(f.name.size(), 16));
+        b.insert(b.end(), name.begin(), name.end());
+        for (const auto& p : f.points) b.insert(b.end(), {p[0], p[1], p[2], 0});
+    }
+    for (std::int32_t c : m.gl_commands) put32(b, c);
+    return b;
+}
+
+// One triangle over three points, in as many frames as names are given; frame k's
+// points are packed (k, 2k, 3k), (10, 0, 0), (0, 10, 0) with scale 0.5 and translate (1, 2, 3).
+inline Model triangle_model(const std::vector<std::string>& frame_names) {
+    Model m;
+    m.skin_width = 8;
+    m.skin_height = 4;
+    m.skins = {"skin.pcx"};
+    m.st = {{0, 0}, {8, 0}, {4, 2}};
+    m.triangles = {{0, 1, 2, 0, 1, 2}};
+    for (std::size_t k = 0; k < frame_names.size(); ++k) {
+        const auto u = static_cast<std::uint8_t>(k);
+        m.frames.push_back({{0.5f, 0.5f, 0.5f}, {1, 2, 3}, frame_names[k],
+                            {{u, static_cast<std::uint8_t>(2 * u), static_cast<std::uint8_t>(3 * u)}, {10, 0, 0}, {0, 10, 0}}});
+    }
+    return m;
+}
+
+// An actor for examples and the benchmark: a closed cylinder of `rings` x
+// `segments` points (plus two caps), about 2 * rings * segments triangles,
+// `height` units tall and centred on its axis, with two animations: "stand"
+// (a slow breath, frames stand01..) and "run" (a sway, frames run01..), each
+// `frames_each` frames long. The skin is a 256 x 256 picture named `skin`.
+inline Model actor(int rings, int segments, int frames_each, float height = 40.0f, const std::string& skin = "actor.pcx") {
+    Model m;
+    m.skin_width = 256;
+    m.skin_height = 256;
+    m.skins = {skin};
+    const int ring_points = segments + 1;  // the seam repeats its first point for the texture
+    for (int r = 0; r < rings; ++r)
+        for (int s = 0; s < ring_points; ++s)
+            m.st.push_back({static_cast<std::int16_t>(255 * s / segments), static_cast<std::int16_t>(255 * r / (rings - 1))});
+    const auto id = [&](int r, int s) { return static_cast<std::int16_t>(r * ring_points + s); };
+    const auto bottom = static_cast<std::int16_t>(rings * ring_points), top = static_cast<std::int16_t>(bottom + 1);
+    m.st.push_back({128, 255});
+    m.st.push_back({128, 0});
+    for (int r = 0; r + 1 < rings; ++r)
+        for (int s = 0; s < segments; ++s) {
+            m.triangles.push_back({id(r, s), id(r + 1, s), id(r + 1, s + 1), id(r, s), id(r + 1, s), id(r + 1, s + 1)});
+            m.triangles.push_back({id(r, s), id(r + 1, s + 1), id(r, s + 1), id(r, s), id(r + 1, s + 1), id(r, s + 1)});
+        }
+    for (int s = 0; s < segments; ++s) {
+        m.triangles.push_back({bottom, id(0, s), id(0, s + 1), bottom, id(0, s), id(0, s + 1)});
+        m.triangles.push_back({top, id(rings - 1, s + 1), id(rings - 1, s), top, id(rings - 1, s + 1), id(rings - 1, s)});
+    }
+    const float width = height / 2;  // the packed bytes span -width/2..width/2 across, 0..height up
+    for (int a = 0; a < 2; ++a)
+        for (int f = 0; f < frames_each; ++f) {
+            const double phase = 2 * 3.14159265358979 * f / frames_each;
+            Frame fr;
+            fr.scale = {width / 255, height / 255, width / 255};
+            fr.translate = {-width / 2, 0, -width / 2};
+            const std::string number = std::to_string(f + 1);
+            fr.name = (a == 0 ? "stand" : "run") + std::string(number.size() < 2 ? "0" : "") + number;
+            const auto pack = [](double v) { return static_cast<std::uint8_t>(std::lround(std::fmin(255, std::fmax(0, v)))); };
+            for (int r = 0; r < rings; ++r) {
+                const double up = static_cast<double>(r) / (rings - 1);
+                const double radius = 100 + (a == 0 ? 8 * std::sin(phase) : 0) * std::sin(3.14159 * up);
+                const double sway = a == 1 ? 40 * std::sin(phase) * up * up : 0;
+                for (int s = 0; s < ring_points; ++s) {
+                    const double turn = 2 * 3.14159265358979 * s / segments;
+                    fr.points.push_back({pack(127.5 + sway + radius * std::cos(turn)), pack(255 * up),
+                                         pack(127.5 + radius * std::sin(turn))});
+                }
+            }
+            fr.points.push_back({128, 0, 128});
+            fr.points.push_back({pack(127.5 + (a == 1 ? 40 * std::sin(phase) : 0)), 255, 128});
+            m.frames.push_back(std::move(fr));
+        }
+    return m;
+}
+
+}  // namespace tarko::test::md2

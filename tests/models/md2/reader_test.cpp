@@ -1,0 +1,268 @@
+// The frame model reader: what it takes from a file, and how it refuses a damaged one.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <cstring>
+#include <fstream>
+#include <limits>
+
+#include "md2_writer.h"
+#include "models/md2/md2.h"
+#include "support/test_support.h"
+
+namespace {
+
+using namespace tarko;
+using namespace tarko::test::md2;
+
+// triangle_model of 3 frames: skins at 68 (one of 64 bytes), texture coordinates at
+// 132 (3 x 4), the triangle at 144 (12), frames at 156 (3 x 52), the GL commands'
+// terminating zero at 312, end at 316.
+Bytes three_frames() { return write_md2(triangle_model({"stand01", "stand02", "run01"})); }
+
+md2::ReadResult read(const Bytes& file, md2::Md2Data& data) { return md2::read_md2(file, data); }
+
+TEST(Md2Reader, ReadsEveryTableOfAWholeFile) {
+    Model m = triangle_model({"stand01", "stand02", "run01"});
+    m.triangles = {{0, 1, 2, 2, 0, 1}};
+    md2::Md2Data d;
+    const md2::ReadResult r = read(write_md2(m), d);
+    ASSERT_FALSE(r.stopped) << r.stopped->what();
+    EXPECT_TRUE(r.loaded);
+    EXPECT_EQ(d.Header.SkinWidth, 8);
+    EXPECT_EQ(d.Header.FrameSize, 52);  // 40 + 4 x 3 points
+    EXPECT_EQ(d.Header.FrameOffset, 156);
+    EXPECT_EQ(d.SkinNames, std::vector<std::string>{"skin.pcx"});
+    // s / 8, t / 4: (0, 0), (8/8, 0), (4/8, 2/4)
+    ASSERT_EQ(d.StCoords.size(), 3u);
+    EXPECT_EQ(d.StCoords[1].tu, 1.0f);
+    EXPECT_EQ(d.StCoords[1].tv, 0.0f);
+    EXPECT_EQ(d.StCoords[2].tu, 0.5f);
+    EXPECT_EQ(d.StCoords[2].tv, 0.5f);
+    EXPECT_EQ(d.VertexIndices, (std::vector<std::int16_t>{0, 1, 2}));
+    EXPECT_EQ(d.StIndices, (std::vector<std::int16_t>{2, 0, 1}));
+    ASSERT_EQ(d.Frames.size(), 3u);
+    EXPECT_EQ(d.Frames[2].Name, "run01");
+    // frame 2, point 0 packed (2, 4, 6): times 0.5 plus (1, 2, 3) = (2, 4, 6); point 2 packed (0, 10, 0) = (1, 7, 3)
+    const D3DVECTOR p = d.Frames[2].Points[0], q = d.Frames[2].Points[2];
+    EXPECT_EQ((std::array{p.x, p.y, p.z}), (std::array{2.0f, 4.0f, 6.0f}));
+    EXPECT_EQ((std::array{q.x, q.y, q.z}), (std::array{1.0f, 7.0f, 3.0f}));
+    // stand01, stand02 then run01: one animation, closed by the last frame
+    ASSERT_EQ(d.Animations.size(), 1u);
+    EXPECT_EQ(d.Animations[0].Name, "stand");
+    EXPECT_EQ(d.Animations[0].LastFrame, 2);
+    EXPECT_EQ(d.FirstPlayFrame, 0.0f);
+    EXPECT_EQ(d.LastPlayFrame, 2.0f);
+}
+
+TEST(Md2Reader, DecodesEachAxisWithItsOwnScaleAndTranslate) {
+    Model m = triangle_model({"a01", "a02"});
+    m.frames[1].scale = {0.25f, -2.0f, 3.0f};
+    m.frames[1].translate = {-1.0f, 100.0f, 0.125f};
+    m.frames[1].points[0] = {200, 7, 255};
+    md2::Md2Data d;
+    ASSERT_FALSE(read(write_md2(m), d).stopped);
+    // 200 x 0.25 - 1 = 49; 7 x -2 + 100 = 86; 255 x 3 + 0.125 = 765.125 (no axis swaps places)
+    const D3DVECTOR p = d.Frames[1].Points[0];
+    EXPECT_EQ((std::array{p.x, p.y, p.z}), (std::array{49.0f, 86.0f, 765.125f}));
+}
+
+TEST(Md2Reader, RoundsThePointOnceFromDoubles) {
+    // 3 x 1.1f + 0.2f: in Doubles 3.3000000715255737 + 0.20000000298023224 = 3.5000000745...,
+    // which rounds to 3.5f; in Singles 3 x 1.1f rounds to 3.3000002f first and the sum to 3.5000002f
+    Model m = triangle_model({"a01"});
+    m.frames[0].scale = {1.1f, 1, 1};
+    m.frames[0].translate = {0.2f, 0, 0};
+    m.frames[0].points[0] = {3, 0, 0};
+    md2::Md2Data d;
+    ASSERT_FALSE(read(write_md2(m), d).stopped);
+    EXPECT_EQ(d.Frames[0].Points[0].x, 3.5f);
+}
+
+TEST(Md2Reader, EdgeScalesDecodeAsTheDoubleFormulaSays) {
+    // Oracle for the two-at-a-time decode: packed x scale + translate in Doubles, rounded once.
+    const float inf = std::numeric_limits<float>::infinity();
+    const float edges[] = {0.0f, -0.0f, 1e-40f, 1.1f, -3.3f, 1e30f, -3.4e38f, inf, 0.1f, 0.2f};
+    Model m = triangle_model({});
+    for (std::size_t f = 0; f < std::size(edges); ++f) {
+        Frame fr{{edges[f], edges[(f + 3) % 10], edges[(f + 6) % 10]}, {edges[(f + 1) % 10], edges[(f + 8) % 10], edges[(f + 9) % 10]},
+                 "e" + std::to_string(f), {}};
+        for (int k = 0; k < 7; ++k)
+            fr.points.push_back({static_cast<std::uint8_t>(k * 40 + 3), static_cast<std::uint8_t>(255 - k * 37), static_cast<std::uint8_t>(k * k)});
+        m.frames.push_back(fr);
+    }
+    md2::Md2Data d;
+    ASSERT_FALSE(read(write_md2(m), d).stopped);
+    for (std::size_t f = 0; f < m.frames.size(); ++f)
+        for (std::size_t k = 0; k < 7; ++k) {
+            const Frame& fr = m.frames[f];
+            float want[3], got[3] = {d.Frames[f].Points[k].x, d.Frames[f].Points[k].y, d.Frames[f].Points[k].z};
+            for (int a = 0; a < 3; ++a) want[a] = static_cast<float>(fr.points[k][a] * static_cast<double>(fr.scale[a]) + fr.translate[a]);
+            EXPECT_EQ(std::memcmp(want, got, sizeof want), 0) << "frame " << f << " point " << k;
+        }
+}
+
+TEST(Md2Reader, NegativeTextureCoordinatesDivideToo) {
+    Model m = triangle_model({"a01"});
+    m.st[0] = {-4, -32768};
+    md2::Md2Data d;
+    ASSERT_FALSE(read(write_md2(m), d).stopped);
+    EXPECT_EQ(d.StCoords[0].tu, -0.5f);    // -4 / 8
+    EXPECT_EQ(d.StCoords[0].tv, -8192.0f); // -32768 / 4
+}
+
+TEST(Md2Reader, OnlyTheIdP2MagicIsAFrameModel) {
+    EXPECT_TRUE(md2::is_md2(three_frames()));
+    EXPECT_FALSE(md2::is_md2(Bytes{'I', 'D', 'S', 'T', 0, 0}));
+    EXPECT_FALSE(md2::is_md2(Bytes{'I', 'D', 'P'}));
+}
+
+Bytes with(Bytes b, std::size_t field, std::int32_t v) {
+    set32(b, field, v);
+    return b;
+}
+Bytes cut(Bytes b, std::size_t size) {
+    b.resize(size);
+    return b;
+}
+Bytes long_frame_name() {
+    Model m = triangle_model({"stand01", "abcdefghijklmnop"});  // 16 characters, no zero
+    return write_md2(m);
+}
+
+TEST(Md2Reader, RefusesDamagedFilesWithReasonAndByte) {
+    const Bytes ok = three_frames();
+    const test::Refusal rows[] = {
+        {"shorter than the header", cut(ok, 67), "header cut short", 0},
+        {"another magic", with(ok, 0, 0x33504449), "not an IDP2 file", 0},
+        {"negative skin count", with(ok, at::SkinCount, -1), "negative skin count", at::SkinCount},
+        {"skins past the end", with(ok, at::SkinCount, 5), "skin table runs past", at::SkinCount},  // 68 + 5 x 64 > 316
+        {"skin table before the file", with(ok, at::SkinOffset, -4), "skin table offset outside", at::SkinOffset},
+        {"skin table after the file", with(ok, at::SkinOffset, 317), "skin table offset outside", at::SkinOffset},
+        {"coordinates past the end", with(ok, at::StCount, 47), "texture coordinate table runs past", at::StCount},  // 132 + 47 x 4 = 320
+        {"coordinates far past", with(ok, at::StCount, 0x7fffffff), "texture coordinate table runs past", at::StCount},
+        {"coordinates outside", with(ok, at::StOffset, 1 << 30), "texture coordinate table offset outside", at::StOffset},
+        {"skin width 0", with(ok, at::SkinWidth, 0), "skin width of 0", at::SkinWidth},
+        {"skin height 0", with(ok, at::SkinHeight, 0), "skin height of 0", at::SkinHeight},
+        {"triangles past the end", with(ok, at::TriangleCount, 15), "triangle table runs past", at::TriangleCount},  // 144 + 15 x 12 = 324 > 316
+        {"negative triangles", with(ok, at::TriangleCount, -3), "negative triangle count", at::TriangleCount},
+        {"triangles outside", with(ok, at::TriangleOffset, 400), "triangle table offset outside", at::TriangleOffset},
+        {"2050 vertices", with(ok, at::VertexCount, 2050), "vertex count outside", at::VertexCount},
+        {"negative vertices", with(ok, at::VertexCount, -1), "vertex count outside", at::VertexCount},
+        {"frame size above 8236", with(ok, at::FrameSize, 8237), "frame size above 8236", at::FrameSize},
+        {"frame too small for its points", with(ok, at::FrameSize, 51), "frame size too small", at::FrameSize},  // 40 + 3 x 4 = 52
+        {"frames past the end", with(ok, at::FrameCount, 4), "frame table runs past", at::FrameCount},  // 156 + 4 x 52 = 364 > 316
+        {"frames outside", with(ok, at::FrameOffset, 317), "frame table offset outside", at::FrameOffset},
+        {"last frame cut", cut(ok, 311), "frame table runs past", at::FrameCount},
+        {"frame name without a zero", long_frame_name(), "frame name without its terminating zero", 156 + 52 + 24},
+        {"no frames", with(ok, at::FrameCount, 0), "no frame to start the animations", at::FrameCount},
+    };
+    for (const auto& row : rows) {
+        EXPECT_TRUE(test::refused_with([&] {
+            md2::Md2Data d;
+            if (auto r = md2::read_md2(row.file, d); r.stopped) throw *r.stopped;
+        }, row.reason, row.offset)) << row.what;
+    }
+}
+
+TEST(Md2Reader, EveryCutBeforeTheLastFrameEndsStopsWithoutLoading) {
+    const Bytes ok = three_frames();
+    for (std::size_t size = 0; size < 312; ++size) {
+        md2::Md2Data d;
+        const md2::ReadResult r = md2::read_md2(std::span(ok).first(size), d);
+        ASSERT_TRUE(r.stopped) << size;
+        EXPECT_FALSE(r.loaded) << size;
+        EXPECT_LE(r.stopped->offset(), ok.size()) << size;
+    }
+    // the GL commands behind the frames are not read
+    md2::Md2Data d;
+    EXPECT_FALSE(md2::read_md2(std::span(ok).first(312), d).stopped);
+}
+
+TEST(Md2Reader, AnErrorKeepsTheTablesReadBeforeIt) {
+    md2::Md2Data d;
+    ASSERT_FALSE(read(write_md2(triangle_model({"old01", "old02"})), d).stopped);
+    d.FramePosition = 1;
+    // A new file whose second frame name has no end: texture coordinates and the
+    // first frame are replaced, indices and animations stay those of the old file.
+    Model m = triangle_model({"new01", "abcdefghijklmnop"});
+    m.st = {{4, 0}, {8, 0}, {4, 2}};
+    m.triangles = {{2, 1, 0, 0, 1, 2}};
+    const md2::ReadResult r = read(write_md2(m), d);
+    ASSERT_TRUE(r.stopped);
+    EXPECT_FALSE(r.loaded);
+    EXPECT_EQ(d.StCoords[0].tu, 0.5f);  // 4 / 8
+    ASSERT_EQ(d.Frames.size(), 2u);
+    EXPECT_EQ(d.Frames[0].Name, "new01");
+    EXPECT_TRUE(d.Frames[1].Points.empty());
+    EXPECT_EQ(d.VertexIndices, (std::vector<std::int16_t>{0, 1, 2}));
+    EXPECT_EQ(d.Animations[0].Name, "old");
+}
+
+TEST(Md2Reader, AFileWithoutFramesLoadsWithoutAnimations) {
+    md2::Md2Data d;
+    ASSERT_FALSE(read(write_md2(triangle_model({"a01", "a02", "a03"})), d).stopped);
+    d.LastPlayFrame = 7;
+    const md2::ReadResult r = read(with(three_frames(), at::FrameCount, 0), d);
+    ASSERT_TRUE(r.stopped);
+    EXPECT_TRUE(r.loaded);  // the object is a frame model by then
+    EXPECT_TRUE(d.Frames.empty());
+    EXPECT_TRUE(d.Animations.empty());
+    EXPECT_EQ(d.LastPlayFrame, 7.0f);  // the play range is never reached
+}
+
+TEST(Md2Reader, EmptyTablesNeedNoOffsetsAndNoSkinSize) {
+    Model m = triangle_model({"a01", "a02"});
+    m.st.clear();
+    m.triangles.clear();
+    m.skins.clear();
+    Bytes b = write_md2(m);
+    set32(b, at::SkinWidth, 0);
+    set32(b, at::StOffset, -1);
+    set32(b, at::SkinOffset, 1 << 30);
+    md2::Md2Data d;
+    const md2::ReadResult r = read(b, d);
+    EXPECT_FALSE(r.stopped);
+    EXPECT_TRUE(r.loaded);
+    EXPECT_TRUE(d.VertexIndices.empty());
+}
+
+TEST(Md2Reader, LargestFrameOf2049PointsIsRead) {
+    Model m = triangle_model({"big01", "big02"});
+    for (Frame& f : m.frames) f.points.resize(2049, {255, 255, 255});
+    md2::Md2Data d;
+    const Bytes b = write_md2(m);
+    EXPECT_EQ(b.size(), 68u + 64 + 12 + 12 + 2 * 8236 + 4);
+    ASSERT_FALSE(read(b, d).stopped);
+    EXPECT_EQ(d.Frames[1].Points.size(), 2049u);
+    EXPECT_EQ(d.Frames[1].Points[2048].y, 129.5f);  // 255 x 0.5 + 2
+}
+
+TEST(Md2Reader, SeedFilesReadToTheirEnd) {
+    // The fuzz seeds; with TARKO_WRITE_SEEDS=<fuzz/corpus> they are also written to <dir>/md2.
+    Model odd = triangle_model({"x", "pain01", "pain02", "death1"});
+    odd.frames[0].scale = {-1, 1e-3f, 1e30f};
+    const struct {
+        const char* name;
+        Bytes bytes;
+        std::size_t animations;
+    } seeds[] = {
+        {"triangle.md2", three_frames(), 1},
+        {"odd_names.md2", write_md2(odd), 2},
+        {"actor.md2", write_md2(actor(4, 6, 3)), 2},
+    };
+    const char* dir = std::getenv("TARKO_WRITE_SEEDS");
+    for (const auto& s : seeds) {
+        md2::Md2Data d;
+        const md2::ReadResult r = read(s.bytes, d);
+        EXPECT_FALSE(r.stopped) << s.name;
+        EXPECT_EQ(d.Animations.size(), s.animations) << s.name;
+        if (dir) {
+            std::filesystem::create_directories(std::filesystem::path(dir) / "md2");
+            std::ofstream(std::filesystem::path(dir) / "md2" / s.name, std::ios::binary)
+                .write(reinterpret_cast<const char*>(s.bytes.data()), static_cast<std::streamsize>(s.bytes.size()));
+        }
+    }
+}
+
+}  // namespace
