@@ -2,6 +2,8 @@
 // host's settings, and the dispatch of Render.
 #include "models/mdl/cTarko_MDLfile.h"
 
+#include "mesh/actor_mesh.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -47,12 +49,16 @@ cTarko_MDLfile::cTarko_MDLfile() : SurfaceTable(1025), SurfaceNames(1025) {
             ActorSlot = i;
             break;
         }
-    // Mesh hand-out joins here
+    try {
+        ActorMesh_ = std::make_unique<tarko::mesh::ActorMesh>();
+    } catch (...) {
+        if (ActorSlot) actor_slots()[static_cast<std::size_t>(ActorSlot)] = false;
+        throw;
+    }
 }
 
 cTarko_MDLfile::~cTarko_MDLfile() {
     if (ActorSlot) actor_slots()[static_cast<std::size_t>(ActorSlot)] = false;
-    // Mesh hand-out joins here
 }
 
 void cTarko_MDLfile::AngleQuaternion(const D3DVECTOR& angles, D3DRMQUATERNION& quaternion) {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,8 @@
 #include "runtime/numeric.h"
 #include "runtime/safe_array.h"
 #include "runtime/variant.h"
+
+namespace tarko::mesh { class ActorMesh; }
 
 class cTarko_MDLfile {
 public:
@@ -118,6 +121,9 @@ private:
     tarko::Ref<DirectDrawSurface7> MainTexture;
     bool HasMainTexture = false;
     tarko::Long ActorSlot = 0;
+    // The library's private Mesh that every actor takes when created (no model
+    // geometry goes into it); its record is freed when the actor goes.
+    std::unique_ptr<tarko::mesh::ActorMesh> ActorMesh_;
 
     // Render's scratch, kept so that a frame allocates nothing.
     std::vector<D3DVECTOR> skinned_;

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "mdl_writer.h"
+#include "mesh/mesh.h"
 #include "models/mdl/cTarko_MDLfile.h"
 #include "platform/constants.h"
 #include "support/engine_test_support.h"
@@ -33,6 +34,31 @@ StudioDesc square(float half = 0.5f) {
 }
 
 }  // namespace
+
+// Every actor takes a Mesh record of its own, named and set for actors
+// (primitive type 4, the lit-vertex form 1), and frees it when it goes.
+TEST(MdlActorMesh, EachActorHoldsAMeshRecordSetForActorsUntilItIsDestroyed) {
+    mesh::reset_module();
+    const auto actors_in_table = [] {
+        std::vector<Long> slots;
+        const auto& table = mesh::module().MeshTable;
+        for (std::size_t i = 0; i < table.size(); ++i)
+            if (table[i].MeshEnabled && table[i].MeshName == "TarkoMDLActor") slots.push_back(static_cast<Long>(i));
+        return slots;
+    };
+    {
+        cTarko_MDLfile first;
+        auto second = std::make_unique<cTarko_MDLfile>();
+        EXPECT_EQ(actors_in_table(), (std::vector<Long>{1, 2}));
+        const mesh::MeshRecord& r = mesh::module().MeshTable[2];
+        EXPECT_EQ(r.PrimitiveType, 4);
+        EXPECT_EQ(r.VertexType, 1);
+        second.reset();
+        EXPECT_EQ(actors_in_table(), (std::vector<Long>{1}));
+    }
+    EXPECT_TRUE(actors_in_table().empty());
+    mesh::reset_module();
+}
 
 class MdlFile : public EngineFixture {
 protected:
