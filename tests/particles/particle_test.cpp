@@ -360,6 +360,14 @@ TEST_F(Particles, ViewSpaceQuadCornersSurroundTheParticleInViewSpace) {
     EXPECT_EQ(back.rc43, 6.0f);
     EXPECT_EQ(world.rc11, 1.0f);
     EXPECT_EQ(world.rc41, 0.0f);
+
+    // A view that gives w = 0 leaves the point where it was, here (0, 0, 0):
+    // corner 0 at (-s, s, 0) with s = ((3.5 / 50) x 0.4486194 + 1.5) x 5 = 7.657017.
+    engine.D3D_DEV->setTransform(dx::D3DTRANSFORMSTATE_VIEW, D3DMATRIX{});
+    p.Render(engine);
+    EXPECT_FLOAT_EQ(q[0].x, -7.657017f);
+    EXPECT_FLOAT_EQ(q[0].y, 7.657017f);
+    EXPECT_EQ(q[0].z, 0.0f);
 }
 
 TEST_F(Particles, PointRenderSendsItsStatesInOrder) {

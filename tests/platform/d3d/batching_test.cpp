@@ -158,3 +158,26 @@ TEST(Batching, ALargeBatchLandsWithoutBeingAsked) {
     s.dev->set_batching(false);               // and lands when batching stops
     EXPECT_EQ(landed(*s.target, 2, 0), 0x00FF00u);
 }
+
+// The target read as a texture sees the draws before it, also after it was
+// read once already (its generation moves with each gathered draw).
+TEST(Batching, TheTargetAsATextureSeesTheDrawsBeforeIt) {
+    Scene s(kW, kH);
+    s.stage(0, {{dx::D3DTSS_COLOROP, dx::D3DTOP_SELECTARG1}, {dx::D3DTSS_COLORARG1, dx::D3DTA_TEXTURE}});
+    // Every vertex samples the target's pixel (55, 55): u = 55 / 160, v = 55 / 120.
+    auto copy_of_55 = [&](float x0) {
+        auto q = tl_quad(x0, 0, x0 + 10, 10, 0xFFFFFFFF);
+        for (auto& v : q) v.tu = 55.0f / kW, v.tv = 55.0f / kH;
+        s.dev->setTexture(0, s.target);
+        s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, q);
+    };
+    s.dev->beginScene();
+    copy_of_55(0);                       // still black there
+    s.dev->setTexture(0, {});
+    // No texture: the stage reads white.
+    s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, tl_quad(50, 50, 60, 60, 0xFF00FF00));
+    copy_of_55(20);                      // white now
+    s.dev->endScene();
+    EXPECT_EQ(s.argb(5, 5), 0u);
+    EXPECT_EQ(s.argb(25, 5), 0xFFFFFFu);
+}
