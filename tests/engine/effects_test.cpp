@@ -92,6 +92,19 @@ TEST_F(Effects, RainFallsByWholeStepsAndStartsAgainAtTheTop) {
               (Calls{"Direct3DDevice7.drawPrimitive 5, 274, 8, 0"}));
 }
 
+TEST_F(Effects, RainAtTheFloorExactlyStartsAgain) {
+    // Floor 84, top 100: the drop's top is 84 + 0.116619 x 16 = 85.866.
+    runtime::Randomize();
+    engine.RAIN_Setup(1, D3DVECTOR{0, 0, 0}, 0, 0, /*Floor=*/84, /*Top=*/100, /*DropLength=*/9, /*DropWidth=*/1);
+    // First fall (14, 1, 37, 35, 28, 12, 1, 10): all but 85.866 - 1 reach the floor.
+    engine.RENDER_RAIN();
+    // Second fall (16, 18, 41, 34, 26, 11, 3, 36): 100 - 16 lands on 84 itself
+    // and starts again; 100 - 11 and 100 - 3 stay above.
+    engine.RENDER_RAIN();
+    const float expected[8] = {100, 100, 100, 100, 100, 89, 97, 100};
+    for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(engine.RAIN_Vertices()[i].y, expected[i]) << i;
+}
+
 TEST_F(Effects, RainWithoutDropsOnlySetsTheMaterialAndLighting) {
     EXPECT_TRUE(engine.RENDER_RAIN().is_empty());
     EXPECT_EQ(device_calls(),
