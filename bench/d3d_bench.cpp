@@ -268,7 +268,7 @@ struct Ours {
                 q[k].sx = xy[k][0], q[k].sy = xy[k][1], q[k].sz = 0.5f, q[k].rhw = 1, q[k].color = -1;
                 q[k].tu = xy[k][0] / 256.0f, q[k].tv = xy[k][1] / 256.0f;
             }
-            dev->drawPrimitive(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, std::span(q), 4, 0);
+            dev->drawPrimitive(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, std::span<D3DTLVERTEX>(q), 4, 0);
         }
         dev->setRenderState(dx::D3DRENDERSTATE_ZENABLE, 1);
         dev->endScene();  // the gathered strips land here
