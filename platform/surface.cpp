@@ -341,6 +341,7 @@ void DirectDrawClipper::setHWnd(Long hwnd) {
 }
 
 void DirectDrawSurface7::set_pending_writer(const void* owner, std::function<void()> settle) {
+    if (writer_ != owner) this->settle();
     writer_ = owner;
     settle_ = std::move(settle);
 }

@@ -78,9 +78,11 @@ public:
     // accessor below except pixels() first lets them land, so a lock, blit,
     // flip or read sees, and a write comes after, everything drawn before it.
     // pixels() is the raw store, for the writer itself and for loaders. One
-    // writer at a time; `owner` names it so that only it takes itself off.
+    // writer at a time: a new one settles the one before it; `owner` names it
+    // so that only it takes itself off.
     void set_pending_writer(const void* owner, std::function<void()> settle);
     void clear_pending_writer(const void* owner);
+    const void* pending_writer() const { return writer_; }
     void settle() const {
         if (settle_) settle_();
     }

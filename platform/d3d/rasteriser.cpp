@@ -68,9 +68,7 @@ bool is_texture_on_current(const StageSetup& s) {
 
 }  // namespace
 
-Rasteriser::Rasteriser(DirectDrawSurface7& target) : target_(target), pool_(std::make_unique<WorkerPool>(0)) {
-    target_.set_pending_writer(this, [this] { flush(); });
-}
+Rasteriser::Rasteriser(DirectDrawSurface7& target) : target_(target), pool_(std::make_unique<WorkerPool>(0)) {}
 
 Rasteriser::~Rasteriser() {
     try {
@@ -519,7 +517,11 @@ void Rasteriser::queue_draw() {
         held_.clear();
         return;
     }
-    if (zbuffer && zbuffer.get() != hooked_zbuffer_.lock().get()) {
+    // The surfaces this batch writes settle it; another device on the same
+    // target takes the hook over only after settling this one.
+    if (target_.pending_writer() != this) target_.set_pending_writer(this, [this] { flush(); });
+    if (zbuffer && (zbuffer.get() != hooked_zbuffer_.lock().get() || zbuffer->pending_writer() != this)) {
+        flush();  // draws before may write the z-buffer that is let go
         if (auto old = hooked_zbuffer_.lock()) old->clear_pending_writer(this);
         zbuffer->set_pending_writer(this, [this] { flush(); });
         hooked_zbuffer_ = zbuffer;
@@ -552,6 +554,7 @@ void Rasteriser::queue_draw() {
 void Rasteriser::flush() {
     if (queued_ == 0 || flushing_) return;
     flushing_ = true;
+    // Each tile is drawn by one thread, its triangles in submission order.
     auto run_tile = [&](int job) {
         const int tile = busy_bins_[static_cast<std::size_t>(job)];
         const int tx0 = (tile % tiles_x_) * kTileSize, ty0 = (tile / tiles_x_) * kTileSize;
@@ -560,7 +563,6 @@ void Rasteriser::flush() {
     };
     const int jobs = static_cast<int>(busy_bins_.size());
     auto done = [&] {
-        // Each tile is drawn by one thread, its triangles in submission order.
         for (int b : busy_bins_) bins_[static_cast<std::size_t>(b)].clear();
         busy_bins_.clear();
         for (std::size_t i = 0; i < queued_; ++i) {

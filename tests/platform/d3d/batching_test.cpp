@@ -181,3 +181,18 @@ TEST(Batching, TheTargetAsATextureSeesTheDrawsBeforeIt) {
     EXPECT_EQ(s.argb(5, 5), 0u);
     EXPECT_EQ(s.argb(25, 5), 0xFFFFFFu);
 }
+
+// A second device on the same target: its first draw lands the first
+// device's gathered draws, so the later draw stays on top.
+TEST(Batching, ASecondDeviceOnTheTargetKeepsTheOrderOfDraws) {
+    Scene s(kW, kH);
+    Direct3DDevice7 other(platform::kRgbGuid, s.target);
+    s.dev->beginScene();
+    s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, tl_quad(0, 0, 10, 10, 0xFFFF0000, 0.5f));
+    auto green = tl_quad(0, 0, 10, 10, 0xFF00FF00, 0.4f);
+    other.beginScene();
+    other.drawPrimitive(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, std::span<D3DTLVERTEX>(green), 4, 0);
+    other.endScene();
+    s.dev->endScene();  // nothing of the first device's may land now
+    EXPECT_EQ(s.argb(5, 5), 0x00FF00u);
+}
