@@ -187,6 +187,9 @@ TEST(Batching, TheTargetAsATextureSeesTheDrawsBeforeIt) {
 TEST(Batching, ASecondDeviceOnTheTargetKeepsTheOrderOfDraws) {
     Scene s(kW, kH);
     Direct3DDevice7 other(platform::kRgbGuid, s.target);
+    // No depth test: the later draw wins.
+    s.dev->setRenderState(dx::D3DRENDERSTATE_ZENABLE, 0);
+    other.setRenderState(dx::D3DRENDERSTATE_ZENABLE, 0);
     s.dev->beginScene();
     s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, tl_quad(0, 0, 10, 10, 0xFFFF0000, 0.5f));
     auto green = tl_quad(0, 0, 10, 10, 0xFF00FF00, 0.4f);
