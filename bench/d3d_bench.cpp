@@ -4,6 +4,8 @@
 //   b) two texture stages and fog                 Mpix/s
 //   c) many small lit textured triangles          Mtri/s
 //   d) a 20,000-triangle lit textured scene       frames/s
+//   e) 10,000 separate small textured strips      frames/s
+//      (one draw call each, as particles send them; ours gathers them)
 // Both draw with the same state: the same texels (ours after conversion to
 // the texture's format), MODULATE2X on the second stage (GL's combine mode,
 // RGB scale 2) with its own coordinates, the same light attenuation, ambient,
@@ -14,7 +16,7 @@
 // Usage: tarko_d3d_bench [threads] [seconds per figure]
 // TARKO_BENCH_PICTURES=folder writes both pictures of each scene as PNG.
 // TARKO_BENCH_NO_GL=1 skips llvmpipe (for profiling our device alone);
-// TARKO_BENCH_ONLY=abcd picks the scenes to run; TARKO_BENCH_LANES=8|4|0 draws
+// TARKO_BENCH_ONLY=abcde picks the scenes to run; TARKO_BENCH_LANES=8|4|0 draws
 // with AVX2, SSE2 or the portable routines instead of the best this processor has.
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
@@ -186,6 +188,14 @@ D3DMATRIX projection() {
 
 // ---------- our device
 
+// Scene e's strips: strip i is an 8 x 8 pixel square on a 100-column grid
+// over the screen, its texture window following its place.
+constexpr int kStrips = 10000;
+constexpr float kStripSize = 8;
+std::array<float, 2> strip_corner(int i) {
+    return {static_cast<float>(i % 100) * 6.3f, static_cast<float>(i / 100) * 4.7f};
+}
+
 struct Ours {
     Ref<DirectDrawSurface7> target, z;
     std::unique_ptr<Direct3DDevice7> dev;
@@ -261,6 +271,24 @@ struct Ours {
         }
         dev->setRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE, 0);
         dev->setRenderState(dx::D3DRENDERSTATE_ZENABLE, 1);
+    }
+
+    void strips() {
+        dev->beginScene();
+        dev->setTexture(0, tex0);
+        dev->setRenderState(dx::D3DRENDERSTATE_ZENABLE, 0);
+        std::array<D3DTLVERTEX, 4> q{};
+        for (int i = 0; i < kStrips; ++i) {
+            const auto [x0, y0] = strip_corner(i);
+            const float xy[4][2] = {{x0, y0 + kStripSize}, {x0, y0}, {x0 + kStripSize, y0 + kStripSize}, {x0 + kStripSize, y0}};
+            for (int k = 0; k < 4; ++k) {
+                q[k].sx = xy[k][0], q[k].sy = xy[k][1], q[k].sz = 0.5f, q[k].rhw = 1, q[k].color = -1;
+                q[k].tu = xy[k][0] / 256.0f, q[k].tv = xy[k][1] / 256.0f;
+            }
+            dev->drawPrimitive(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, std::span<D3DTLVERTEX>(q), 4, 0);
+        }
+        dev->setRenderState(dx::D3DRENDERSTATE_ZENABLE, 1);
+        dev->endScene();  // the gathered strips land here
     }
 
     void two_stage_fog(int layers) {
@@ -454,6 +482,30 @@ struct Mesa {
         glDisable(GL_TEXTURE_2D);
     }
 
+    void strips() {
+        D3DMATRIX p;  // screen pixels, shifted half a pixel onto GL's centres
+        p.rc11 = 2.0f / kW, p.rc22 = -2.0f / kH, p.rc33 = 1, p.rc44 = 1, p.rc41 = -1 + 1.0f / kW, p.rc42 = 1 - 1.0f / kH;
+        load(p, GL_PROJECTION);
+        D3DMATRIX id;
+        dxmath::identityMatrix(id);
+        load(id, GL_MODELVIEW);
+        glDisable(GL_DEPTH_TEST);
+        glEnable(GL_TEXTURE_2D);
+        glBindTexture(GL_TEXTURE_2D, tex0);
+        for (int i = 0; i < kStrips; ++i) {
+            const auto [x0, y0] = strip_corner(i);
+            const float xy[4][2] = {{x0, y0 + kStripSize}, {x0, y0}, {x0 + kStripSize, y0 + kStripSize}, {x0 + kStripSize, y0}};
+            glBegin(GL_TRIANGLE_STRIP);  // one call per strip, as ours gets them
+            for (auto& v : xy) {
+                glColor4ub(255, 255, 255, 255);
+                glTexCoord2f(v[0] / 256.0f, v[1] / 256.0f);
+                glVertex4f(v[0], v[1], 0.5f, 1);
+            }
+            glEnd();
+        }
+        glDisable(GL_TEXTURE_2D);
+    }
+
     void two_stage_fog(int layers) {
         projection_3d();
         D3DMATRIX id;
@@ -603,7 +655,7 @@ int main(int argc, char** argv) {
     if (argc > 2) g_seconds = std::atof(argv[2]);
     Ours ours(threads, 32);
     const char* only_env = std::getenv("TARKO_BENCH_ONLY");
-    const std::string only = only_env ? only_env : "abcd";
+    const std::string only = only_env ? only_env : "abcde";
     auto wanted = [&only](char c) { return only.find(c) != std::string::npos; };
     const char* no_gl = std::getenv("TARKO_BENCH_NO_GL");
     const bool skip_gl = no_gl && *no_gl && *no_gl != '0';
@@ -638,5 +690,8 @@ int main(int argc, char** argv) {
     if (wanted('d'))
         scene("d) 20,000-triangle lit textured scene", "frames/s", 1, ours, mesa,
               [&] { ours.clear(), ours.lit_mesh(big, world); }, [&] { mesa.clear(), mesa.lit_mesh(big, world); });
+    if (wanted('e'))
+        scene("e) 10,000 small textured strips", "frames/s", 1, ours, mesa, [&] { ours.clear(), ours.strips(); },
+              [&] { mesa.clear(), mesa.strips(); });
     return 0;
 }

@@ -683,6 +683,42 @@ private:
 public:
     // ---- reports and device dialog: END
 
+    // ---- screen effects (engine_effects.cpp): full-screen overlays drawn
+    // between the host's beginScene and endScene; they need an open device.
+    // Adds colour over the whole viewport (a TL strip, blend ONE/ONE, no
+    // texture), then alphaBLEND_1(False): blending is off afterwards.
+    void Flashing(tarko::Long color);
+    // Black with a random alpha over the screen, added: the frame does not
+    // change. Activate is accepted and has no effect.
+    void FaDE_IN(bool Activate = true);
+    // Lets every rain vertex fall by Int(Rnd x 50) and draws the drops, each a
+    // strip of eight vertices, under a blue-grey material (lighting on); a
+    // vertex at or below the floor starts again at the top. Nothing falls
+    // before RAIN_Setup has made drops.
+    tarko::Variant RENDER_RAIN();
+    // The sky texture: Nothing, as no operation sets it.
+    tarko::Ref<DirectDrawSurface7> Ciel_TEXTURE() const;
+    // Makes `Drops` rain drops for RENDER_RAIN (0 removes them), placed at
+    // random (Rnd) over the Width x Depth rectangle centred on (Centre.x,
+    // Centre.z), each a vertical ribbon `DropLength` long and `DropWidth`
+    // wide whose top lies between Floor and Top. Each drop is a strip of
+    // eight D3DVERTEX running down its two edges, normals up, so RainCount is
+    // 8 x Drops. Raises 5 for a negative count, a Top not above Floor or a
+    // negative size, 6 for more than 65535 drops.
+    void RAIN_Setup(tarko::Long Drops, const D3DVECTOR& Centre, float Width, float Depth, float Floor, float Top,
+                    float DropLength = 8.0f, float DropWidth = 0.5f);
+    // The rain vertices as they stand, the first at index 0.
+    const std::vector<D3DVERTEX>& RAIN_Vertices() const { return RainVertices; }
+
+private:
+    std::array<D3DTLVERTEX, 5> FlashQuad{};   // elements 1 to 4 used
+    std::vector<D3DVERTEX> RainVertices;
+    tarko::Long RainCount = 0;
+    float RainFloor = 0, RainTop = 0;
+    tarko::Ref<DirectDrawSurface7> SkyTexture;
+    void build_flash_quad(tarko::Long colour);
+    void draw_flash_quad();
+
 private:
     void ensure_root();
     void start_input(tarko::Long Hand);

@@ -75,6 +75,7 @@ std::shared_ptr<DirectDrawSurface7> DirectDrawSurface7::zbuffer() const {
 }
 
 void DirectDrawSurface7::flip(const tarko::Ref<DirectDrawSurface7>& target_override, Long flags) {
+    settle();
     platform::record("DirectDrawSurface7", "flip", flags);
     if (lost_) platform::fail(platform::DDERR_SURFACELOST, "flip");
     std::shared_ptr<DirectDrawSurface7> back = target_override.shared();
@@ -84,6 +85,7 @@ void DirectDrawSurface7::flip(const tarko::Ref<DirectDrawSurface7>& target_overr
     }
     if (!back || back->pixels_.size() != pixels_.size()) platform::fail(platform::DDERR_INVALIDOBJECT, "flip");
     if (back->lost_) platform::fail(platform::DDERR_SURFACELOST, "flip");
+    back->settle();
     std::swap(pixels_, back->pixels_);
     touch();
     back->touch();
@@ -124,6 +126,8 @@ static void stretch_copy(const DirectDrawSurface7& src, const RECT& s, DirectDra
 
 Long DirectDrawSurface7::blt(const RECT& destRect, const tarko::Ref<DirectDrawSurface7>& source, const RECT& srcRect,
                              Long flags) {
+    settle();
+    if (source) source->settle();
     platform::record("DirectDrawSurface7", "blt", destRect.Left, destRect.Top, destRect.Right, destRect.Bottom,
                      srcRect.Left, srcRect.Top, srcRect.Right, srcRect.Bottom, flags);
     if (forced_blt_status_ != 0) return forced_blt_status_;
@@ -172,6 +176,7 @@ Long DirectDrawSurface7::blt(const RECT& destRect, const tarko::Ref<DirectDrawSu
 }
 
 Long DirectDrawSurface7::bltColorFill(const RECT& destRect, Long colour) {
+    settle();
     platform::record("DirectDrawSurface7", "bltColorFill", destRect.Left, destRect.Top, destRect.Right,
                      destRect.Bottom, colour);
     if (lost_) return platform::DDERR_SURFACELOST;
@@ -193,6 +198,7 @@ void DirectDrawSurface7::setForeColor(Long colour) {
 }
 
 void DirectDrawSurface7::drawText(Long x, Long y, const std::string& text, bool use_current_position) {
+    settle();
     platform::record("DirectDrawSurface7", "drawText", x, y, text, use_current_position);
     if (pixels_.empty()) return;
     // The fore colour is a window-system colour: red in the low byte.
@@ -240,6 +246,7 @@ DDCOLORKEY DirectDrawSurface7::getColorKey(Long) const {
 }
 
 void DirectDrawSurface7::lock(const RECT& rect, DDSURFACEDESC2& desc, Long flags, Long) {
+    settle();
     platform::record("DirectDrawSurface7", "lock", rect.Left, rect.Top, rect.Right, rect.Bottom, flags);
     if (lost_) platform::fail(platform::DDERR_SURFACELOST, "lock");
     if (pixels_.empty()) platform::fail(platform::DDERR_UNSUPPORTED, "lock");
@@ -248,12 +255,14 @@ void DirectDrawSurface7::lock(const RECT& rect, DDSURFACEDESC2& desc, Long flags
 }
 
 Long DirectDrawSurface7::getLockedPixel(Long x, Long y) {
+    settle();
     if (!locked_) platform::fail(platform::DDERR_NOTLOCKED, "getLockedPixel");
     if (x < 0 || y < 0 || x >= width() || y >= height()) return 0;
     return static_cast<Long>(raw_at(x, y));
 }
 
 void DirectDrawSurface7::setLockedPixel(Long x, Long y, Long value) {
+    settle();
     if (!locked_) platform::fail(platform::DDERR_NOTLOCKED, "setLockedPixel");
     if (x < 0 || y < 0 || x >= width() || y >= height()) return;
     set_raw(x, y, static_cast<std::uint32_t>(value));
@@ -267,6 +276,7 @@ void DirectDrawSurface7::unlock(const RECT&) {
 }
 
 std::uint32_t DirectDrawSurface7::raw_at(int x, int y) const {
+    settle();
     const std::uint8_t* p = pixels_.data() + static_cast<std::size_t>(y) * pitch_ +
                             static_cast<std::size_t>(x) * format_.bytes_per_pixel();
     switch (format_.bytes_per_pixel()) {
@@ -277,6 +287,7 @@ std::uint32_t DirectDrawSurface7::raw_at(int x, int y) const {
 }
 
 void DirectDrawSurface7::set_raw(int x, int y, std::uint32_t value) {
+    settle();
     std::uint8_t* p = pixels_.data() + static_cast<std::size_t>(y) * pitch_ +
                       static_cast<std::size_t>(x) * format_.bytes_per_pixel();
     switch (format_.bytes_per_pixel()) {
@@ -302,6 +313,7 @@ platform::Frame DirectDrawSurface7::to_frame() const {
 }
 
 void DirectDrawSurface7::read_rgb_row(int y, const int* cols, int n, std::uint32_t* out) const {
+    settle();
     const std::uint8_t* row = pixels_.data() + static_cast<std::size_t>(y) * pitch_;
     if (format_ == platform::PixelFormat::x8r8g8b8() || format_ == platform::PixelFormat::a8r8g8b8()) {
         for (int i = 0; i < n; ++i) {
@@ -326,4 +338,16 @@ void DirectDrawClipper::setHWnd(Long hwnd) {
     platform::record("DirectDrawClipper", "setHWnd", hwnd);
     if (!platform::windows().find(hwnd)) platform::fail(platform::DDERR_INVALIDPARAMS, "setHWnd");
     hwnd_ = hwnd;
+}
+
+void DirectDrawSurface7::set_pending_writer(const void* owner, std::function<void()> settle) {
+    if (writer_ != owner) this->settle();
+    writer_ = owner;
+    settle_ = std::move(settle);
+}
+
+void DirectDrawSurface7::clear_pending_writer(const void* owner) {
+    if (writer_ != owner) return;
+    writer_ = nullptr;
+    settle_ = nullptr;
 }

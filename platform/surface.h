@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -72,6 +73,20 @@ public:
     void restore() { lost_ = false; }
 
     // --- for the platform layer and tests
+    // Writes queued elsewhere that have not reached these pixels yet (the
+    // software device gathers draws): every operation above and every pixel
+    // accessor below except pixels() first lets them land, so a lock, blit,
+    // flip or read sees, and a write comes after, everything drawn before it.
+    // pixels() is the raw store, for the writer itself and for loaders. One
+    // writer at a time: a new one settles the one before it; `owner` names it
+    // so that only it takes itself off.
+    void set_pending_writer(const void* owner, std::function<void()> settle);
+    void clear_pending_writer(const void* owner);
+    const void* pending_writer() const { return writer_; }
+    void settle() const {
+        if (settle_) settle_();
+    }
+
     int width() const { return desc_.lWidth; }
     int height() const { return desc_.lHeight; }
     int pitch() const { return pitch_; }
@@ -121,6 +136,8 @@ private:
     bool lost_ = false;
     tarko::Long forced_blt_status_ = 0;
     std::uint64_t generation_ = 0;
+    const void* writer_ = nullptr;
+    std::function<void()> settle_;
 };
 
 class DirectDrawClipper {

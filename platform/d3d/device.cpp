@@ -42,6 +42,7 @@ void Direct3DDevice7::beginScene() {
 void Direct3DDevice7::endScene() {
     platform::record("Direct3DDevice7", "endScene");
     in_scene_ = false;
+    rasteriser_->flush();  // the scene's gathered draws land now
 }
 
 static void check_draw(Long primitive_type, Long vertex_type) {
@@ -245,6 +246,7 @@ tarko::Ref<Direct3DEnumPixelFormats> Direct3DDevice7::getTextureFormatsEnum() co
 }
 
 void Direct3DDevice7::set_thread_count(int threads) { rasteriser_->set_threads(threads); }
+void Direct3DDevice7::set_batching(bool on) { rasteriser_->set_batching(on); }
 void Direct3DDevice7::set_fast_paths(bool on) { rasteriser_->set_fast_paths(on); }
 void Direct3DDevice7::set_pixel_routines(PixelRoutines kind) {
     rasteriser_->set_pixel_routines(kind == PixelRoutines::Portable    ? d3d::Routines::Portable

@@ -148,6 +148,11 @@ public:
     // Worker threads of the rasteriser (0 = all cores, the default); pictures
     // are identical bit for bit for every count.
     void set_thread_count(int threads);
+    // Draws are gathered and drawn together at endScene, before a clear, when
+    // many wait, and before anything reads or writes the target or z-buffer
+    // (see the head of rasteriser.h). Off: each draw lands before it returns.
+    // The pictures are the same either way; tests compare them.
+    void set_batching(bool on);
     // Off: every draw goes through the general texture cascade and blend
     // (the pictures must not change; tests compare the two).
     void set_fast_paths(bool on);

@@ -69,15 +69,26 @@ bool is_texture_on_current(const StageSetup& s) {
 }  // namespace
 
 Rasteriser::Rasteriser(DirectDrawSurface7& target) : target_(target), pool_(std::make_unique<WorkerPool>(0)) {}
-Rasteriser::~Rasteriser() = default;
+
+Rasteriser::~Rasteriser() {
+    try {
+        flush();
+    } catch (...) {
+        // A failing tile job has nobody left to report to.
+    }
+    target_.clear_pending_writer(this);
+    if (auto z = hooked_zbuffer_.lock()) z->clear_pending_writer(this);
+}
 
 void Rasteriser::set_threads(int threads) {
+    flush();
     if (threads <= 0) threads = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
     if (threads != pool_->size()) pool_ = std::make_unique<WorkerPool>(threads);
 }
 
 void Rasteriser::clear(const DeviceState& state, std::span<const D3DRECT> rects, Long flags, std::uint32_t colour,
                        float z) {
+    flush();
     const auto zbuffer = target_.zbuffer();
     const D3DVIEWPORT7& vp = state.viewport;
     const D3DRECT whole{vp.lX, vp.lY, vp.lX + vp.lWidth, vp.lY + vp.lHeight};
@@ -315,10 +326,7 @@ void Rasteriser::draw(const DeviceState& state, Long primitive_type, Long fvf, s
         break;
     default: break;
     }
-    raster_bins();
-    target_.touch();
-    if (ctx_.z_write && ctx_.depth) target_.zbuffer()->touch();
-    held_.clear();
+    queue_draw();
 }
 
 void Rasteriser::triangle(const ClipVertex* a, const ClipVertex* b, const ClipVertex* c, int cull, Tris& out) const {
@@ -492,34 +500,98 @@ void Rasteriser::line(const ClipVertex& a, const ClipVertex& b, Tris& out) const
     setup(q[0], q[2], q[3], dx::D3DCULL_NONE, a, out);
 }
 
-void Rasteriser::raster_bins() {
+// The draw just set up joins the batch: its context and textures are kept
+// with it, its triangles binned after those of the draws before it. Nothing
+// it reads can change under it now: state and vertices were read at set-up,
+// textures are converted copies, and whatever touches the target or the
+// z-buffer settles the batch first.
+void Rasteriser::queue_draw() {
     std::size_t total = 0;
     for (std::size_t p = 0; p < tri_parts_; ++p) total += tris_[p].size();
-    if (total == 0) return;
-    for (int b : busy_bins_) bins_[static_cast<std::size_t>(b)].clear();
-    busy_bins_.clear();
+    // The target's and z-buffer's generations move now, so a texture cache
+    // looks at them again and, reading them, settles the batch.
+    target_.touch();
+    const auto zbuffer = ctx_.depth ? target_.zbuffer() : nullptr;
+    if (zbuffer && ctx_.z_write) zbuffer->touch();
+    if (total == 0) {
+        held_.clear();
+        return;
+    }
+    // The surfaces this batch writes settle it; another device on the same
+    // target takes the hook over only after settling this one.
+    if (target_.pending_writer() != this) target_.set_pending_writer(this, [this] { flush(); });
+    if (zbuffer && (zbuffer.get() != hooked_zbuffer_.lock().get() || zbuffer->pending_writer() != this)) {
+        flush();  // draws before may write the z-buffer that is let go
+        if (auto old = hooked_zbuffer_.lock()) old->clear_pending_writer(this);
+        zbuffer->set_pending_writer(this, [this] { flush(); });
+        hooked_zbuffer_ = zbuffer;
+    }
+    if (queued_ == queue_.size()) queue_.push_back(std::make_unique<QueuedDraw>());
+    QueuedDraw& q = *queue_[queued_++];
+    q.ctx = ctx_;
+    q.held.swap(held_);
+    held_.clear();
+    q.zbuffer = zbuffer;
+    // The set-up parts move into the queued draw; its old vectors come back
+    // for the next draw's set-up, capacity and all.
+    if (q.parts.size() < tri_parts_) q.parts.resize(tri_parts_);
+    for (std::size_t p = 0; p < tri_parts_; ++p) q.parts[p].swap(tris_[p]);
+    q.part_count = tri_parts_;
+    queued_tris_ += total;
+
     const int shift = 6;  // kTileSize == 64
-    for (std::size_t p = 0; p < tri_parts_; ++p)
-        for (const SetupTriangle& t : tris_[p])
+    for (std::size_t p = 0; p < q.part_count; ++p)
+        for (const SetupTriangle& t : q.parts[p])
             for (int ty = t.miny >> shift; ty <= t.maxy >> shift; ++ty)
                 for (int tx = t.minx >> shift; tx <= t.maxx >> shift; ++tx) {
                     auto& bin = bins_[static_cast<std::size_t>(ty) * tiles_x_ + tx];
                     if (bin.empty()) busy_bins_.push_back(ty * tiles_x_ + tx);
-                    bin.push_back(&t);
+                    bin.push_back(BinEntry{&t, &q.ctx});
                 }
-    const DrawContext& ctx = ctx_;
+    if (!batching_ || queued_tris_ >= kBatchTriangles || queued_ >= kBatchDraws) flush();
+}
+
+void Rasteriser::flush() {
+    if (queued_ == 0 || flushing_) return;
+    flushing_ = true;
+    // Each tile is drawn by one thread, its triangles in submission order.
     auto run_tile = [&](int job) {
         const int tile = busy_bins_[static_cast<std::size_t>(job)];
         const int tx0 = (tile % tiles_x_) * kTileSize, ty0 = (tile / tiles_x_) * kTileSize;
-        for (const SetupTriangle* t : bins_[static_cast<std::size_t>(tile)])
-            ctx.raster(ctx, *t, tx0, ty0, tx0 + kTileSize, ty0 + kTileSize);
+        for (const BinEntry& e : bins_[static_cast<std::size_t>(tile)])
+            e.ctx->raster(*e.ctx, *e.tri, tx0, ty0, tx0 + kTileSize, ty0 + kTileSize);
     };
     const int jobs = static_cast<int>(busy_bins_.size());
-    if (total < 4 && jobs < 4) {
-        for (int j = 0; j < jobs; ++j) run_tile(j);
-    } else {
-        pool_->run(jobs, run_tile);
+    auto done = [&] {
+        for (int b : busy_bins_) bins_[static_cast<std::size_t>(b)].clear();
+        busy_bins_.clear();
+        for (std::size_t i = 0; i < queued_; ++i) {
+            QueuedDraw& q = *queue_[i];
+            q.held.clear();
+            q.zbuffer.reset();
+            for (std::size_t p = 0; p < q.part_count; ++p) q.parts[p].clear();
+        }
+        queued_ = 0;
+        queued_tris_ = 0;
+        flushing_ = false;
+    };
+    try {
+        // A few triangles on a few tiles are not worth waking the workers.
+        if (queued_tris_ < 4 && jobs < 4) {
+            for (int j = 0; j < jobs; ++j) run_tile(j);
+        } else {
+            pool_->run(jobs, run_tile);
+        }
+    } catch (...) {
+        done();
+        throw;
     }
+    done();
+}
+
+void Rasteriser::set_batching(bool on) {
+    flush();
+    batching_ = on;
 }
 
 }  // namespace tarko::platform::d3d

@@ -4,6 +4,14 @@
 // 64x64 tiles, then the tiles are shared among the worker threads, each tile
 // drawn by one thread with its triangles in submission order (pixel_stage.cpp),
 // so pictures do not depend on the thread count.
+//
+// Draws are gathered: each is transformed, set up and binned when it comes,
+// with a copy of its context (states, converted textures), and the tiles of
+// all gathered draws are drawn together at flush(): when the device ends a
+// scene, before a clear, when the batch grows large, and whenever anything
+// else touches the target or its z-buffer (the surfaces settle the batch
+// before a lock, blit, flip or pixel read). Pictures are the same as drawing
+// each call at once.
 #pragma once
 
 #include <cstddef>
@@ -29,12 +37,20 @@ public:
     // against vertex_count.
     void draw(const DeviceState& state, Long primitive_type, Long vertex_type, std::span<const std::byte> vertices,
               std::size_t vertex_count, std::span<const Integer> indices);
+    // Draws every gathered draw; a no-op when none waits.
+    void flush();
+    // Off: each draw is drawn before draw() returns (for comparisons).
+    void set_batching(bool on);
+    bool batching() const { return batching_; }
     void set_threads(int threads);
     int threads() const { return pool_->size(); }
     void set_fast_paths(bool on) { fast_paths_ = on; }
     void set_pixel_routines(Routines kind) { routines_ = kind; }
 
     static constexpr int kTileSize = 64;
+    // A batch is drawn once it holds this many triangles or draws.
+    static constexpr std::size_t kBatchTriangles = 1 << 16;
+    static constexpr std::size_t kBatchDraws = 4096;
 
 private:
     bool build_context(const DeviceState& state, Long fvf, DrawContext& ctx);
@@ -46,7 +62,20 @@ private:
                Tris& out) const;
     void point(const ClipVertex& v, Tris& out) const;
     void line(const ClipVertex& a, const ClipVertex& b, Tris& out) const;
-    void raster_bins();
+    void queue_draw();
+    // A gathered draw: its context, the textures the context points into and
+    // the z-buffer it writes, and its set-up triangles.
+    struct QueuedDraw {
+        DrawContext ctx;
+        std::vector<std::shared_ptr<const Texture>> held;
+        std::shared_ptr<DirectDrawSurface7> zbuffer;
+        std::vector<std::vector<SetupTriangle>> parts;
+        std::size_t part_count = 0;
+    };
+    struct BinEntry {
+        const SetupTriangle* tri;
+        const DrawContext* ctx;
+    };
 
     DirectDrawSurface7& target_;
     std::unique_ptr<WorkerPool> pool_;
@@ -62,7 +91,11 @@ private:
     std::vector<ClipVertex> verts_;
     std::vector<Tris> tris_;       // set-up triangles in submission order, part after part
     std::size_t tri_parts_ = 0;    // parts of tris_ in use
-    std::vector<std::vector<const SetupTriangle*>> bins_;
+    std::vector<std::unique_ptr<QueuedDraw>> queue_;  // kept across batches for their capacity
+    std::size_t queued_ = 0, queued_tris_ = 0;
+    bool batching_ = true, flushing_ = false;
+    std::weak_ptr<DirectDrawSurface7> hooked_zbuffer_;
+    std::vector<std::vector<BinEntry>> bins_;
     std::vector<int> busy_bins_;
     int tiles_x_ = 0, tiles_y_ = 0;
 };

@@ -29,6 +29,7 @@ private:
 }  // namespace tarko::platform::gdi
 
 tarko::Long DirectDrawSurface7::getDC() {
+    settle();
     return tarko::platform::gdi::register_target_dc(
         std::make_shared<tarko::platform::gdi::SurfaceTarget>(shared_from_this()));
 }

@@ -1,0 +1,510 @@
+// cTarko_Particle: INIT's defaults and light slot, each style's first particle
+// after INIT and after one and two Render calls, both ways of facing the
+// viewer, Render's device traffic, and the refusals.
+//
+// The clock is the tests' manual one, so every reseed from it restarts the
+// generator at the same place. Its first draws after a reseed (d0, d1, ...):
+//   d0 0.387010813  d1 0.265462339  d2 0.116618991  d3 0.291115344
+//   d4 0.0212273598 d5 0.757588089  d6 0.70591557   d7 0.576204121
+//   d8 0.25702548   d9 0.0270003676 d10 0.217258811 d11 0.333434165
+//   d12 0.361556053 d13 0.83474654  d14 0.680006623 d15 0.537231743
+// so Rand() is always d0 - d1 = 0.121548474 and Rand_S() round(38.70) = 39
+// -> 0.039. INIT reseeds and the engine's colour takes d0..d3, so a style's
+// own draws start at d4.
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "particles/cTarko_Particle.h"
+#include "platform/constants.h"
+#include "support/engine_test_support.h"
+
+using namespace tarko;
+using tarko::test::Calls;
+using tarko::test::EngineFixture;
+
+namespace {
+
+constexpr double kD[] = {0.387010813, 0.265462339, 0.116618991, 0.291115344, 0.0212273598, 0.757588089,
+                         0.70591557,  0.576204121, 0.25702548,  0.0270003676, 0.217258811, 0.333434165,
+                         0.361556053, 0.83474654,  0.680006623, 0.537231743};
+
+// A 4 x 4 white picture, 24-bit, top row first.
+void write_white_tga(const std::filesystem::path& file) {
+    unsigned char header[18] = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 4, 0, 4, 0, 24, 0x20};
+    std::ofstream out(file, std::ios::binary);
+    out.write(reinterpret_cast<const char*>(header), sizeof header);
+    for (int i = 0; i < 16 * 3; ++i) out.put(static_cast<char>(0xFF));
+}
+
+// "setLight 0, 1, 0, ..." -> "setLight 0, 1" : the method and its first `keep` arguments.
+Calls brief(const Calls& calls, int keep = 2) {
+    Calls out;
+    for (const std::string& c : calls) {
+        std::string name = c.substr(c.find('.') + 1);
+        const auto space = name.find(' ');
+        if (space == std::string::npos) {
+            out.push_back(name);
+            continue;
+        }
+        std::string result = name.substr(0, space), args = name.substr(space + 1);
+        std::stringstream in(args);
+        std::string arg;
+        for (int i = 0; i < keep && std::getline(in, arg, ','); ++i)
+            result += (i ? "," : " ") + arg;
+        out.push_back(result);
+    }
+    return out;
+}
+
+}  // namespace
+
+class Particles : public EngineFixture {
+protected:
+    void SetUp() override {
+        EngineFixture::SetUp();
+        open(64, 48);
+        texture = test::scratch_dir("particles") / "flare.tga";
+        write_white_tga(texture);
+    }
+    void init(Tarko_PARTICLE_STYLE style, Integer n, D3DVECTOR at = {}, Integer ground = 0, Integer power = 1) {
+        p.INIT(engine, at, texture.string(), n, 1.0f, style, Tarko_STATIC_LOCATION, ground, 200, 200, 100, power);
+        platform::trace().clear();
+    }
+    std::filesystem::path texture;
+    cTarko_Particle p;
+};
+
+TEST_F(Particles, InitDefaultsGiveFifteenPointParticlesAndTakeTheNextLightSlot) {
+    p.SetPosition(D3DVECTOR{7, 8, 9});  // the light starts where the object stood before INIT
+    p.INIT(engine, D3DVECTOR{1, 2, 3}, texture.string());
+    EXPECT_EQ(p.Num_PARTICLE, 15);
+    EXPECT_EQ(p.PARTICLE_SIZE, 1.0f);
+    EXPECT_EQ(p.PARTICLE_FX, Tarko_POINT_emitting);
+    EXPECT_EQ(p.PARTICLE_preset, Tarko_STATIC_LOCATION);
+    EXPECT_TRUE(p.is_ACTIVE);
+    EXPECT_TRUE(p.pTexture);
+    EXPECT_EQ(p.emit_particles().size(), 16u);  // 1 to 15
+    // Start-up leaves the engine's slot at -1: lifted to 0, then 1 is handed on.
+    EXPECT_EQ(p.light_index(), 0);
+    const Calls lights = platform::trace().matching("Direct3DDevice7.setLight");
+    ASSERT_EQ(lights.size(), 1u);
+    EXPECT_EQ(lights[0], "Direct3DDevice7.setLight 0, 1, 7, 8, 9, 0, 0, 0, 50");
+    EXPECT_TRUE(engine.D3D_DEV->getLightEnable(0));
+    EXPECT_EQ(engine.LIGHT_GETFreeINDEX().to_long(), 1);
+    // The engine's next light skips slot 1: ADD_light raises the index to 2 and uses it.
+    engine.ADD_light(D3DLIGHT_POINT, D3DVECTOR{}, D3DCOLORVALUE{1, 1, 1, 1}, D3DCOLORVALUE{1, 1, 1, 1}, 10, D3DVECTOR{});
+    EXPECT_TRUE(engine.D3D_DEV->getLightEnable(2));
+    EXPECT_FALSE(engine.D3D_DEV->getLightEnable(1));
+    cTarko_Particle second;
+    second.INIT(engine, D3DVECTOR{}, texture.string());
+    // A second object takes the slot the engine used last, 2, and hands on 3.
+    EXPECT_EQ(second.light_index(), 2);
+    EXPECT_EQ(engine.LIGHT_GETFreeINDEX().to_long(), 3);
+    // The quad: corners at z = -1, texture corners in strip order.
+    const auto& q = p.particle_quad();
+    EXPECT_EQ(q[0].x, -1.0f); EXPECT_EQ(q[0].y, 1.0f); EXPECT_EQ(q[0].z, -1.0f);
+    EXPECT_EQ(q[3].x, 1.0f); EXPECT_EQ(q[3].y, -1.0f); EXPECT_EQ(q[3].tu, 1.0f); EXPECT_EQ(q[3].tv, 1.0f);
+    EXPECT_EQ(q[1].tu, 1.0f); EXPECT_EQ(q[1].tv, 0.0f); EXPECT_EQ(q[2].tu, 0.0f); EXPECT_EQ(q[2].tv, 1.0f);
+}
+
+TEST_F(Particles, RandAndRandSReseedFromTheClock) {
+    EXPECT_FLOAT_EQ(p.Rand(), static_cast<float>(kD[0] - kD[1]));  // 0.121548474
+    EXPECT_FLOAT_EQ(p.Rand(), static_cast<float>(kD[0] - kD[1]));  // the same clock, the same number
+    EXPECT_FLOAT_EQ(p.Rand_S(), 0.039f);                             // round(38.70) = 39
+}
+
+TEST_F(Particles, PointParticleStartsBesideTheEmitterAndRestartsWhenItsLifeRunsOut) {
+    init(Tarko_POINT_emitting, 1, D3DVECTOR{10, 20, 30});
+    const auto& e = p.emit_particles()[1];
+    EXPECT_FLOAT_EQ(e.Angle, static_cast<float>(kD[4] * 360 * 3.14958745741541 / 180));  // 0.133718
+    EXPECT_FLOAT_EQ(e.Speed, static_cast<float>(kD[5]));
+    EXPECT_FLOAT_EQ(e.Velocity.x, static_cast<float>(2 * kD[6]));    // 1.41183
+    EXPECT_FLOAT_EQ(e.Velocity.y, static_cast<float>(kD[7]));
+    EXPECT_FLOAT_EQ(e.Velocity.z, static_cast<float>(1.5 * kD[8]));  // 0.385538
+    EXPECT_FLOAT_EQ(e.Life, static_cast<float>(kD[9]));
+    EXPECT_EQ(e.Position.x, 11.0f); EXPECT_EQ(e.Position.y, 20.0f);
+    EXPECT_FLOAT_EQ(e.StartColour.r, static_cast<float>(kD[0]));      // the engine's random colour
+    EXPECT_FLOAT_EQ(e.StartColour.a, static_cast<float>(kD[3]));
+
+    // Render 1: life 0.0270 - 0.7576 < 0, so it restarts at (11, 20, 30) with
+    // speed |d10 * 10| / 10, s = d11 * 9 - 1 = 2.0009, counter c = 1.
+    p.Render(engine);
+    EXPECT_EQ(e.Position.x, 11.0f); EXPECT_EQ(e.Position.y, 20.0f); EXPECT_EQ(e.Position.z, 30.0f);
+    EXPECT_FLOAT_EQ(e.Speed, static_cast<float>(kD[10]));
+    const double s = kD[11] * 9 - 1;
+    EXPECT_FLOAT_EQ(e.Velocity.x, static_cast<float>(std::cos(0.25 * s)));  // 0.877466
+    EXPECT_FLOAT_EQ(e.Velocity.y, static_cast<float>(std::sin(1.0)));       // sin(c), c = 1
+    EXPECT_FLOAT_EQ(e.Velocity.z, static_cast<float>(std::sin(0.5 * s)));
+    EXPECT_FLOAT_EQ(e.Life, static_cast<float>(kD[12] * 0.5));              // 0.180778
+    EXPECT_EQ(e.Spin, 0.0f);
+    // Drawn after the step: row 1 (1, 0.5, 0.25) with alpha round(0.180778 * 255) = 46.
+    EXPECT_EQ(static_cast<std::uint32_t>(p.particle_quad()[2].color), 0x2EFF8040u);
+    EXPECT_EQ(p.particle_quad()[2].specular, p.particle_quad()[2].color);
+
+    // Render 2: 0.180778 - 0.217259 < 0 again: speed d13, life d15 / 2.
+    p.Render(engine);
+    EXPECT_FLOAT_EQ(e.Speed, static_cast<float>(kD[13]));
+    EXPECT_FLOAT_EQ(e.Life, static_cast<float>(kD[15] * 0.5));  // 0.268616
+    EXPECT_EQ(e.Position.x, 11.0f);
+}
+
+TEST_F(Particles, ExplosionBurstsFromTheEmitterAndCyclesTheFlameRows) {
+    init(Tarko_EXPLOSION, 12);
+    const auto& b = p.burst_particles();
+    ASSERT_EQ(b.size(), 12u);
+    const auto& first = b[0];
+    EXPECT_FLOAT_EQ(first.Fade, static_cast<float>(kD[4] * 100 / 1000 + 0.003));  // 0.00512274
+    EXPECT_FLOAT_EQ(first.Xi, static_cast<float>((kD[5] * 50 - 26) * 10));       // 118.794
+    EXPECT_FLOAT_EQ(first.Yi, static_cast<float>((kD[6] * 50 - 26) * 10));       // 92.958
+    EXPECT_FLOAT_EQ(first.Zi, static_cast<float>((kD[7] * 50 - 26) * 10));       // 28.102
+    EXPECT_EQ(first.Yg, 0.1f);
+    EXPECT_EQ(first.Life, 1.0f);
+    // With 12 particles the rows run 1 to 12: G 0.5 x6, 0.65 x2, 0.5 x2, 0.55 x2.
+    const float start_g[12] = {0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.65f, 0.65f, 0.5f, 0.5f, 0.55f, 0.55f};
+    for (std::size_t i = 0; i < 12; ++i) EXPECT_EQ(b[i].G, start_g[i]) << "particle " << i;
+
+    p.Render(engine);
+    // Drawn at the emitter, then a step of Xi / 400; the gravity after the step.
+    EXPECT_FLOAT_EQ(first.X, static_cast<float>((kD[5] * 50 - 26) * 10 / 400));  // 0.296985
+    EXPECT_FLOAT_EQ(first.Yi, static_cast<float>((kD[6] * 50 - 26) * 10 + 0.1));
+    EXPECT_FLOAT_EQ(first.Life, static_cast<float>(1 - (kD[4] * 100 / 1000 + 0.003)));
+    // The row counter starts at 1 and climbs before each particle: 2, 3, ..., 12, 1.
+    const float drawn_g[12] = {0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.65f, 0.65f, 0.5f, 0.5f, 0.55f, 0.55f, 0.5f};
+    for (std::size_t i = 0; i < 12; ++i) EXPECT_EQ(b[i].G, drawn_g[i]) << "particle " << i;
+
+    p.Render(engine);
+    // Y: Yi / 400 + (Yi + 0.1) / 400 = 0.232395 + 0.232645.
+    const double yi = (kD[6] * 50 - 26) * 10;
+    EXPECT_FLOAT_EQ(first.Y, static_cast<float>(yi / 400 + (yi + 0.1) / 400));
+    EXPECT_FLOAT_EQ(first.X, static_cast<float>(2 * (kD[5] * 50 - 26) * 10 / 400));
+    EXPECT_NEAR(first.Life, 1 - 2 * (kD[4] * 100 / 1000 + 0.003), 1e-6);
+}
+
+TEST_F(Particles, ExplosionWithFewerThanTwelveParticlesSkipsRows) {
+    init(Tarko_EXPLOSION, 6);
+    // N / 12 = 0.5: rows Int(i / 0.5) + 1 = 1, 3, 5, 7, 9, 11.
+    const float g[6] = {0.5f, 0.5f, 0.5f, 0.65f, 0.5f, 0.55f};
+    for (std::size_t i = 0; i < 6; ++i) EXPECT_EQ(p.burst_particles()[i].G, g[i]) << "particle " << i;
+}
+
+TEST_F(Particles, FireRisesWithoutSidewaysSpeedAndWithoutGravity) {
+    init(Tarko_FIRE, 1);
+    const auto& f = p.burst_particles()[0];
+    // Fade = Rand() * 100 / 7500 + 0.0075 = 0.00912065; Rand reseeded, so the
+    // next draws are d2 (gravity), d3 (v) and d4 (z share).
+    EXPECT_FLOAT_EQ(f.Fade, static_cast<float>((kD[0] - kD[1]) * 100 / 7500 + 0.0075));
+    EXPECT_FLOAT_EQ(f.Yg, static_cast<float>(-(kD[2] * 3 + 2)));  // -2.34986
+    const double v = kD[3] * 25;                                   // 7.27788
+    EXPECT_EQ(f.Xi, 0.0f);
+    EXPECT_FLOAT_EQ(f.Yi, static_cast<float>(v));
+    EXPECT_FLOAT_EQ(f.Zi, static_cast<float>((kD[4] * 10 - 5) / 10 * v));  // -3.48443
+    p.Render(engine);
+    EXPECT_FLOAT_EQ(f.Y, static_cast<float>(v / 10));
+    EXPECT_FLOAT_EQ(f.Z, static_cast<float>((kD[4] * 10 - 5) / 10 * v / 10));
+    p.Render(engine);
+    EXPECT_FLOAT_EQ(f.Y, static_cast<float>(2 * v / 10));  // 1.45558
+    EXPECT_FLOAT_EQ(f.Yi, static_cast<float>(v));          // gravity never applied
+    EXPECT_EQ(f.X, 0.0f);
+    EXPECT_NEAR(f.Life, 1 - 2 * ((kD[0] - kD[1]) * 100 / 7500 + 0.0075), 1e-6);
+}
+
+TEST_F(Particles, SnowFallsFromAHundredAboveAndAccelerates) {
+    init(Tarko_SNOW, 1);
+    const auto& s = p.drift_particles()[0];
+    // a = b = Rand() = 0.121548; width and depth 200 x 10 = 2000, half 1000.
+    EXPECT_FLOAT_EQ(s.Position.x, 121.548474f);
+    EXPECT_EQ(s.Position.y, 100.0f);
+    EXPECT_FLOAT_EQ(s.Position.z, 121.548474f);
+    // c = d = e = f = Rand_S() = 0.039.
+    EXPECT_FLOAT_EQ(s.Velocity.x, -0.000461f);   // 0.039 * 0.001 - 0.0005
+    EXPECT_FLOAT_EQ(s.Velocity.y, -0.0050911f);  // -(0.039 * 0.0049 + 0.0049)
+    EXPECT_FLOAT_EQ(s.Acceleration.x, 0.039f);
+    EXPECT_FLOAT_EQ(s.Acceleration.y, -0.039f);
+    EXPECT_EQ(p.emit_particles().size(), 2u);  // 0 To N, all zero
+    p.Render(engine);
+    EXPECT_FLOAT_EQ(s.Position.y, 99.9949089f);
+    EXPECT_FLOAT_EQ(s.Velocity.y, -0.0440911f);  // -0.0050911 - 0.039
+    EXPECT_FLOAT_EQ(s.Velocity.x, 0.038539f);    // -0.000461 + 0.039
+    p.Render(engine);
+    EXPECT_FLOAT_EQ(s.Position.y, 99.9508178f);  // 99.9949089 - 0.0440911
+    EXPECT_FLOAT_EQ(s.Position.x, 121.586552f);  // 121.548013 + 0.038539
+    EXPECT_EQ(p.emit_particles()[1].Position.x, 0.0f);  // the companions stand still
+}
+
+TEST_F(Particles, SnowBelowItsGroundRestartsEveryFrame) {
+    init(Tarko_SNOW, 1, D3DVECTOR{}, /*ground=*/150);
+    p.Render(engine);
+    const auto& s = p.drift_particles()[0];
+    EXPECT_EQ(s.Position.y, 100.0f);  // back at E.y + 100, below the ground again
+    // The respawn's gravity: -|Rand()| * 10 / 100 = -0.0121548.
+    EXPECT_FLOAT_EQ(s.Acceleration.y, -0.0121548474f);
+    EXPECT_FLOAT_EQ(s.Velocity.y, -0.0050911f);
+}
+
+TEST_F(Particles, SmokeRisesGrowsAndDarkens) {
+    init(Tarko_SMOKE, 1);
+    const auto& s = p.drift_particles()[0];
+    // Rand() = 0.121548: (0.0060774 - 0.025, 0.0243097 + 0.2, ...).
+    EXPECT_FLOAT_EQ(s.Velocity.x, -0.0189225763f);
+    EXPECT_FLOAT_EQ(s.Velocity.y, 0.224309695f);
+    p.Render(engine);
+    EXPECT_FLOAT_EQ(s.Position.y, 0.224309695f);
+    // ((3.5 / 50) * h + 1.5) * 5 with h = 0.2243097.
+    EXPECT_FLOAT_EQ(s.Size, 7.57850839f);
+    p.Render(engine);
+    EXPECT_FLOAT_EQ(s.Position.y, 0.44861939f);
+    EXPECT_FLOAT_EQ(s.Size, 7.65701678f);
+    // Grey (1 - 0.02 h) / 6 = 0.16516 at h = 0.4486: round(42.12) = 42 = 0x2A.
+    EXPECT_EQ(static_cast<std::uint32_t>(p.particle_quad()[0].color), 0xFF2A2A2Au);
+}
+
+TEST_F(Particles, FountainClimbsAgesAndFallsBackUnderTheWeakerGravity) {
+    init(Tarko_FONTAIN, 1, D3DVECTOR{0, 5, 0}, 0, /*power=*/2);
+    const auto& f = p.drift_particles()[0];
+    EXPECT_FLOAT_EQ(f.Velocity.x, -0.113535458f);  // 0.121548 * 0.3 - 0.15
+    EXPECT_FLOAT_EQ(f.Velocity.y, 2.12154847f);
+    EXPECT_EQ(f.Acceleration.y, -0.2f);
+    p.Render(engine);
+    EXPECT_FLOAT_EQ(f.Position.y, 7.12154847f);
+    EXPECT_FLOAT_EQ(f.Velocity.y, 1.92154847f);
+    EXPECT_EQ(f.Age, 1.0f);
+    EXPECT_FLOAT_EQ(f.Size, 1.50075f);  // (1 / 2000 + 1) * 1 * 1.5
+    // Alpha 255 - 0.51 = 254.49, unscaled, so opaque; colour (64, 255, 192).
+    EXPECT_EQ(static_cast<std::uint32_t>(p.particle_quad()[0].color), 0xFF40FFC0u);
+    EXPECT_EQ(static_cast<std::uint32_t>(p.particle_quad()[0].specular), 0xFFFFFFFFu);
+    p.Render(engine);
+    EXPECT_FLOAT_EQ(f.Position.y, 9.04309694f);
+    EXPECT_EQ(f.Age, 2.0f);
+    // y after k steps: 5 + 2.1215 k - 0.1 k (k - 1): 0.717 at k = 24, -1.96 at 25.
+    for (int k = 3; k <= 24; ++k) p.Render(engine);
+    EXPECT_GT(f.Position.y, 0.0f);
+    EXPECT_EQ(f.Acceleration.y, -0.2f);
+    p.Render(engine);
+    EXPECT_EQ(f.Position.y, 5.0f);               // back at the emitter
+    EXPECT_FLOAT_EQ(f.Acceleration.y, -0.04f);   // (1 / 2) * -0.08
+    EXPECT_EQ(f.Age, 1.0f);                      // aged in the respawn frame too
+}
+
+TEST_F(Particles, FountainOfPowerZeroFailsAtItsFirstRespawn) {
+    init(Tarko_FONTAIN, 1, D3DVECTOR{}, 0, /*power=*/0);
+    // From y = 0: 2.1215 k - 0.1 k (k - 1) < 0 first at k = 23.
+    for (int k = 1; k <= 22; ++k) ASSERT_EQ(error_of([&] { p.Render(engine); }), 0) << k;
+    EXPECT_EQ(error_of([&] { p.Render(engine); }), err::DivisionByZero);
+}
+
+// The world-matrix method: the fixed quad scaled, turned by the camera's yaw
+// only, and moved to the particle. Corner 0 (-1, 1, -1) of a size-1 particle at
+// (11, 20, 30) after Render 1.
+TEST_F(Particles, WorldMatrixQuadFollowsTheCameraYaw) {
+    struct Row {
+        double heading_deg;
+        float x, z;  // corner 0 in the world
+    };
+    // Billboard angle = heading - 90. Heading 90: no turn, (-1, 1, -1) + P.
+    // Heading 0: -90 about y, x' = z, z' = -x: (-1, 1, 1) + P.
+    for (const Row& row : {Row{90, 10, 29}, Row{0, 10, 31}}) {
+        cTarko_Particle q;
+        q.INIT(engine, D3DVECTOR{10, 20, 30}, texture.string(), 1);
+        engine.CAM_angleDEGRE(Variant(row.heading_deg));
+        q.Render(engine);
+        // The world matrix in force when the particle was drawn: the last
+        // setTransform before the draw.
+        const Calls calls = platform::trace().matching("Direct3DDevice7.");
+        std::string world;
+        for (const std::string& c : calls) {
+            if (c.rfind("Direct3DDevice7.setTransform 1,", 0) == 0) world = c;
+            if (c.rfind("Direct3DDevice7.drawPrimitive", 0) == 0) break;
+        }
+        std::vector<double> m;
+        std::stringstream in(world.substr(world.find(',') + 1));
+        for (std::string v; std::getline(in, v, ',');) m.push_back(std::stod(v));
+        ASSERT_EQ(m.size(), 16u);
+        const double c[3] = {-1, 1, -1};
+        double out[3];
+        for (int j = 0; j < 3; ++j) out[j] = c[0] * m[0 + j] + c[1] * m[4 + j] + c[2] * m[8 + j] + m[12 + j];
+        EXPECT_NEAR(out[0], row.x, 1e-3) << row.heading_deg;
+        EXPECT_NEAR(out[1], 21.0, 1e-3) << row.heading_deg;
+        EXPECT_NEAR(out[2], row.z, 1e-3) << row.heading_deg;
+        platform::trace().clear();
+    }
+}
+
+// The view-space method: the particle moved through the saved view (divided
+// by w) and four corners written around it.
+TEST_F(Particles, ViewSpaceQuadCornersSurroundTheParticleInViewSpace) {
+    init(Tarko_SMOKE, 1);
+    D3DMATRIX view;
+    view.rc11 = view.rc22 = view.rc33 = 1;
+    view.rc44 = 2;                                          // w = 2: everything halved
+    view.rc41 = 2, view.rc42 = 4, view.rc43 = 6;
+    engine.D3D_DEV->setTransform(dx::D3DTRANSFORMSTATE_VIEW, view);
+    p.Render(engine);
+    // P = (-0.0189226, 0.2243097, -0.0189226): v = (P + (2, 4, 6)) / 2
+    //   = (0.9905387, 2.1121548, 2.9905387); half size s = 7.5785084.
+    const auto& q = p.particle_quad();
+    const float vx = 0.9905387f, vy = 2.1121548f, vz = 2.9905387f, s = 7.5785084f;
+    const float ex[4] = {vx - s, vx + s, vx - s, vx + s}, ey[4] = {vy + s, vy + s, vy - s, vy - s};
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_NEAR(q[i].x, ex[i], 1e-5) << i;
+        EXPECT_NEAR(q[i].y, ey[i], 1e-5) << i;
+        EXPECT_NEAR(q[i].z, vz, 1e-5) << i;
+    }
+    EXPECT_EQ(q[1].tu, 1.0f); EXPECT_EQ(q[1].tv, 0.0f); EXPECT_EQ(q[2].tv, 1.0f);
+    // The view comes back; the world stays the identity.
+    D3DMATRIX back, world;
+    engine.D3D_DEV->getTransform(dx::D3DTRANSFORMSTATE_VIEW, back);
+    engine.D3D_DEV->getTransform(dx::D3DTRANSFORMSTATE_WORLD, world);
+    EXPECT_EQ(back.rc44, 2.0f);
+    EXPECT_EQ(back.rc43, 6.0f);
+    EXPECT_EQ(world.rc11, 1.0f);
+    EXPECT_EQ(world.rc41, 0.0f);
+
+    // A view that gives w = 0 leaves the point where it was, here (0, 0, 0):
+    // corner 0 at (-s, s, 0) with s = ((3.5 / 50) x 0.4486194 + 1.5) x 5 = 7.657017.
+    engine.D3D_DEV->setTransform(dx::D3DTRANSFORMSTATE_VIEW, D3DMATRIX{});
+    p.Render(engine);
+    EXPECT_FLOAT_EQ(q[0].x, -7.657017f);
+    EXPECT_FLOAT_EQ(q[0].y, 7.657017f);
+    EXPECT_EQ(q[0].z, 0.0f);
+}
+
+TEST_F(Particles, PointRenderSendsItsStatesInOrder) {
+    init(Tarko_POINT_emitting, 1);
+    p.Render(engine);
+    EXPECT_EQ(brief(device_calls()),
+              (Calls{"setTexture 0, \"surface\"",
+                     "setRenderState 27, -1", "setRenderState 139, 0", "setRenderState 19, 2", "setRenderState 20, 2",
+                     "setRenderState 26, -1", "setRenderState 29, 0", "setRenderState 137, 0",
+                     "setRenderState 14, 0",
+                     // the particle: CLearMATRIX, the placed matrix (heading 0: cos -90 degrees by the
+                     // engine's degree factor), the material, the strip
+                     "setTransform 1, 1", "setTransform 1, 1.2168e-08", "setMaterial 1, 0.5", "drawPrimitive 5, 482",
+                     // exit: CLearMATRIX, USE_defaultMaterial, USE_default_RENDERSTATE, z-write
+                     "setTransform 1, 1", "setMaterial 1, 1", "setRenderState 139, -1",
+                     "setTextureStageState 0, 2", "setTextureStageState 0, 3", "setTextureStageState 0, 1",
+                     "setTextureStageState 0, 4", "setTextureStageState 0, 5", "setTextureStageState 0, 17",
+                     "setTextureStageState 0, 16", "setRenderState 26, -1", "setRenderState 15, 0",
+                     "setRenderState 27, 0", "setRenderState 29, 0", "setRenderState 14, -1",
+                     "setRenderState 14, -1",
+                     // the light: a spot (2) of range 0 at the emitter, then lighting on
+                     "setLight 0, 2", "lightEnable 0, True", "setRenderState 137, -1"}));
+}
+
+TEST_F(Particles, ViewSpacePassesSaveAndRestoreWhatTheyChange) {
+    struct Row {
+        Tarko_PARTICLE_STYLE style;
+        const char* dest;     // destination blend on entry
+        int draws_per_particle;
+        const char* zwrite;   // as saved: smoke and fountain save it after their default render state
+    };
+    for (const Row& row : {Row{Tarko_SNOW, "setRenderState 20, 2", 1, "setRenderState 14, 0"},
+                           Row{Tarko_SMOKE, "setRenderState 20, 4", 2, "setRenderState 14, -1"},
+                           Row{Tarko_FONTAIN, "setRenderState 20, 2", 1, "setRenderState 14, -1"}}) {
+        cTarko_Particle q;
+        q.INIT(engine, D3DVECTOR{}, texture.string(), 3, 1.0f, row.style);
+        engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_SRCALPHA);
+        engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_INVSRCALPHA);
+        engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_ZWRITEENABLE, 0);
+        platform::trace().clear();
+        q.Render(engine);
+        const Calls calls = brief(device_calls());
+        auto at = [&](const std::string& c) { return std::find(calls.begin(), calls.end(), c) - calls.begin(); };
+        const auto first_draw = at("drawPrimitive 5, 482");
+        EXPECT_LT(at(row.dest), first_draw) << row.style;
+        EXPECT_LT(at("setTransform 2, 1"), first_draw) << row.style;  // view to the identity
+        // Saved states go back before the default render state.
+        const auto restore = at("setRenderState 19, 5");
+        EXPECT_LT(first_draw, restore) << row.style;
+        EXPECT_EQ(calls[static_cast<std::size_t>(restore) + 1], "setRenderState 20, 6") << row.style;
+        EXPECT_EQ(calls[static_cast<std::size_t>(restore) - 1], row.zwrite) << row.style;
+        // Snow also runs the point pass over its three still companions.
+        const long draws = std::count(calls.begin(), calls.end(), "drawPrimitive 5, 482");
+        EXPECT_EQ(draws, 3 * row.draws_per_particle + (row.style == Tarko_SNOW ? 3 : 0)) << row.style;
+        EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_LIGHTING), -1) << row.style;
+        platform::trace().clear();
+    }
+}
+
+TEST_F(Particles, EveryStyleLeavesLightingOnAndItsSpotLightAtTheEmitter) {
+    for (auto style : {Tarko_POINT_emitting, Tarko_EXPLOSION, Tarko_SNOW, Tarko_SMOKE, Tarko_FONTAIN, Tarko_FIRE}) {
+        cTarko_Particle q;
+        q.INIT(engine, D3DVECTOR{4, 5, 6}, texture.string(), 2, 1.0f, style);
+        engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_LIGHTING, 0);
+        q.Render(engine);
+        EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_LIGHTING), -1) << style;
+        D3DLIGHT7 l;
+        engine.D3D_DEV->getLight(q.light_index(), l);
+        EXPECT_EQ(l.dltType, D3DLIGHT_SPOT) << style;
+        EXPECT_EQ(l.position.y, 5.0f) << style;
+        EXPECT_EQ(l.range, 0.0f) << style;
+        EXPECT_EQ(l.direction.x, -1.0f) << style;
+        EXPECT_EQ(l.theta, 0.8f) << style;
+        EXPECT_TRUE(engine.D3D_DEV->getLightEnable(q.light_index())) << style;
+    }
+}
+
+TEST_F(Particles, ExplosionPutsBackTheBlendItFound) {
+    init(Tarko_EXPLOSION, 2);
+    engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_SRCALPHA);
+    engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_INVSRCALPHA);
+    p.Render(engine);
+    EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_SRCBLEND), dx::D3DBLEND_SRCALPHA);
+    EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_DESTBLEND), dx::D3DBLEND_INVSRCALPHA);
+    EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE), 0);
+    EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_ZWRITEENABLE), -1);
+}
+
+TEST_F(Particles, InactiveObjectTouchesNothing) {
+    cTarko_Particle fresh;
+    fresh.Render(engine);  // created: harmless
+    init(Tarko_FIRE, 4);
+    p.is_ACTIVE = false;
+    p.Render(engine);
+    EXPECT_TRUE(device_calls().empty());
+    D3DLIGHT7 l;
+    engine.D3D_DEV->getLight(p.light_index(), l);
+    EXPECT_EQ(l.dltType, D3DLIGHT_POINT);  // still INIT's light
+}
+
+TEST_F(Particles, BadArgumentsRaiseTheirErrors) {
+    for (auto style : {Tarko_EXPLOSION, Tarko_FIRE, Tarko_SNOW, Tarko_SMOKE, Tarko_FONTAIN}) {
+        cTarko_Particle q;
+        EXPECT_EQ(error_of([&] { q.INIT(engine, D3DVECTOR{}, texture.string(), 0, 1.0f, style); }),
+                  err::SubscriptOutOfRange)
+            << style;
+        EXPECT_FALSE(q.is_ACTIVE);
+    }
+    cTarko_Particle none;  // no particles, nothing drawn, but the light is placed
+    none.INIT(engine, D3DVECTOR{}, texture.string(), 0);
+    platform::trace().clear();
+    none.Render(engine);
+    EXPECT_TRUE(platform::trace().matching("Direct3DDevice7.drawPrimitive").empty());
+
+    cTarko_Particle wide;
+    EXPECT_EQ(error_of([&] { wide.INIT(engine, D3DVECTOR{}, texture.string(), 5, 1.0f, Tarko_SNOW,
+                                       Tarko_STATIC_LOCATION, 0, 3277); }),
+              err::Overflow);  // 32770 is no Integer
+    cTarko_Particle odd;
+    odd.INIT(engine, D3DVECTOR{}, texture.string(), 5, 1.0f, static_cast<Tarko_PARTICLE_STYLE>(1234));
+    platform::trace().clear();
+    EXPECT_EQ(error_of([&] { odd.Render(engine); }), err::SubscriptOutOfRange);
+    EXPECT_TRUE(device_calls().empty());
+
+    cTarko_Particle missing;
+    EXPECT_NE(error_of([&] { missing.INIT(engine, D3DVECTOR{}, (texture.parent_path() / "none.tga").string()); }), 0);
+    EXPECT_FALSE(missing.is_ACTIVE);
+}
+
+TEST_F(Particles, SmokeDrawsEachParticleTwiceAndPresetsChangeNothing) {
+    cTarko_Particle a, b;
+    a.INIT(engine, D3DVECTOR{}, texture.string(), 100, 1.0f, Tarko_SMOKE, Tarko_STATIC_LOCATION);
+    b.INIT(engine, D3DVECTOR{}, texture.string(), 100, 1.0f, Tarko_SMOKE, Tarko_DYNAMIC_TORNADO);
+    EXPECT_EQ(b.PARTICLE_preset, Tarko_DYNAMIC_TORNADO);
+    platform::trace().clear();
+    a.Render(engine);
+    EXPECT_EQ(platform::trace().matching("Direct3DDevice7.drawPrimitive").size(), 200u);
+    b.Render(engine);
+    for (std::size_t i = 0; i < 100; ++i) EXPECT_EQ(a.drift_particles()[i].Position.y, b.drift_particles()[i].Position.y);
+}
