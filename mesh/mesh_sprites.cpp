@@ -28,17 +28,11 @@ void Mesh::LoadSprite(const std::string& FileName, tarko_DX7& engine) {
         return;
     }
     // Each failing step leaves a line for the developer and the next one runs.
-    auto note = [&](std::int32_t number, const std::string& description) {
-        m.DeveloperTrace.push_back("Erreur dans le loading des sprites " + description + " " + std::to_string(number));
-    };
     auto step = [&](const std::function<void()>& statement) {
-        try {
-            statement();
-        } catch (const RuntimeError& e) {
-            note(e.number(), e.description());
-        } catch (const std::exception& e) {
-            note(err::InvalidCall, e.what());
-        }
+        runtime::catch_all(statement, [&](const RuntimeError& e) {
+            m.DeveloperTrace.push_back("Erreur dans le loading des sprites " + e.description() + " " +
+                                       std::to_string(e.number()));
+        });
     };
 
     r.SpriteFile = FileName;

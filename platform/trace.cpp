@@ -1,6 +1,7 @@
 // The process-wide call recording.
 #include "platform/trace.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "platform/status.h"
@@ -21,7 +22,7 @@ std::vector<std::string> CallTrace::matching(std::string_view prefix) const {
 }
 
 int CallTrace::find(std::string_view prefix, int from) const {
-    for (int i = from; i < static_cast<int>(entries_.size()); ++i)
+    for (int i = std::max(from, 0); i < static_cast<int>(entries_.size()); ++i)
         if (std::string_view(entries_[static_cast<std::size_t>(i)]).substr(0, prefix.size()) == prefix) return i;
     return -1;
 }

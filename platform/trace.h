@@ -19,7 +19,8 @@ public:
 
     // Entries that start with `prefix`, in order.
     std::vector<std::string> matching(std::string_view prefix) const;
-    // Index of the first entry starting with `prefix` at or after `from`, or -1.
+    // Index of the first entry starting with `prefix` at or after `from` (from the
+    // start when `from` is negative), or -1.
     int find(std::string_view prefix, int from = 0) const;
 
 private:

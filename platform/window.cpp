@@ -1,8 +1,9 @@
-// Window registry, the headless window and PNG output.
+// Window registry, the headless window and PNG and BMP output.
 #include "platform/window.h"
 
 #include <algorithm>
 
+#include "platform/picture_write.h"
 #include "platform/status.h"
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
@@ -93,15 +94,30 @@ Long create_headless_window(int width, int height, int display_bits) {
     return windows().add(std::make_shared<HeadlessWindow>(width, height, display_bits));
 }
 
-bool write_png(const Frame& frame, const std::string& path) {
-    if (frame.width <= 0 || frame.height <= 0) return false;
+namespace {
+
+std::vector<std::uint8_t> rgb_bytes(const Frame& frame) {
     std::vector<std::uint8_t> rgb(static_cast<std::size_t>(frame.width) * static_cast<std::size_t>(frame.height) * 3);
-    for (std::size_t i = 0; i < frame.pixels.size(); ++i) {
+    for (std::size_t i = 0; i < frame.pixels.size() && i * 3 < rgb.size(); ++i) {
         rgb[i * 3 + 0] = static_cast<std::uint8_t>(frame.pixels[i] >> 16);
         rgb[i * 3 + 1] = static_cast<std::uint8_t>(frame.pixels[i] >> 8);
         rgb[i * 3 + 2] = static_cast<std::uint8_t>(frame.pixels[i]);
     }
+    return rgb;
+}
+
+}  // namespace
+
+bool write_png(const Frame& frame, const std::string& path) {
+    if (frame.width <= 0 || frame.height <= 0) return false;
+    const auto rgb = rgb_bytes(frame);
     return stbi_write_png(path.c_str(), frame.width, frame.height, 3, rgb.data(), frame.width * 3) != 0;
+}
+
+bool write_bmp(const Frame& frame, const std::string& path) {
+    if (frame.width <= 0 || frame.height <= 0) return false;
+    const auto rgb = rgb_bytes(frame);
+    return stbi_write_bmp(path.c_str(), frame.width, frame.height, 3, rgb.data()) != 0;
 }
 
 }  // namespace tarko::platform

@@ -253,44 +253,14 @@ void scripted_camera(tarko_DX7& engine, int frame) {
     engine.SET_cameraEYE(eye);
 }
 
-// Windowed: keys and mouse. Turning moves are scaled by the frame time by the
-// engine, so their arguments are in radians per millisecond.
-struct Controls {
-    bool quit = false;
-    int mouse_frame = 0;
+// Windowed: the landscape's walking keys and mouse, slower, with a jump, and
+// the room's walls in the way.
+struct Controls : landscape::WalkControls {
+    Controls() { units_per_ms = 0.25f, jumps = true; }   // 250 units a second
 
     void run(tarko_DX7& engine) {
-        if (engine.GetKEY(Tarko_KEY_ESCAPE)) {
-            quit = true;
-            return;
-        }
-        const float ms = std::max(1.0f, engine.ElapseFrame());
-        const float step = 0.25f * std::min(ms, 100.0f);   // 250 units a second
-        if (engine.GetKEY(Tarko_KEY_UP) || engine.GetKEY(Tarko_KEY_W)) engine.Camera_Move_Foward(tarko::Variant(step));
-        if (engine.GetKEY(Tarko_KEY_DOWN) || engine.GetKEY(Tarko_KEY_S))
-            engine.Camera_Move_Backward(tarko::Variant(step));
-        if (engine.GetKEY(Tarko_KEY_LEFT)) engine.Camera_Move_Left(tarko::Variant(0.002));
-        if (engine.GetKEY(Tarko_KEY_RIGHT)) engine.Camera_Move_Right(tarko::Variant(0.002));
-        if (engine.GetKEY(Tarko_KEY_A)) {
-            float s = step;
-            engine.CAM_step_LEFT(s);
-        }
-        if (engine.GetKEY(Tarko_KEY_D)) engine.CAM_step_RIGHT(step);
-        if (engine.GetKEY(Tarko_KEY_SPACE)) engine.CAM_jump();
-
-        // Each mouse read gives the movement since the previous one, and a read
-        // of one axis loses the other: read x and y on alternate frames.
-        if (++mouse_frame % 2) {
-            const double dx = engine.Mouse_X().to_double();
-            if (dx != 0) engine.Camera_Move_Right(tarko::Variant(dx * 0.004 / ms));
-        } else {
-            const double dy = engine.Mouse_Y().to_double();
-            if (dy != 0) {
-                const double pitch = std::clamp(engine.CAM_angleY().to_double() - dy * 0.003, -1.2, 1.2);
-                engine.Camera_set_ANGy_DEGREE(tarko::Variant(pitch / engine.RADIAN()));
-            }
-        }
-        keep_in_room(engine);
+        WalkControls::run(engine);
+        if (!quit) keep_in_room(engine);
     }
 
     // The walls stop the eye: the camera itself does not look at them.

@@ -64,41 +64,6 @@ bool parse(int argc, char** argv, const char* program, Options& o) {
     return true;
 }
 
-// Keys and mouse, as in the room: turning moves are scaled by the frame
-// time by the engine, so their arguments are radians per millisecond.
-struct Controls {
-    bool quit = false;
-    int mouse_frame = 0;
-
-    void run(tarko_DX7& engine) {
-        if (engine.GetKEY(Tarko_KEY_ESCAPE)) {
-            quit = true;
-            return;
-        }
-        const float ms = std::max(1.0f, engine.ElapseFrame());
-        const float step = 0.6f * std::min(ms, 100.0f);   // 600 units a second
-        if (engine.GetKEY(Tarko_KEY_UP) || engine.GetKEY(Tarko_KEY_W)) engine.Camera_Move_Foward(tarko::Variant(step));
-        if (engine.GetKEY(Tarko_KEY_DOWN) || engine.GetKEY(Tarko_KEY_S))
-            engine.Camera_Move_Backward(tarko::Variant(step));
-        if (engine.GetKEY(Tarko_KEY_LEFT)) engine.Camera_Move_Left(tarko::Variant(0.002));
-        if (engine.GetKEY(Tarko_KEY_RIGHT)) engine.Camera_Move_Right(tarko::Variant(0.002));
-        if (engine.GetKEY(Tarko_KEY_A)) {
-            float s = step;
-            engine.CAM_step_LEFT(s);
-        }
-        if (engine.GetKEY(Tarko_KEY_D)) engine.CAM_step_RIGHT(step);
-        if (++mouse_frame % 2) {
-            const double dx = engine.Mouse_X().to_double();
-            if (dx != 0) engine.Camera_Move_Right(tarko::Variant(dx * 0.004 / ms));
-        } else {
-            const double dy = engine.Mouse_Y().to_double();
-            if (dy != 0) {
-                const double pitch = std::clamp(engine.CAM_angleY().to_double() - dy * 0.003, -1.2, 1.2);
-                engine.Camera_set_ANGy_DEGREE(tarko::Variant(pitch / engine.RADIAN()));
-            }
-        }
-    }
-};
 
 void write_frame(const tarko::platform::Window& window, const std::string& dir, int n) {
     char name[64];
@@ -107,6 +72,37 @@ void write_frame(const tarko::platform::Window& window, const std::string& dir, 
 }
 
 }  // namespace
+
+void WalkControls::run(tarko_DX7& engine) {
+    if (engine.GetKEY(Tarko_KEY_ESCAPE)) {
+        quit = true;
+        return;
+    }
+    const float ms = std::max(1.0f, engine.ElapseFrame());
+    const float step = units_per_ms * std::min(ms, 100.0f);
+    if (engine.GetKEY(Tarko_KEY_UP) || engine.GetKEY(Tarko_KEY_W)) engine.Camera_Move_Foward(tarko::Variant(step));
+    if (engine.GetKEY(Tarko_KEY_DOWN) || engine.GetKEY(Tarko_KEY_S)) engine.Camera_Move_Backward(tarko::Variant(step));
+    if (engine.GetKEY(Tarko_KEY_LEFT)) engine.Camera_Move_Left(tarko::Variant(0.002));
+    if (engine.GetKEY(Tarko_KEY_RIGHT)) engine.Camera_Move_Right(tarko::Variant(0.002));
+    if (engine.GetKEY(Tarko_KEY_A)) {
+        float s = step;
+        engine.CAM_step_LEFT(s);
+    }
+    if (engine.GetKEY(Tarko_KEY_D)) engine.CAM_step_RIGHT(step);
+    if (jumps && engine.GetKEY(Tarko_KEY_SPACE)) engine.CAM_jump();
+    // Each mouse read gives the movement since the previous one, and a read
+    // of one axis loses the other: read x and y on alternate frames.
+    if (++mouse_frame % 2) {
+        const double dx = engine.Mouse_X().to_double();
+        if (dx != 0) engine.Camera_Move_Right(tarko::Variant(dx * 0.004 / ms));
+    } else {
+        const double dy = engine.Mouse_Y().to_double();
+        if (dy != 0) {
+            const double pitch = std::clamp(engine.CAM_angleY().to_double() - dy * 0.003, -1.2, 1.2);
+            engine.Camera_set_ANGy_DEGREE(tarko::Variant(pitch / engine.RADIAN()));
+        }
+    }
+}
 
 const char* take_scene(int& argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
@@ -169,7 +165,7 @@ int run(int argc, char** argv, const char* program) {
         if (!options.out.empty()) platform::write_png(window->frame(), options.out + "/console.png");
 
         Scene scene(engine, pictures);
-        Controls controls;
+        WalkControls controls;   // 600 units a second
         scene.scripted_camera(0);
 
         const auto start = std::chrono::steady_clock::now();

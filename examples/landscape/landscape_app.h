@@ -14,6 +14,18 @@ namespace landscape {
 void start_engine(tarko_DX7& engine, tarko::Long hwnd, bool windowed, bool dialog, const std::string& script,
                   const std::string& out);
 
+// Keys and mouse for a walking camera: arrows or W/S walk, A/D step, the
+// mouse turns and looks up and down, Escape sets `quit`; space jumps when
+// `jumps`. Turning moves are scaled by the frame time by the engine, so their
+// arguments are radians per millisecond.
+struct WalkControls {
+    float units_per_ms = 0.6f;
+    bool jumps = false;
+    bool quit = false;
+    int mouse_frame = 0;
+    void run(tarko_DX7& engine);
+};
+
 // Removes "--scene NAME" from the arguments and gives NAME ("" when absent).
 const char* take_scene(int& argc, char** argv);
 
