@@ -58,12 +58,14 @@ private:
     };
     void light_vertex(const float p[3], const float n[3], const float* vertex_diffuse, const float* vertex_specular,
                       float out[kAttrCount]) const;
+    void set_matrices(const DeviceState& s);
+    void set_viewport_and_state(const DeviceState& s, const D3DVIEWPORT7& vp);
 
     Long fvf_;
     GuardBand guard_;
-    float wvp_[4][4];
-    float wv_[4][4];
-    float normal_m_[3][3];
+    float wvp_[4][4] = {};
+    float wv_[4][4] = {};
+    float normal_m_[3][3] = {};
     float vp_x_, vp_y_, vp_hw_, vp_hh_, vp_minz_, vp_dz_;
     bool lighting_, specular_, fog_, normalize_ = true;
     int fog_mode_;

@@ -55,6 +55,13 @@ float clamp01f(float v) { return v > 0 ? (v < 1 ? v : 1) : 0; }  // NaN -> 0
 
 VertexStage::VertexStage(const DeviceState& s, Long fvf, const GuardBand& guard, const D3DVIEWPORT7& vp)
     : fvf_(fvf), guard_(guard) {
+    set_matrices(s);
+    set_viewport_and_state(s, vp);
+}
+
+// Screen-space vertices read none of the matrices: a draw of them skips this.
+void VertexStage::set_matrices(const DeviceState& s) {
+    if (fvf_ == dx::D3DFVF_TLVERTEX) return;
     mul44(wv_, s.world, s.view);
     const D3DMATRIX wv = to_matrix(wv_);
     mul44(wvp_, wv, s.projection);
@@ -75,7 +82,10 @@ VertexStage::VertexStage(const DeviceState& s, Long fvf, const GuardBand& guard,
     if (det < 0)  // a mirroring transform: keep normals pointing outwards
         for (auto& row : normal_m_)
             for (float& v : row) v = -v;
+}
 
+void VertexStage::set_viewport_and_state(const DeviceState& s, const D3DVIEWPORT7& vp) {
+    const Long fvf = fvf_;
     vp_x_ = static_cast<float>(vp.lX);
     vp_y_ = static_cast<float>(vp.lY);
     vp_hw_ = static_cast<float>(vp.lWidth) * 0.5f;
