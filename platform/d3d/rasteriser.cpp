@@ -227,6 +227,8 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, DrawContext& ctx)
     ctx.tfactor = static_cast<std::uint32_t>(rs(dx::D3DRENDERSTATE_TEXTUREFACTOR));
     ctx.modulate_alpha = ctx.stage_count > 0 && ctx.stages[0].alpha_op == dx::D3DTOP_MODULATE;
     ctx.raster = select_raster(target, depth, cascade, routines_);
+    ctx.raster_narrow = lanes_of(routines_) == 16 ? select_raster(target, depth, cascade, Routines::EightLanes)
+                                                  : ctx.raster;
 
     flat_ = rs(dx::D3DRENDERSTATE_SHADEMODE) == dx::D3DSHADE_FLAT;
     fill_ = rs(dx::D3DRENDERSTATE_FILLMODE);
@@ -558,8 +560,11 @@ void Rasteriser::flush() {
     auto run_tile = [&](int job) {
         const int tile = busy_bins_[static_cast<std::size_t>(job)];
         const int tx0 = (tile % tiles_x_) * kTileSize, ty0 = (tile / tiles_x_) * kTileSize;
-        for (const BinEntry& e : bins_[static_cast<std::size_t>(tile)])
-            e.ctx->raster(*e.ctx, *e.tri, tx0, ty0, tx0 + kTileSize, ty0 + kTileSize);
+        for (const BinEntry& e : bins_[static_cast<std::size_t>(tile)]) {
+            const int width = std::min(e.tri->maxx, tx0 + kTileSize - 1) - std::max(e.tri->minx, tx0) + 1;
+            const auto raster = width <= 8 ? e.ctx->raster_narrow : e.ctx->raster;
+            raster(*e.ctx, *e.tri, tx0, ty0, tx0 + kTileSize, ty0 + kTileSize);
+        }
     };
     const int jobs = static_cast<int>(busy_bins_.size());
     auto done = [&] {
