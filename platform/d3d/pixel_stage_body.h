@@ -111,20 +111,18 @@ TARKO_D3D_INLINE Iv bilinear_texels(const std::uint32_t* tex, Iv i00, Iv i10, Iv
     } else
 #elif TARKO_D3D_ISA_IS(avx512)
     if (adjacent) {
-        alignas(64) std::int32_t idx[32];
-        i00.store(idx), i01.store(idx + 16);
-        const auto sixteen = [tex, &idx](int k, Iv& left, Iv& right) {
-            __m128i l[4], r[4];
-            for (int q = 0; q < 4; ++q) texel_pairs(tex, idx + k + 4 * q, l[q], r[q]);
-            const auto join = [](const __m128i* p) {
-                return _mm512_inserti64x4(_mm512_castsi256_si512(_mm256_set_m128i(p[1], p[0])),
-                                          _mm256_set_m128i(p[3], p[2]), 1);
-            };
-            left = Iv(join(l));
-            right = Iv(join(r));
+        // Each left texel and the one after it in one 64-bit gather lane,
+        // then sorted into the lefts (even words) and the rights (odd words).
+        const auto sixteen = [tex](Iv idx, Iv& left, Iv& right) {
+            const auto* base = reinterpret_cast<const long long*>(tex);
+            const __m512i lo = _mm512_i32gather_epi64(_mm512_castsi512_si256(idx.v), base, 4);
+            const __m512i hi = _mm512_i32gather_epi64(_mm512_extracti64x4_epi64(idx.v, 1), base, 4);
+            const __m512i even = _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
+            left = Iv(_mm512_permutex2var_epi32(lo, even, hi));
+            right = Iv(_mm512_permutex2var_epi32(lo, _mm512_add_epi32(even, _mm512_set1_epi32(1)), hi));
         };
-        sixteen(0, t00, t10);
-        sixteen(16, t01, t11);
+        sixteen(i00, t00, t10);
+        sixteen(i01, t01, t11);
     } else
 #endif
     {
