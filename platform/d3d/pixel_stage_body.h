@@ -68,7 +68,7 @@ inline Iv wrap_index(Iv i, int n) {
 }
 
 
-#if TARKO_D3D_ISA_IS(sse2) || TARKO_D3D_ISA_IS(avx2) || TARKO_D3D_ISA_IS(avx512)
+#if TARKO_D3D_ISA_IS(sse2) || TARKO_D3D_ISA_IS(avx2)
 // Four texels and the ones after them, idx[0..3], one 64-bit read each,
 // sorted into the lefts and the rights.
 inline void texel_pairs(const std::uint32_t* tex, const std::int32_t* idx, __m128i& left, __m128i& right) {
