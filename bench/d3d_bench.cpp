@@ -455,14 +455,19 @@ struct Mesa {
         return out;
     }
 
-    void quads(int layers) {
-        D3DMATRIX p;  // screen pixels, shifted half a pixel onto GL's centres
+    // Screen pixels, shifted half a pixel onto GL's centres; no depth test.
+    void screen_space() {
+        D3DMATRIX p;
         p.rc11 = 2.0f / kW, p.rc22 = -2.0f / kH, p.rc33 = 1, p.rc44 = 1, p.rc41 = -1 + 1.0f / kW, p.rc42 = 1 - 1.0f / kH;
         load(p, GL_PROJECTION);
         D3DMATRIX id;
         dxmath::identityMatrix(id);
         load(id, GL_MODELVIEW);
         glDisable(GL_DEPTH_TEST);
+    }
+
+    void quads(int layers) {
+        screen_space();
         glEnable(GL_TEXTURE_2D);
         glBindTexture(GL_TEXTURE_2D, tex_alpha);
         glEnable(GL_BLEND);
@@ -483,13 +488,7 @@ struct Mesa {
     }
 
     void strips() {
-        D3DMATRIX p;  // screen pixels, shifted half a pixel onto GL's centres
-        p.rc11 = 2.0f / kW, p.rc22 = -2.0f / kH, p.rc33 = 1, p.rc44 = 1, p.rc41 = -1 + 1.0f / kW, p.rc42 = 1 - 1.0f / kH;
-        load(p, GL_PROJECTION);
-        D3DMATRIX id;
-        dxmath::identityMatrix(id);
-        load(id, GL_MODELVIEW);
-        glDisable(GL_DEPTH_TEST);
+        screen_space();
         glEnable(GL_TEXTURE_2D);
         glBindTexture(GL_TEXTURE_2D, tex0);
         for (int i = 0; i < kStrips; ++i) {

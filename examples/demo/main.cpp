@@ -78,16 +78,7 @@ Options parse(int argc, char** argv) {
 
 // ---- procedural textures
 
-std::uint32_t hash(std::uint32_t x) {
-    x ^= x >> 16;
-    x *= 0x7feb352dU;
-    x ^= x >> 15;
-    x *= 0x846ca68bU;
-    x ^= x >> 16;
-    return x;
-}
-// 0..1 from two integers.
-float noise(int a, int b) { return static_cast<float>(hash(static_cast<std::uint32_t>(a * 7919 + b * 104729)) & 1023) / 1023.0f; }
+using landscape::noise;
 
 std::uint32_t rgb(float r, float g, float b) {
     auto c = [](float v) { return static_cast<std::uint32_t>(std::clamp(v, 0.0f, 255.0f)); };
@@ -292,20 +283,9 @@ int main(int argc, char** argv) {
 
     const bool windowed = !options.headless && platform::display_available();
     const bool until_escape = windowed && !options.frames_given;
-    tarko::Long hwnd = 0;
-    try {
-        hwnd = windowed ? platform::create_sdl_window("Tarko demo", options.width, options.height)
-                        : platform::create_headless_window(options.width, options.height);
-    } catch (const tarko::RuntimeError& e) {
-        std::fprintf(stderr, "cannot open a window: %s\n", e.what());
-        return 1;
-    }
-    if (until_escape)
-        std::printf("Tarko demo: window %dx%d, until Escape\n", options.width, options.height);
-    else
-        std::printf("Tarko demo: %s %dx%d, %d frames\n", windowed ? "window" : "headless", options.width,
-                    options.height, options.frames);
-    if (!options.out.empty()) std::filesystem::create_directories(options.out);
+    const tarko::Long hwnd = landscape::open_host_window("Tarko demo", windowed, until_escape, options.width,
+                                                         options.height, options.frames, options.out);
+    if (!hwnd) return 1;
 
     tarko_DX7 engine;
     int frames_run = 0;

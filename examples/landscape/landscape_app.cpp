@@ -116,6 +116,37 @@ const char* take_scene(int& argc, char** argv) {
     return "";
 }
 
+std::uint32_t hash(std::uint32_t x) {
+    x ^= x >> 16;
+    x *= 0x7feb352dU;
+    x ^= x >> 15;
+    x *= 0x846ca68bU;
+    x ^= x >> 16;
+    return x;
+}
+
+float noise(int a, int b) {
+    return static_cast<float>(hash(static_cast<std::uint32_t>(a * 7919 + b * 104729)) & 1023) / 1023.0f;
+}
+
+tarko::Long open_host_window(const char* name, bool windowed, bool until_escape, int width, int height, int frames,
+                             const std::string& out) {
+    namespace platform = tarko::platform;
+    tarko::Long hwnd = 0;
+    try {
+        hwnd = windowed ? platform::create_sdl_window(name, width, height) : platform::create_headless_window(width, height);
+    } catch (const tarko::RuntimeError& e) {
+        std::fprintf(stderr, "cannot open a window: %s\n", e.what());
+        return 0;
+    }
+    if (until_escape)
+        std::printf("%s: window %dx%d, until Escape\n", name, width, height);
+    else
+        std::printf("%s: %s %dx%d, %d frames\n", name, windowed ? "window" : "headless", width, height, frames);
+    if (!out.empty()) std::filesystem::create_directories(out);
+    return hwnd;
+}
+
 void start_engine(tarko_DX7& engine, tarko::Long hwnd, bool windowed, bool dialog, const std::string& script,
                   const std::string& out) {
     if (!dialog) {
@@ -135,20 +166,9 @@ int run(int argc, char** argv, const char* program) {
 
     const bool windowed = !options.headless && platform::display_available();
     const bool until_escape = windowed && !options.frames_given;
-    tarko::Long hwnd = 0;
-    try {
-        hwnd = windowed ? platform::create_sdl_window("Tarko landscape", options.width, options.height)
-                        : platform::create_headless_window(options.width, options.height);
-    } catch (const tarko::RuntimeError& e) {
-        std::fprintf(stderr, "cannot open a window: %s\n", e.what());
-        return 1;
-    }
-    if (until_escape)
-        std::printf("Tarko landscape: window %dx%d, until Escape\n", options.width, options.height);
-    else
-        std::printf("Tarko landscape: %s %dx%d, %d frames\n", windowed ? "window" : "headless", options.width,
-                    options.height, options.frames);
-    if (!options.out.empty()) std::filesystem::create_directories(options.out);
+    const tarko::Long hwnd = open_host_window("Tarko landscape", windowed, until_escape, options.width, options.height,
+                                              options.frames, options.out);
+    if (!hwnd) return 1;
     const std::string pictures = (std::filesystem::temp_directory_path() / "tarko_landscape").string();
     write_pictures(pictures);
 

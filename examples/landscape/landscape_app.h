@@ -2,6 +2,7 @@
 // demo (tarko_demo, whose room of cubes is the other scene).
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include <tarko/tarko.h>
@@ -13,6 +14,16 @@ namespace landscape {
 // `out` the dialog's picture goes to out/dialog.png).
 void start_engine(tarko_DX7& engine, tarko::Long hwnd, bool windowed, bool dialog, const std::string& script,
                   const std::string& out);
+
+// Pseudo-random values for generated pictures: a 32-bit mix, and 0..1 from
+// two integers.
+std::uint32_t hash(std::uint32_t x);
+float noise(int a, int b);
+
+// Opens the host's window (SDL when `windowed`, else off screen), makes the
+// `out` folder and says what runs; 0, after saying why, when no window opens.
+tarko::Long open_host_window(const char* name, bool windowed, bool until_escape, int width, int height, int frames,
+                             const std::string& out);
 
 // Keys and mouse for a walking camera: arrows or W/S walk, A/D step, the
 // mouse turns and looks up and down, Escape sets `quit`; space jumps when

@@ -2,6 +2,8 @@
 // them, and the camera kept on the ground by the altitude queries.
 #include "landscape_scene.h"
 
+#include "landscape_app.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -21,16 +23,6 @@ void write_bmp(const std::string& path, int width, int height, const Colour& col
         for (int x = 0; x < width; ++x) f.pixels.push_back(colour(x, y));
     tarko::platform::write_bmp(f, path);
 }
-
-std::uint32_t hash(std::uint32_t x) {
-    x ^= x >> 16;
-    x *= 0x7feb352dU;
-    x ^= x >> 15;
-    x *= 0x846ca68bU;
-    x ^= x >> 16;
-    return x;
-}
-float noise(int a, int b) { return static_cast<float>(hash(static_cast<std::uint32_t>(a * 7919 + b * 104729)) & 1023) / 1023.0f; }
 
 // Smooth value noise at scale `cell` pixels.
 float smooth_noise(float x, float y, float cell, int seed) {
