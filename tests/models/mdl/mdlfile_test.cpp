@@ -2,20 +2,16 @@
 // operations, Render's device traffic and the picture it draws.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 
+#include "actor_fixture.h"
 #include "mdl_writer.h"
 #include "mesh/mesh.h"
-#include "models/mdl/cTarko_MDLfile.h"
 #include "platform/constants.h"
-#include "support/engine_test_support.h"
 
 using namespace tarko;
 using namespace tarko::test::mdl;
 using tarko::test::Calls;
-using tarko::test::EngineFixture;
 
 namespace {
 
@@ -60,29 +56,7 @@ TEST(MdlActorMesh, EachActorHoldsAMeshRecordSetForActorsUntilItIsDestroyed) {
     mesh::reset_module();
 }
 
-class MdlFile : public EngineFixture {
-protected:
-    std::string save(const Bytes& bytes, const std::string& name = "actor.mdl") {
-        if (dir_.empty()) dir_ = test::scratch_dir(::testing::UnitTest::GetInstance()->current_test_info()->name());
-        const auto path = dir_ / name;
-        std::ofstream(path, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        return path.string();
-    }
-    std::array<int, 3> rgb(int x, int y) {
-        const std::uint32_t c = window->frame().at(x, y);
-        return {int(c >> 16 & 255), int(c >> 8 & 255), int(c & 255)};
-    }
-    void frame() {
-        engine.Clear_3D();
-        engine.D3D_DEV->beginScene();
-        actor.Render();
-        engine.D3D_DEV->endScene();
-        engine.FLIPP(hwnd);
-    }
-    std::filesystem::path dir_;
-    cTarko_MDLfile actor;
-};
+using MdlFile = tarko::test::ActorFixture;
 
 TEST_F(MdlFile, LoadReadsTexturesOntoRoundedSurfacesAndKeepsTheirSizes) {
     open();
