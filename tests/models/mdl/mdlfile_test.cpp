@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <tuple>
 
 #include "actor_fixture.h"
 #include "mdl_writer.h"
@@ -57,6 +58,8 @@ TEST(MdlActorMesh, EachActorHoldsAMeshRecordSetForActorsUntilItIsDestroyed) {
 }
 
 using MdlFile = tarko::test::ActorFixture;
+using RGB = std::array<int, 3>;
+constexpr RGB kRed{255, 0, 0}, kBackground{0, 0, 0x40}, kShadow{0x30, 0x30, 0x30};
 
 TEST_F(MdlFile, LoadReadsTexturesOntoRoundedSurfacesAndKeepsTheirSizes) {
     open();
@@ -220,16 +223,18 @@ TEST_F(MdlFile, TheActorShowsItsSkinWhereItStandsAndItsShadowOnlyWhenEnabled) {
     engine.device_CLEAR_COLOR = 0x000040;
     engine.SET_camera_DirectioN(D3DVECTOR{0, 0, -5}, D3DVECTOR{0, 0, 0});
     actor.Load_MDL(save(write_studio(square()).main), engine);
+    const auto expect_pixels = [&](std::initializer_list<std::tuple<int, int, RGB>> pixels) {
+        for (const auto& [x, y, want] : pixels) EXPECT_EQ(rgb(x, y), want) << x << ", " << y;
+    };
     frame();  // no scale yet: a collapsed actor, nothing to see
-    EXPECT_EQ(rgb(80, 60), (std::array<int, 3>{0, 0, 0x40}));
+    expect_pixels({{80, 60, kBackground}});
 
     actor.SetScale(Variant(1.0), Variant(1.0), Variant(1.0));
     frame();
-    EXPECT_EQ(rgb(66, 60), (std::array<int, 3>{255, 0, 0}));   // x -0.36: tu 0.14
+    // x -0.36: tu 0.14; then no shadow, and left of the square
+    expect_pixels({{66, 60, kRed}, {80, 10, kBackground}, {50, 60, kBackground}});
     const auto green = rgb(94, 60);  // x 0.36: tu 0.86, a little of the red beside it
     EXPECT_TRUE(green[0] < 32 && green[1] > 224 && green[2] == 0) << green[0] << " " << green[1];
-    EXPECT_EQ(rgb(80, 10), (std::array<int, 3>{0, 0, 0x40}));  // no shadow
-    EXPECT_EQ(rgb(50, 60), (std::array<int, 3>{0, 0, 0x40}));  // left of the square
 
     actor.EnableShadowing(true);
     // drawn lit and untextured: with no emissive light in the material, the
@@ -239,20 +244,15 @@ TEST_F(MdlFile, TheActorShowsItsSkinWhereItStandsAndItsShadowOnlyWhenEnabled) {
     engine.D3D_DEV->setMaterial(dark);
     engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_AMBIENT, 0x303030);
     frame();
-    const std::array<int, 3> background{0, 0, 0x40};
-    EXPECT_EQ(rgb(80, 10), (std::array<int, 3>{0x30, 0x30, 0x30}));
-    EXPECT_EQ(rgb(62, 2), (std::array<int, 3>{0x30, 0x30, 0x30}));
-    EXPECT_EQ(rgb(58, 10), background);  // left of it (x -0.5 at 60.7)
-    EXPECT_EQ(rgb(80, 20), background);  // below it (y 1.5 at 16.6)
-    EXPECT_EQ(rgb(66, 60), (std::array<int, 3>{255, 0, 0}));         // the actor itself unchanged
-    EXPECT_EQ(rgb(80, 30), (std::array<int, 3>{0, 0, 0x40}));        // between the two
+    // left of the shadow (x -0.5 at 60.7), below it (y 1.5 at 16.6), the actor unchanged, between the two
+    expect_pixels({{80, 10, kShadow}, {62, 2, kShadow}, {58, 10, kBackground}, {80, 20, kBackground},
+                   {66, 60, kRed}, {80, 30, kBackground}});
 
     // moved 1 to the right (38.6 columns): red now at column 105
     actor.SetPosition(Variant(1.0), Variant(0.0), Variant(0.0));
     actor.EnableShadowing(false);
     frame();
-    EXPECT_EQ(rgb(105, 60), (std::array<int, 3>{255, 0, 0}));
-    EXPECT_EQ(rgb(66, 60), (std::array<int, 3>{0, 0, 0x40}));
+    expect_pixels({{105, 60, kRed}, {66, 60, kBackground}});
 
     // out of view: the sphere test ends Render before the pose
     actor.SetPosition(Variant(50.0), Variant(0.0), Variant(0.0));
