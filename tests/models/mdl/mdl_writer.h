@@ -216,14 +216,16 @@ inline StudioFiles write_studio(const StudioDesc& desc) {
         for (std::size_t k = 0; k < models.size(); ++k) {
             const ModelDesc& m = models[k];
             const std::size_t rec = table + 112 * k;
+            const auto vertex_bones = [&](std::size_t at) {
+                o.put32(at, o.here());
+                for (std::size_t v = 0; v < m.vertices.size(); ++v) o.u8(v < m.bones.size() ? m.bones[v] : 0);
+            };
             o.put32(rec + 88, o.here());
             for (const D3DVECTOR& v : m.vertices) o.vec(v);
-            o.put32(rec + 84, o.here());
-            for (std::size_t v = 0; v < m.vertices.size(); ++v) o.u8(v < m.bones.size() ? m.bones[v] : 0);
+            vertex_bones(rec + 84);
             // one normal a vertex, (0, 0, 1), on the vertex's bone (other readers want them)
             o.put32(rec + 92, static_cast<std::int32_t>(m.vertices.size()));
-            o.put32(rec + 96, o.here());
-            for (std::size_t v = 0; v < m.vertices.size(); ++v) o.u8(v < m.bones.size() ? m.bones[v] : 0);
+            vertex_bones(rec + 96);
             o.put32(rec + 100, o.here());
             for (std::size_t v = 0; v < m.vertices.size(); ++v) o.vec({0, 0, 1});
             o.put32(rec + 76, o.here());

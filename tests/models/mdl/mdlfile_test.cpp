@@ -126,15 +126,14 @@ TEST_F(MdlFile, SequencesControllersAndNames) {
     EXPECT_EQ(actor.MDL_GetNumPartController(), 3);
 
     EXPECT_EQ(actor.play().AnimSequence, 1);
-    actor.SetAnimationName("walk");  // "Walk" (1) before "run_walk" (2), case ignored
-    EXPECT_EQ(actor.play().AnimSequence, 1);
-    actor.SetAnimationName("RUN");
-    EXPECT_EQ(actor.play().AnimSequence, 2);
-    actor.SetAnimationName("");  // the empty text is in every name: the first
-    EXPECT_EQ(actor.play().AnimSequence, 0);
-    actor.SetAnimation(2);
-    actor.SetAnimationName("jump");  // no match: unchanged
-    EXPECT_EQ(actor.play().AnimSequence, 2);
+    // "Walk" (1) before "run_walk" (2), case ignored; the empty text is in every name: the
+    // first; "jump" matches nothing and leaves the 2 set before it
+    const std::tuple<int, const char*, Long> names_in_turn[] = {{-1, "walk", 1}, {-1, "RUN", 2}, {-1, "", 0}, {2, "jump", 2}};
+    for (const auto& [set, name, want] : names_in_turn) {
+        if (set >= 0) actor.SetAnimation(set);
+        actor.SetAnimationName(name);
+        EXPECT_EQ(actor.play().AnimSequence, want) << name;
+    }
     EXPECT_EQ(actor.play().AnimFrame, 1.0f);
 
     EXPECT_EQ(actor.play().ControllerValues, (std::vector<float>{128, 0, 0}));
