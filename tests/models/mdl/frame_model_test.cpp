@@ -57,14 +57,13 @@ TEST_F(FrameModel, LoadsAndChoosesAnimationsByNumberAndName) {
     const auto& anims = actor.frame_model().Animations;
     ASSERT_EQ(anims.size(), 2u);
     EXPECT_EQ(anims[1].Name, "walk");
+    const auto played = [&] { return std::pair(actor.frame_model().FirstPlayFrame, actor.frame_model().LastPlayFrame); };
     actor.SetAnimationName("WALK");
-    EXPECT_EQ(actor.frame_model().FirstPlayFrame, 3);
-    EXPECT_EQ(actor.frame_model().LastPlayFrame, 4);
+    EXPECT_EQ(played(), std::pair(3.0f, 4.0f));
     actor.SetAnimationName("jump");  // no match: unchanged
-    EXPECT_EQ(actor.frame_model().FirstPlayFrame, 3);
+    EXPECT_EQ(played().first, 3);
     actor.SetAnimation(-1);  // the whole file
-    EXPECT_EQ(actor.frame_model().FirstPlayFrame, 0);
-    EXPECT_EQ(actor.frame_model().LastPlayFrame, 4);
+    EXPECT_EQ(played(), std::pair(0.0f, 4.0f));
     EXPECT_EQ(error_of([&] { actor.SetAnimation(2); }), err::SubscriptOutOfRange);
     // studio-only operations
     EXPECT_EQ(error_of([&] { actor.GetSequenceNameArray(Variant()); }), err::SubscriptOutOfRange);

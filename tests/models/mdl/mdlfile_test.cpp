@@ -77,9 +77,8 @@ TEST_F(MdlFile, LoadReadsTexturesOntoRoundedSurfacesAndKeepsTheirSizes) {
     EXPECT_EQ(t0.argb_at(3, 1) & 0xFFFFFF, 0x00FF00u);
 
     // a second load takes the next free slots; the first surfaces stay
-    cTarko_MDLfile& same = actor;
     const auto first = actor.texture_surface(0);
-    same.Load_MDL(save(write_studio(square()).main, "b.mdl"), engine);
+    actor.Load_MDL(save(write_studio(square()).main, "b.mdl"), engine);
     EXPECT_NE(actor.texture_surface(0).get(), first.get());
 }
 
