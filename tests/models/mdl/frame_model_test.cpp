@@ -2,16 +2,11 @@
 // number and name, the frame clock, and the picture with its skin.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-
-#include "models/mdl/cTarko_MDLfile.h"
+#include "actor_fixture.h"
 #include "platform/constants.h"
-#include "support/engine_test_support.h"
 #include "tests/models/md2/md2_writer.h"
 
 using namespace tarko;
-using tarko::test::EngineFixture;
 namespace md2w = tarko::test::md2;
 
 namespace {
@@ -51,29 +46,7 @@ std::vector<std::uint8_t> skin_bmp() {
 
 }  // namespace
 
-class FrameModel : public EngineFixture {
-protected:
-    std::string save(const std::vector<std::uint8_t>& bytes, const std::string& name) {
-        if (dir_.empty()) dir_ = test::scratch_dir(::testing::UnitTest::GetInstance()->current_test_info()->name());
-        const auto path = dir_ / name;
-        std::ofstream(path, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        return path.string();
-    }
-    std::array<int, 3> rgb(int x, int y) {
-        const std::uint32_t c = window->frame().at(x, y);
-        return {int(c >> 16 & 255), int(c >> 8 & 255), int(c & 255)};
-    }
-    void frame(bool in_file_texture = true) {
-        engine.Clear_3D();
-        engine.D3D_DEV->beginScene();
-        actor.Render(in_file_texture);
-        engine.D3D_DEV->endScene();
-        engine.FLIPP(hwnd);
-    }
-    std::filesystem::path dir_;
-    cTarko_MDLfile actor;
-};
+using FrameModel = tarko::test::ActorFixture;
 
 TEST_F(FrameModel, LoadsAndChoosesAnimationsByNumberAndName) {
     open();
@@ -84,14 +57,13 @@ TEST_F(FrameModel, LoadsAndChoosesAnimationsByNumberAndName) {
     const auto& anims = actor.frame_model().Animations;
     ASSERT_EQ(anims.size(), 2u);
     EXPECT_EQ(anims[1].Name, "walk");
+    const auto played = [&] { return std::pair(actor.frame_model().FirstPlayFrame, actor.frame_model().LastPlayFrame); };
     actor.SetAnimationName("WALK");
-    EXPECT_EQ(actor.frame_model().FirstPlayFrame, 3);
-    EXPECT_EQ(actor.frame_model().LastPlayFrame, 4);
+    EXPECT_EQ(played(), std::pair(3.0f, 4.0f));
     actor.SetAnimationName("jump");  // no match: unchanged
-    EXPECT_EQ(actor.frame_model().FirstPlayFrame, 3);
+    EXPECT_EQ(played().first, 3);
     actor.SetAnimation(-1);  // the whole file
-    EXPECT_EQ(actor.frame_model().FirstPlayFrame, 0);
-    EXPECT_EQ(actor.frame_model().LastPlayFrame, 4);
+    EXPECT_EQ(played(), std::pair(0.0f, 4.0f));
     EXPECT_EQ(error_of([&] { actor.SetAnimation(2); }), err::SubscriptOutOfRange);
     // studio-only operations
     EXPECT_EQ(error_of([&] { actor.GetSequenceNameArray(Variant()); }), err::SubscriptOutOfRange);
@@ -131,11 +103,7 @@ TEST_F(FrameModel, TheActorShowsItsSkinWhereItStandsAndKeepsTheHostTexture) {
     plain.Load_MDL(save(md2w::write_md2(square()), "sq2.md2"), engine);
     plain.SetScale(Variant(1.0), Variant(1.0), Variant(1.0));
     plain.SetSpeed(0);
-    engine.Clear_3D();
-    engine.D3D_DEV->beginScene();
-    plain.Render(false);
-    engine.D3D_DEV->endScene();
-    engine.FLIPP(hwnd);
+    frame(false, &plain);
     EXPECT_EQ(rgb(80, 60), (std::array<int, 3>{0, 0, 255}));
 
     // the main texture beats USE_inFileTexture: red on the left, green on the right

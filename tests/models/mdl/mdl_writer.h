@@ -116,6 +116,8 @@ struct Out {
         b[at + 1] = static_cast<std::uint8_t>((v >> 8) & 0xFF);
     }
     std::int32_t here() const { return static_cast<std::int32_t>(b.size()); }
+    // A header's count and offset pair: `count` records starting here.
+    void table(std::size_t at, std::size_t count) { put32(at, static_cast<std::int32_t>(count)), put32(at + 4, here()); }
 };
 
 // Header field offsets.
@@ -132,8 +134,7 @@ inline void header(Out& o, const char* id = "IDST") {
 }
 
 inline void textures(Out& o, const std::vector<TextureDesc>& list) {
-    o.put32(kTextures, static_cast<std::int32_t>(list.size()));
-    o.put32(kTextures + 4, o.here());
+    o.table(kTextures, list.size());
     const std::size_t table = o.size();
     for (const TextureDesc& t : list) {
         o.text(t.name, 64);
@@ -182,8 +183,7 @@ inline StudioFiles write_studio(const StudioDesc& desc) {
     Out o;
     detail::header(o);
 
-    o.put32(detail::kBones, static_cast<std::int32_t>(desc.bones.size()));
-    o.put32(detail::kBones + 4, o.here());
+    o.table(detail::kBones, desc.bones.size());
     for (const BoneDesc& b : desc.bones) {
         o.text(b.name, 32);
         o.i32(b.parent), o.i32(0);
@@ -191,18 +191,13 @@ inline StudioFiles write_studio(const StudioDesc& desc) {
         for (float v : b.value) o.f32(v);
         for (float v : b.scale) o.f32(v);
     }
-    o.put32(detail::kControllers, static_cast<std::int32_t>(desc.controllers.size()));
-    o.put32(detail::kControllers + 4, o.here());
-    for (const ControllerDesc& c : desc.controllers) {
-        o.i32(c.bone), o.i32(c.type), o.f32(c.start), o.f32(c.end), o.i32(0), o.i32(c.index);
-    }
-    o.put32(detail::kHitBoxes, static_cast<std::int32_t>(desc.hitboxes.size()));
-    o.put32(detail::kHitBoxes + 4, o.here());
+    o.table(detail::kControllers, desc.controllers.size());
+    for (const ControllerDesc& c : desc.controllers) o.i32(c.bone), o.i32(c.type), o.f32(c.start), o.f32(c.end), o.i32(0), o.i32(c.index);
+    o.table(detail::kHitBoxes, desc.hitboxes.size());
     for (const auto& h : desc.hitboxes) o.i32(0), o.i32(0), o.vec(h[0]), o.vec(h[1]);
 
     // Body parts, then their models, vertices, bones, meshes and commands.
-    o.put32(detail::kBodyParts, static_cast<std::int32_t>(desc.body_parts.size()));
-    o.put32(detail::kBodyParts + 4, o.here());
+    o.table(detail::kBodyParts, desc.body_parts.size());
     const std::size_t parts = o.size();
     for (const BodyPartDesc& p : desc.body_parts) {
         o.text(p.name, 64);
@@ -221,14 +216,16 @@ inline StudioFiles write_studio(const StudioDesc& desc) {
         for (std::size_t k = 0; k < models.size(); ++k) {
             const ModelDesc& m = models[k];
             const std::size_t rec = table + 112 * k;
+            const auto vertex_bones = [&](std::size_t at) {
+                o.put32(at, o.here());
+                for (std::size_t v = 0; v < m.vertices.size(); ++v) o.u8(v < m.bones.size() ? m.bones[v] : 0);
+            };
             o.put32(rec + 88, o.here());
             for (const D3DVECTOR& v : m.vertices) o.vec(v);
-            o.put32(rec + 84, o.here());
-            for (std::size_t v = 0; v < m.vertices.size(); ++v) o.u8(v < m.bones.size() ? m.bones[v] : 0);
+            vertex_bones(rec + 84);
             // one normal a vertex, (0, 0, 1), on the vertex's bone (other readers want them)
             o.put32(rec + 92, static_cast<std::int32_t>(m.vertices.size()));
-            o.put32(rec + 96, o.here());
-            for (std::size_t v = 0; v < m.vertices.size(); ++v) o.u8(v < m.bones.size() ? m.bones[v] : 0);
+            vertex_bones(rec + 96);
             o.put32(rec + 100, o.here());
             for (std::size_t v = 0; v < m.vertices.size(); ++v) o.vec({0, 0, 1});
             o.put32(rec + 76, o.here());
@@ -276,15 +273,13 @@ inline StudioFiles write_studio(const StudioDesc& desc) {
     }
     for (std::size_t g = 0; g < group_out.size(); ++g) files.groups[g] = group_out[g].b;
 
-    o.put32(detail::kGroups, desc.group_count);
-    o.put32(detail::kGroups + 4, o.here());
+    o.table(detail::kGroups, static_cast<std::size_t>(desc.group_count));
     for (std::int32_t g = 0; g < desc.group_count; ++g) {
         o.text(g == 0 ? "default" : "group", 32);
         o.text("", 64);
         o.i32(0), o.i32(0);
     }
-    o.put32(detail::kSequences, static_cast<std::int32_t>(desc.sequences.size()));
-    o.put32(detail::kSequences + 4, o.here());
+    o.table(detail::kSequences, desc.sequences.size());
     for (std::size_t i = 0; i < desc.sequences.size(); ++i) {
         const SequenceDesc& s = desc.sequences[i];
         o.text(s.label, 32);
@@ -313,14 +308,11 @@ inline std::array<std::uint8_t, 768> palette(std::initializer_list<std::array<st
     return p;
 }
 
-// A walking figure for examples and benches, z up, about 2 units tall: a
-// pelvis, torso, two legs and a head, each a tube of `rings` x `sides`
-// quads (2 x rings x sides triangles a bone: 5 x 2 x 10 x 10 = 1,000 by
-// default), body in skin 0 (a check), head in skin 1. Sequences: "idle"
-// (8 frames at 8 fps, the head turning) and "walk" (16 frames at 16 fps,
-// the legs swinging, the body bobbing). Controllers: the head's turn
-// (0 to 255 for -45 to 45 degrees) and the mouth (a nod, 0 to 10 degrees).
-// `size` scales every length (the tracks too).
+// A walking figure for examples and benches, z up, about 2 units tall: pelvis, torso, two
+// legs and a head, each a tube of rings x sides quads (2 x rings x sides triangles a bone),
+// body in skin 0 (a check), head in skin 1. Sequences "idle" (8 frames at 8 fps, the head
+// turning) and "walk" (16 at 16 fps); controllers: the head's turn (-45 to 45 degrees) and
+// the mouth (a nod, 0 to 10 degrees). `size` scales every length (the tracks too).
 inline StudioDesc walker(int rings = 10, int sides = 10, float size = 1) {
     StudioDesc s;
     const float pi = 3.14159265f;

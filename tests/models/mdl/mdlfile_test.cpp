@@ -2,20 +2,17 @@
 // operations, Render's device traffic and the picture it draws.
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <sstream>
+#include <tuple>
 
+#include "actor_fixture.h"
 #include "mdl_writer.h"
 #include "mesh/mesh.h"
-#include "models/mdl/cTarko_MDLfile.h"
 #include "platform/constants.h"
-#include "support/engine_test_support.h"
 
 using namespace tarko;
 using namespace tarko::test::mdl;
 using tarko::test::Calls;
-using tarko::test::EngineFixture;
 
 namespace {
 
@@ -60,29 +57,9 @@ TEST(MdlActorMesh, EachActorHoldsAMeshRecordSetForActorsUntilItIsDestroyed) {
     mesh::reset_module();
 }
 
-class MdlFile : public EngineFixture {
-protected:
-    std::string save(const Bytes& bytes, const std::string& name = "actor.mdl") {
-        if (dir_.empty()) dir_ = test::scratch_dir(::testing::UnitTest::GetInstance()->current_test_info()->name());
-        const auto path = dir_ / name;
-        std::ofstream(path, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        return path.string();
-    }
-    std::array<int, 3> rgb(int x, int y) {
-        const std::uint32_t c = window->frame().at(x, y);
-        return {int(c >> 16 & 255), int(c >> 8 & 255), int(c & 255)};
-    }
-    void frame() {
-        engine.Clear_3D();
-        engine.D3D_DEV->beginScene();
-        actor.Render();
-        engine.D3D_DEV->endScene();
-        engine.FLIPP(hwnd);
-    }
-    std::filesystem::path dir_;
-    cTarko_MDLfile actor;
-};
+using MdlFile = tarko::test::ActorFixture;
+using RGB = std::array<int, 3>;
+constexpr RGB kRed{255, 0, 0}, kBackground{0, 0, 0x40}, kShadow{0x30, 0x30, 0x30};
 
 TEST_F(MdlFile, LoadReadsTexturesOntoRoundedSurfacesAndKeepsTheirSizes) {
     open();
@@ -100,9 +77,8 @@ TEST_F(MdlFile, LoadReadsTexturesOntoRoundedSurfacesAndKeepsTheirSizes) {
     EXPECT_EQ(t0.argb_at(3, 1) & 0xFFFFFF, 0x00FF00u);
 
     // a second load takes the next free slots; the first surfaces stay
-    cTarko_MDLfile& same = actor;
     const auto first = actor.texture_surface(0);
-    same.Load_MDL(save(write_studio(square()).main, "b.mdl"), engine);
+    actor.Load_MDL(save(write_studio(square()).main, "b.mdl"), engine);
     EXPECT_NE(actor.texture_surface(0).get(), first.get());
 }
 
@@ -149,15 +125,14 @@ TEST_F(MdlFile, SequencesControllersAndNames) {
     EXPECT_EQ(actor.MDL_GetNumPartController(), 3);
 
     EXPECT_EQ(actor.play().AnimSequence, 1);
-    actor.SetAnimationName("walk");  // "Walk" (1) before "run_walk" (2), case ignored
-    EXPECT_EQ(actor.play().AnimSequence, 1);
-    actor.SetAnimationName("RUN");
-    EXPECT_EQ(actor.play().AnimSequence, 2);
-    actor.SetAnimationName("");  // the empty text is in every name: the first
-    EXPECT_EQ(actor.play().AnimSequence, 0);
-    actor.SetAnimation(2);
-    actor.SetAnimationName("jump");  // no match: unchanged
-    EXPECT_EQ(actor.play().AnimSequence, 2);
+    // "Walk" (1) before "run_walk" (2), case ignored; the empty text is in every name: the
+    // first; "jump" matches nothing and leaves the 2 set before it
+    const std::tuple<int, const char*, Long> names_in_turn[] = {{-1, "walk", 1}, {-1, "RUN", 2}, {-1, "", 0}, {2, "jump", 2}};
+    for (const auto& [set, name, want] : names_in_turn) {
+        if (set >= 0) actor.SetAnimation(set);
+        actor.SetAnimationName(name);
+        EXPECT_EQ(actor.play().AnimSequence, want) << name;
+    }
     EXPECT_EQ(actor.play().AnimFrame, 1.0f);
 
     EXPECT_EQ(actor.play().ControllerValues, (std::vector<float>{128, 0, 0}));
@@ -246,16 +221,18 @@ TEST_F(MdlFile, TheActorShowsItsSkinWhereItStandsAndItsShadowOnlyWhenEnabled) {
     engine.device_CLEAR_COLOR = 0x000040;
     engine.SET_camera_DirectioN(D3DVECTOR{0, 0, -5}, D3DVECTOR{0, 0, 0});
     actor.Load_MDL(save(write_studio(square()).main), engine);
+    const auto expect_pixels = [&](std::initializer_list<std::tuple<int, int, RGB>> pixels) {
+        for (const auto& [x, y, want] : pixels) EXPECT_EQ(rgb(x, y), want) << x << ", " << y;
+    };
     frame();  // no scale yet: a collapsed actor, nothing to see
-    EXPECT_EQ(rgb(80, 60), (std::array<int, 3>{0, 0, 0x40}));
+    expect_pixels({{80, 60, kBackground}});
 
     actor.SetScale(Variant(1.0), Variant(1.0), Variant(1.0));
     frame();
-    EXPECT_EQ(rgb(66, 60), (std::array<int, 3>{255, 0, 0}));   // x -0.36: tu 0.14
+    // x -0.36: tu 0.14; then no shadow, and left of the square
+    expect_pixels({{66, 60, kRed}, {80, 10, kBackground}, {50, 60, kBackground}});
     const auto green = rgb(94, 60);  // x 0.36: tu 0.86, a little of the red beside it
     EXPECT_TRUE(green[0] < 32 && green[1] > 224 && green[2] == 0) << green[0] << " " << green[1];
-    EXPECT_EQ(rgb(80, 10), (std::array<int, 3>{0, 0, 0x40}));  // no shadow
-    EXPECT_EQ(rgb(50, 60), (std::array<int, 3>{0, 0, 0x40}));  // left of the square
 
     actor.EnableShadowing(true);
     // drawn lit and untextured: with no emissive light in the material, the
@@ -265,20 +242,15 @@ TEST_F(MdlFile, TheActorShowsItsSkinWhereItStandsAndItsShadowOnlyWhenEnabled) {
     engine.D3D_DEV->setMaterial(dark);
     engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_AMBIENT, 0x303030);
     frame();
-    const std::array<int, 3> background{0, 0, 0x40};
-    EXPECT_EQ(rgb(80, 10), (std::array<int, 3>{0x30, 0x30, 0x30}));
-    EXPECT_EQ(rgb(62, 2), (std::array<int, 3>{0x30, 0x30, 0x30}));
-    EXPECT_EQ(rgb(58, 10), background);  // left of it (x -0.5 at 60.7)
-    EXPECT_EQ(rgb(80, 20), background);  // below it (y 1.5 at 16.6)
-    EXPECT_EQ(rgb(66, 60), (std::array<int, 3>{255, 0, 0}));         // the actor itself unchanged
-    EXPECT_EQ(rgb(80, 30), (std::array<int, 3>{0, 0, 0x40}));        // between the two
+    // left of the shadow (x -0.5 at 60.7), below it (y 1.5 at 16.6), the actor unchanged, between the two
+    expect_pixels({{80, 10, kShadow}, {62, 2, kShadow}, {58, 10, kBackground}, {80, 20, kBackground},
+                   {66, 60, kRed}, {80, 30, kBackground}});
 
     // moved 1 to the right (38.6 columns): red now at column 105
     actor.SetPosition(Variant(1.0), Variant(0.0), Variant(0.0));
     actor.EnableShadowing(false);
     frame();
-    EXPECT_EQ(rgb(105, 60), (std::array<int, 3>{255, 0, 0}));
-    EXPECT_EQ(rgb(66, 60), (std::array<int, 3>{0, 0, 0x40}));
+    expect_pixels({{105, 60, kRed}, {66, 60, kBackground}});
 
     // out of view: the sphere test ends Render before the pose
     actor.SetPosition(Variant(50.0), Variant(0.0), Variant(0.0));

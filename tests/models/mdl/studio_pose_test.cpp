@@ -20,6 +20,11 @@ constexpr float kHalfPi = 1.5707963f;
 StudioModel read(const StudioDesc& s) {
     return tarko::mdl::read_studio(write_studio(s).main, "a.mdl", [](const std::string&) { return Bytes{}; });
 }
+StudioPlay started(const StudioModel& m) {
+    StudioPlay play;
+    tarko::mdl::start_play(m, play);
+    return play;
+}
 
 // Where bone `b`'s matrix puts the bone-space point p.
 D3DVECTOR place(const StudioPlay& play, std::size_t b, D3DVECTOR p) {
@@ -27,6 +32,14 @@ D3DVECTOR place(const StudioPlay& play, std::size_t b, D3DVECTOR p) {
     const std::uint8_t bone = static_cast<std::uint8_t>(b);
     tarko::mdl::skin(std::span(&p, 1), std::span(&bone, 1), play.ActorBones, std::span(&out, 1));
     return out;
+}
+
+struct Near {
+    const char* what;
+    double got, want, tol;
+};
+void expect_all(std::initializer_list<Near> list) {
+    for (const Near& n : list) EXPECT_NEAR(n.got, n.want, n.tol) << n.what;
 }
 
 void expect_near(const D3DVECTOR& got, const D3DVECTOR& want, const std::string& what) {
@@ -40,25 +53,19 @@ void expect_near(const D3DVECTOR& got, const D3DVECTOR& want, const std::string&
 TEST(StudioQuaternions, AnglesSlerpAndMatrix) {
     // (0, 0, pi/2): half angle pi/4 on z: s = cz = 0.70711, z = sz = 0.70711
     const D3DRMQUATERNION q = tarko::mdl::angle_quaternion({0, 0, kHalfPi});
-    EXPECT_NEAR(q.s, 0.70711, 1e-5);
-    EXPECT_NEAR(q.v.x, 0, 1e-7);
-    EXPECT_NEAR(q.v.z, 0.70711, 1e-5);
-    // (pi/2, 0, 0): x = sx cy cz = 0.70711; (0, pi/2, 0): y = 0.70711
-    EXPECT_NEAR(tarko::mdl::angle_quaternion({kHalfPi, 0, 0}).v.x, 0.70711, 1e-5);
-    EXPECT_NEAR(tarko::mdl::angle_quaternion({0, kHalfPi, 0}).v.y, 0.70711, 1e-5);
     // x and z together: z = cx cy sz - sx sy cz = 0.5 (y 0), x = sx cy cz = 0.5, y = sx cy sz = 0.5
     const D3DRMQUATERNION xz = tarko::mdl::angle_quaternion({kHalfPi, 0, kHalfPi});
-    EXPECT_NEAR(xz.v.y, 0.5, 1e-5);
-    EXPECT_NEAR(xz.s, 0.5, 1e-5);
-
     const D3DRMQUATERNION id{1, {0, 0, 0}};
     // half way from no turn to pi/2 about z: pi/4, so (cos pi/8, 0, 0, sin pi/8)
     const D3DRMQUATERNION half = tarko::mdl::quaternion_slerp(id, q, 0.5f);
-    EXPECT_NEAR(half.s, 0.92388, 1e-5);
-    EXPECT_NEAR(half.v.z, 0.38268, 1e-5);
     const D3DRMQUATERNION start = tarko::mdl::quaternion_slerp(id, q, 0.0f);
-    EXPECT_NEAR(start.s, 1, 1e-6);
-    EXPECT_NEAR(start.v.z, 0, 1e-6);
+    expect_all({{"q.s", q.s, 0.70711, 1e-5}, {"q.x", q.v.x, 0, 1e-7}, {"q.z", q.v.z, 0.70711, 1e-5},
+                // (pi/2, 0, 0): x = sx cy cz = 0.70711; (0, pi/2, 0): y = 0.70711
+                {"x.x", tarko::mdl::angle_quaternion({kHalfPi, 0, 0}).v.x, 0.70711, 1e-5},
+                {"y.y", tarko::mdl::angle_quaternion({0, kHalfPi, 0}).v.y, 0.70711, 1e-5},
+                {"xz.y", xz.v.y, 0.5, 1e-5}, {"xz.s", xz.s, 0.5, 1e-5},
+                {"half.s", half.s, 0.92388, 1e-5}, {"half.z", half.v.z, 0.38268, 1e-5},
+                {"start.s", start.s, 1, 1e-6}, {"start.z", start.v.z, 0, 1e-6}});
     // the negative of q is q the long way round: taken the short way, q again
     const D3DRMQUATERNION neg{-q.s, {-q.v.x, -q.v.y, -q.v.z}};
     for (float t : {0.0f, 0.3f, 1.0f}) {
@@ -74,21 +81,16 @@ TEST(StudioQuaternions, AnglesSlerpAndMatrix) {
     m.rc14 = m.rc41 = m.rc44 = 7;  // not among the nine cells
     tarko::mdl::quaternion_matrix(half, m);
     // pi/4 about z, row vectors: row 1 (cos, sin, 0), row 2 (-sin, cos, 0)
-    EXPECT_NEAR(m.rc11, 0.70711, 1e-5);
-    EXPECT_NEAR(m.rc12, 0.70711, 1e-5);
-    EXPECT_NEAR(m.rc21, -0.70711, 1e-5);
-    EXPECT_NEAR(m.rc33, 1, 1e-6);
-    EXPECT_EQ(m.rc14, 7);
-    EXPECT_EQ(m.rc41, 7);
-    EXPECT_EQ(m.rc44, 7);
+    expect_all({{"11", m.rc11, 0.70711, 1e-5}, {"12", m.rc12, 0.70711, 1e-5}, {"21", m.rc21, -0.70711, 1e-5},
+                {"33", m.rc33, 1, 1e-6}});
+    EXPECT_EQ((std::array<float, 3>{m.rc14, m.rc41, m.rc44}), (std::array<float, 3>{7, 7, 7}));
 }
 
 TEST(StudioClock, FramesMoveWithTheTickCountCappedAt100ms) {
     StudioDesc s;
     s.sequences = {{"a", 10, 10, 0, {}}, {"b", 10, 10, 0, {}}};
     const StudioModel m = read(s);
-    StudioPlay play;
-    tarko::mdl::start_play(m, play);
+    StudioPlay play = started(m);
     struct Case {
         float from;
         Long now;
@@ -132,8 +134,7 @@ TEST(StudioTracks, AOneBoneTrackPutsTheVertexWhereTheRunsSay) {
     const Track x{{4, {10, 20, 30}}, {2, {50}}, {4, {60}}};
     s.sequences = {{"move", 10, 12, 0, {{x, {}, {}, {}, {}, {}}}}};
     const StudioModel m = read(s);
-    StudioPlay play;
-    tarko::mdl::start_play(m, play);
+    StudioPlay play = started(m);
     play.AnimSequence = 0;
     struct Case {
         float frame;
@@ -170,8 +171,7 @@ TEST(StudioTracks, RotationBlendsTheTwoAnglesAndParentsCarryTheirChildren) {
     s.bones[0].scale = {1, 1, 1, 1, 1, 3.14159265f / 200};
     s.sequences = {{"turn", 10, 2, 0, {{Track{}, {}, {}, {}, {}, Track{{2, {0, 100}}}}, {}}}};
     const StudioModel m = read(s);
-    StudioPlay play;
-    tarko::mdl::start_play(m, play);
+    StudioPlay play = started(m);
     play.AnimSequence = 0;
     play.AnimFrame = 0.5f;
     tarko::mdl::pose(m, play);
@@ -188,8 +188,7 @@ TEST(StudioTracks, WithoutASequenceTheBonesRestAndStillFollowTheirControllers) {
     s.controllers = {{0, 0x1, 0, 10, 0}};
     s.sequences = {{"only", 10, 2, 0, {}}};
     const StudioModel m = read(s);
-    StudioPlay play;
-    tarko::mdl::start_play(m, play);
+    StudioPlay play = started(m);
     EXPECT_EQ(play.AnimSequence, 1);  // one past the only sequence
     EXPECT_EQ(play.ControllerValues, std::vector<float>{128});
     play.ControllerValues[0] = 51;    // 51 / 255 = 0.2 of 0..10: 2
@@ -204,8 +203,7 @@ TEST(StudioControllers, ValuesBendWithinTheirRange) {
     s.controllers = {{0, 0x20, -30, 30, 0}, {0, 0x8020, 10, 0, 1}, {0, 0x2, 0, 10, 2}, {0, 0x10, 0, 64, 4},
                      {0, 0x20, 0, 90, 3}};
     const StudioModel m = read(s);
-    StudioPlay play;
-    tarko::mdl::start_play(m, play);
+    StudioPlay play = started(m);
     EXPECT_EQ(play.ControllerValues, (std::vector<float>{128, 128, 128, 0, 0}));  // indices 4 and 3 are not below 3
     constexpr double deg = 3.141592653 / 180;
     struct Case {
@@ -235,10 +233,8 @@ TEST(StudioControllers, ValuesBendWithinTheirRange) {
 }
 
 TEST(StudioSkin, AVertexOfAMissingBoneStaysAtZero) {
-    StudioDesc s;
-    const StudioModel m = read(s);
-    StudioPlay play;
-    tarko::mdl::start_play(m, play);
+    const StudioModel m = read(StudioDesc{});
+    StudioPlay play = started(m);
     tarko::mdl::pose(m, play);
     const D3DVECTOR in[2] = {{1, 2, 3}, {4, 5, 6}};
     const std::uint8_t bones[2] = {0, 1};

@@ -16,7 +16,6 @@ using tarko::mdl::StudioModel;
 
 namespace {
 
-// Files by name for the reader's companion lookups.
 struct Disk {
     std::map<std::string, Bytes> files;
     std::vector<std::string> asked;
@@ -34,13 +33,31 @@ StudioModel read(const Bytes& main, Disk* disk = nullptr) {
     return tarko::mdl::read_studio(main, "hero.mdl", (disk ? disk : &none)->loader());
 }
 
-// One model of four vertices, one mesh with the given runs, skin 0 of 100 x 60.
+// One model of five vertices, one mesh with the given runs, skin 0 of 100 x 60.
 StudioDesc one_mesh(std::vector<Run> runs) {
     StudioDesc s;
     s.body_parts = {{"body", {{"m", {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {2, 2, 0}}, {}, {{0, -1, runs}}}}}};
     s.textures = {{"skin", 100, 60, {}, {}}};
     return s;
 }
+
+void put32(Bytes& f, std::size_t at, std::int64_t v) {
+    for (std::size_t i = 0; i < 4; ++i) f[at + i] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(v) >> (8 * i));
+}
+std::size_t u16(const Bytes& f, std::size_t at) { return static_cast<std::size_t>(f[at] | f[at + 1] << 8); }
+std::size_t triangles(const StudioModel& m) {
+    std::size_t n = 0;
+    for (const auto& dm : m.Models.at(0).at(0).DrawMeshes) n += dm.Indices.size() / 3;
+    return n;
+}
+// Points the first model's mesh table at `count` copies of `rec` appended to f.
+void repeat_meshes(Bytes& f, const Bytes& rec, int count) {
+    const std::size_t model = u16(f, u16(f, 208) + 72), table = f.size();
+    for (int i = 0; i < count; ++i) f.insert(f.end(), rec.begin(), rec.end());
+    put32(f, model + 72, count);
+    put32(f, model + 76, static_cast<std::int64_t>(table));
+}
+std::size_t first_mesh(const Bytes& f) { return u16(f, u16(f, u16(f, 208) + 72) + 76); }
 
 }  // namespace
 
@@ -82,9 +99,8 @@ TEST(StudioCommands, StripsAndFansBecomeTheirTriangles) {
 }
 
 TEST(StudioCommands, TwoRunsFollowEachOtherAndExtraTrianglesAreDropped) {
-    MeshDesc mesh{0, 2, {{false, {{0}, {1}, {2}}}, {true, {{3}, {0}, {2}}}, {false, {{4}, {1}, {0}}}}};
     StudioDesc s = one_mesh({});
-    s.body_parts[0].models[0].meshes = {mesh};
+    s.body_parts[0].models[0].meshes = {{0, 2, {{false, {{0}, {1}, {2}}}, {true, {{3}, {0}, {2}}}, {false, {{4}, {1}, {0}}}}}};
     const StudioModel m = read(write_studio(s).main);
     // capacity 2 triangles: the third run is read and dropped
     EXPECT_EQ(m.Models[0][0].DrawMeshes[0].Indices, (std::vector<std::int16_t>{0, 1, 2, 3, 0, 2}));
@@ -173,14 +189,11 @@ TEST(StudioTables, BonesControllersAndHitBoxesAreRead) {
     EXPECT_EQ(m.BoneControllers[0].index, 4);
     ASSERT_EQ(m.HitBoxMeshes.size(), 1u);
     const auto& p = m.HitBoxMeshes[0].positions;
-    // corners 1 3 7 first: (min, min, min), (min, max, min), (max, max, min)
-    EXPECT_EQ((std::array<float, 3>{p[0].x, p[0].y, p[0].z}), (std::array<float, 3>{-1, -2, -3}));
-    EXPECT_EQ((std::array<float, 3>{p[1].x, p[1].y, p[1].z}), (std::array<float, 3>{-1, 5, -3}));
-    EXPECT_EQ((std::array<float, 3>{p[2].x, p[2].y, p[2].z}), (std::array<float, 3>{4, 5, -3}));
-    // the last: 6 1 2 -> corner 2 is (min, min, max)
-    EXPECT_EQ((std::array<float, 3>{p[35].x, p[35].y, p[35].z}), (std::array<float, 3>{-1, -2, 6}));
-    // corner 6 (max, min, max) opens the eleventh triangle
-    EXPECT_EQ((std::array<float, 3>{p[30].x, p[30].y, p[30].z}), (std::array<float, 3>{4, -2, 6}));
+    // corners 1 3 7 first: (min, min, min), (min, max, min), (max, max, min); corner 6
+    // (max, min, max) opens the eleventh triangle; the last: 6 1 2 -> corner 2 (min, min, max)
+    const std::pair<std::size_t, std::array<float, 3>> corners[] = {
+        {0, {-1, -2, -3}}, {1, {-1, 5, -3}}, {2, {4, 5, -3}}, {35, {-1, -2, 6}}, {30, {4, -2, 6}}};
+    for (const auto& [i, want] : corners) EXPECT_EQ((std::array<float, 3>{p[i].x, p[i].y, p[i].z}), want) << i;
 }
 
 TEST(StudioTables, TextureSidesRoundUpTheLadder) {
@@ -192,9 +205,9 @@ TEST(StudioTables, TextureSidesRoundUpTheLadder) {
 // Damaged files: each bad table is skipped, the read goes on, nothing is read outside the file.
 struct Damage {
     const char* name;
-    std::size_t field;     // header offset to overwrite
+    std::size_t field;  // header offset to overwrite
     std::int32_t value;
-    const char* reason;    // in the skipped step
+    const char* reason;  // in the skipped step
 };
 
 TEST(StudioDamage, ABadTableIsSkippedAndTheRestIsRead) {
@@ -211,25 +224,22 @@ TEST(StudioDamage, ABadTableIsSkippedAndTheRestIsRead) {
     };
     for (const Damage& d : cases) {
         Bytes bad = good;
-        for (int i = 0; i < 4; ++i) bad[d.field + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(d.value) >> (8 * i));
+        put32(bad, d.field, d.value);
         const StudioModel m = read(bad);
         ASSERT_EQ(m.skipped.size(), 1u) << d.name;
         EXPECT_NE(m.skipped[0].reason().find(d.reason), std::string::npos) << d.name << ": " << m.skipped[0].reason();
         // the other tables are all there
-        const bool bones = std::string(d.reason).starts_with("bone"), seqs = std::string(d.reason).starts_with("sequence"),
-                   parts = std::string(d.reason).starts_with("body"), tex = std::string(d.reason).starts_with("texture");
-        EXPECT_EQ(m.Bones.size(), bones ? 0u : 1u) << d.name;
-        EXPECT_EQ(m.Sequences.size(), seqs ? 0u : 1u) << d.name;
-        EXPECT_EQ(m.BodyParts.size(), parts ? 0u : 1u) << d.name;
-        EXPECT_EQ(m.Textures.size(), tex ? 0u : 1u) << d.name;
+        const auto lost = [&](const char* table) { return std::string(d.reason).starts_with(table) ? 0u : 1u; };
+        EXPECT_EQ(m.Bones.size(), lost("bone")) << d.name;
+        EXPECT_EQ(m.Sequences.size(), lost("sequence")) << d.name;
+        EXPECT_EQ(m.BodyParts.size(), lost("body")) << d.name;
+        EXPECT_EQ(m.Textures.size(), lost("texture")) << d.name;
     }
 }
 
 TEST(StudioDamage, MeshAndVertexTablesOutsideTheFileAreSkipped) {
-    StudioDesc s = one_mesh({{false, {{0}, {1}, {2}}}});
-    const Bytes good = write_studio(s).main;
-    const std::size_t model = static_cast<std::size_t>(good[208] | good[209] << 8) ;  // body part table
-    const std::size_t table = static_cast<std::size_t>(good[model + 72] | good[model + 73] << 8);
+    const Bytes good = write_studio(one_mesh({{false, {{0}, {1}, {2}}}})).main;
+    const std::size_t table = u16(good, u16(good, 208) + 72);  // the body part's model table
     const struct {
         std::size_t at;
         std::int32_t value;
@@ -240,7 +250,7 @@ TEST(StudioDamage, MeshAndVertexTablesOutsideTheFileAreSkipped) {
                  {table + 76, 0x7FFFFFFF, "mesh table: offset"}};
     for (const auto& c : cases) {
         Bytes bad = good;
-        for (int i = 0; i < 4; ++i) bad[c.at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(c.value) >> (8 * i));
+        put32(bad, c.at, c.value);
         const StudioModel m = read(bad);
         ASSERT_FALSE(m.skipped.empty()) << c.reason;
         EXPECT_NE(m.skipped[0].reason().find(c.reason), std::string::npos) << m.skipped[0].reason();
@@ -268,23 +278,12 @@ TEST(StudioDamage, EveryCutOfAFileReadsWithoutFault) {
 TEST(StudioDamage, SharedCommandsCannotMultiplyTheWork) {
     // 2000 meshes all pointing at one strip of 30 points (28 triangles): the
     // file holds about 2000 x 20 + 250 bytes, so about 5,000 points in all.
-    StudioDesc s = one_mesh({{false, std::vector<Point>(30)}});
-    Bytes f = write_studio(s).main;
-    const std::size_t part = f[208] | f[209] << 8, model = f[part + 72] | f[part + 73] << 8;
-    const std::size_t meshes = f[model + 76] | f[model + 77] << 8;
-    const std::int32_t commands = f[meshes + 4] | f[meshes + 5] << 8;
-    const std::size_t table = f.size();
-    for (int i = 0; i < 2000; ++i) {
-        Bytes rec(20, 0);
-        rec[0] = 28, rec[4] = static_cast<std::uint8_t>(commands), rec[5] = static_cast<std::uint8_t>(commands >> 8);
-        f.insert(f.end(), rec.begin(), rec.end());
-    }
-    for (int i = 0; i < 4; ++i) f[model + 72 + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(2000 >> (8 * i));
-    for (int i = 0; i < 4; ++i) f[model + 76 + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(table >> (8 * i));
+    Bytes f = write_studio(one_mesh({{false, std::vector<Point>(30)}})).main;
+    Bytes rec(20, 0);
+    rec[0] = 28, rec[4] = f[first_mesh(f) + 4], rec[5] = f[first_mesh(f) + 5];
+    repeat_meshes(f, rec, 2000);
     const StudioModel m = read(f);
-    std::size_t triangles = 0;
-    for (const auto& dm : m.Models[0][0].DrawMeshes) triangles += dm.Indices.size() / 3;
-    EXPECT_LE(triangles, f.size() / 8 + 1);  // the budget, not 2000 x 28 = 56000
+    EXPECT_LE(triangles(m), f.size() / 8 + 1);  // the budget, not 2000 x 28 = 56000
     EXPECT_FALSE(m.skipped.empty());
 }
 
@@ -312,9 +311,7 @@ TEST(StudioSeeds, SeedFilesReadToTheirEnd) {
         const StudioModel m = read(bytes);
         // the textureless one misses its companion, and only that
         EXPECT_EQ(m.skipped.size(), s.desc.textures_in_companion ? 1u : 0u) << s.name;
-        std::size_t triangles = 0;
-        for (const auto& dm : m.Models.at(0).at(0).DrawMeshes) triangles += dm.Indices.size() / 3;
-        EXPECT_EQ(triangles, s.triangles) << s.name;
+        EXPECT_EQ(triangles(m), s.triangles) << s.name;
         if (dir) {
             std::filesystem::create_directories(std::filesystem::path(dir) / "mdl");
             std::ofstream(std::filesystem::path(dir) / "mdl" / s.name, std::ios::binary)
@@ -353,16 +350,8 @@ TEST(StudioDamage, RunsWithoutTrianglesCannotMultiplyTheWork) {
     StudioDesc s = one_mesh({});
     s.body_parts[0].models[0].meshes = {{0, 0, std::vector<tarko::test::mdl::Run>(100, tarko::test::mdl::Run{false, {{0}, {1}}})}};
     Bytes f = write_studio(s).main;
-    const std::size_t part = f[208] | f[209] << 8, model = f[part + 72] | f[part + 73] << 8;
-    const std::size_t meshes = f[model + 76] | f[model + 77] << 8;
-    const std::size_t table = f.size();
-    for (int i = 0; i < 3000; ++i) {
-        Bytes rec(20, 0);
-        std::copy(f.begin() + static_cast<std::ptrdiff_t>(meshes), f.begin() + static_cast<std::ptrdiff_t>(meshes + 20), rec.begin());
-        f.insert(f.end(), rec.begin(), rec.end());
-    }
-    for (int i = 0; i < 4; ++i) f[model + 72 + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(3000 >> (8 * i));
-    for (int i = 0; i < 4; ++i) f[model + 76 + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(table >> (8 * i));
+    const auto mesh = f.begin() + static_cast<std::ptrdiff_t>(first_mesh(f));
+    repeat_meshes(f, Bytes(mesh, mesh + 20), 3000);
     const StudioModel m = read(f);
     ASSERT_FALSE(m.skipped.empty());
     EXPECT_NE(m.skipped.back().reason().find("more triangle command points than the file can hold"), std::string::npos);
