@@ -1,8 +1,7 @@
 // Light maps baked per group, the light-map table, and "TVLM" files.
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -39,15 +38,16 @@ protected:
         mesh::reset_module();
     }
     // A group of three vertices P0, P1, P2 (more follow if given).
-    void group(Integer g, std::vector<D3DVECTOR> points) {
-        mesh->SetGroupPointer(g);
+    void group(Integer g, std::vector<D3DVECTOR> points, Mesh* on = nullptr) {
+        Mesh& m = on ? *on : *mesh;
+        m.SetGroupPointer(g);
         Long n = 0;
-        for (const auto& p : points) mesh->AddVertex(p.x, p.y, p.z, -1, 0, 0, 0, 0, 0, false, n);
+        for (const auto& p : points) m.AddVertex(p.x, p.y, p.z, -1, 0, 0, 0, 0, 0, false, n);
     }
     // P0 (0, 0, 0), P1 (0, 0, 4), P2 (8, 0, 0): E1 = (8, 0, 0), E2 = (0, 0, 4). At
     // Density 16 (1 texel a unit) W = |E2| = 4 runs along E1 and H = |E1| = 8
     // along E2: texel (x, y) lies at (2 x, 0, 0.5 y).
-    void plane(Integer g = 1) { group(g, {{0, 0, 0}, {0, 0, 4}, {8, 0, 0}}); }
+    void plane(Integer g = 1, Mesh* on = nullptr) { group(g, {{0, 0, 0}, {0, 0, 4}, {8, 0, 0}}, on); }
     Ref<DirectDrawSurface7> map(Integer g) const {
         const Integer slot = mesh->record().Groups[static_cast<std::size_t>(g)].LightMapSlot;
         return mesh::module().LightMapTable[static_cast<std::size_t>(slot)];
@@ -67,8 +67,7 @@ TEST_F(LightMaps, OnePointLightAddsItsDiffuseByDistanceAlone) {
     Mesh::SetBakeLight(0, point_light({0, 3, 0}, 10, kWarm), true);
     mesh->GenerateLightMap(16, Variant(), 0);
     ASSERT_TRUE(map(1));
-    EXPECT_EQ(map(1)->width(), 4);
-    EXPECT_EQ(map(1)->height(), 8);
+    EXPECT_EQ(std::tuple(map(1)->width(), map(1)->height()), std::tuple(4, 8));
     // (0, 0): distance 3, a = 1 - 3/10 = 0.7: 0.7 x 255 = 178.5 -> 178, x 0.5 -> 89, x 0.25 -> 44.
     EXPECT_EQ(texel(1, 0, 0), 0xB2592Cu);
     // (2, 0) lies at (4, 0, 0), 53 degrees off the light's vertical: distance
@@ -147,8 +146,7 @@ TEST_F(LightMaps, SizesComeFromTheOtherEdgeRoundedHalfToEvenThenUpTheLadder) {
         group(g, {{0, 0, 0}, {0, 0, w.e2}, {w.e1, 0, 0}});
         mesh->GenerateLightMap(w.density, Variant(), 0);
         ASSERT_TRUE(map(g));
-        EXPECT_EQ(map(g)->width(), w.width) << w.e1 << " x " << w.e2;
-        EXPECT_EQ(map(g)->height(), w.height) << w.e1 << " x " << w.e2;
+        EXPECT_EQ(std::tuple(map(g)->width(), map(g)->height()), std::tuple(w.width, w.height)) << w.e1 << " x " << w.e2;
         ++g;
     }
 }
@@ -159,9 +157,8 @@ TEST_F(LightMaps, EachGroupKeepsItsEntryAndEmptyEntriesAreTakenFirst) {
     group(3, {{0, 0, 0}, {0, 0, 0}});  // a short list: the missing vertex is the origin
     mesh->GenerateLightMap(16, Variant(), 0);
     const auto& r = mesh->record();
-    EXPECT_EQ(r.Groups[1].LightMapSlot, 1);
-    EXPECT_EQ(r.Groups[2].LightMapSlot, 2);
-    EXPECT_EQ(r.Groups[3].LightMapSlot, 3);
+    EXPECT_EQ(std::tuple(r.Groups[1].LightMapSlot, r.Groups[2].LightMapSlot, r.Groups[3].LightMapSlot),
+              std::tuple(1, 2, 3));
     EXPECT_FALSE(mesh::module().LightMapTable[3]);  // a size of 0 makes no surface
     const auto first = map(1);
     mesh::module().LightMapTable[3] = mesh::make_light_map_surface(4, 4);
@@ -172,9 +169,7 @@ TEST_F(LightMaps, EachGroupKeepsItsEntryAndEmptyEntriesAreTakenFirst) {
     EXPECT_EQ(texel(1, 3, 7), 0xFFFFFFu);
 
     Mesh other;
-    other.SetGroupPointer(1);
-    Long n = 0;
-    for (auto [x, z] : {std::pair{0.f, 0.f}, {0.f, 4.f}, {8.f, 0.f}}) other.AddVertex(x, 0, z, -1, 0, 0, 0, 0, 0, false, n);
+    plane(1, &other);
     other.GenerateLightMap(16, Variant(), 0);
     EXPECT_EQ(other.record().Groups[1].LightMapSlot, 3);  // the empty entry
     EXPECT_EQ(mesh::module().LightMapCount, 3);
@@ -188,10 +183,8 @@ TEST_F(LightMaps, RemappedGroupsCentreTheirCoordinatesOnTheMap) {
     const auto& v = mesh->record().LVertices;
     // u = x: 0, 0, 8, centre 4; v = z: 0, 4, 0, centre 2; W0 = 4, H0 = 8, Density 1.
     // tu = ((u - 4) + 2) / 4: -0.5, -0.5, 1.5; tv = ((v - 2) + 4) / 8: 0.25, 0.75, 0.25.
-    EXPECT_FLOAT_EQ(v[1].tu, -0.5f);
-    EXPECT_FLOAT_EQ(v[3].tu, 1.5f);
-    EXPECT_FLOAT_EQ(v[1].tv, 0.25f);
-    EXPECT_FLOAT_EQ(v[2].tv, 0.75f);
+    for (auto [got, want] : {std::pair{v[1].tu, -0.5f}, {v[3].tu, 1.5f}, {v[1].tv, 0.25f}, {v[2].tv, 0.75f}})
+        EXPECT_FLOAT_EQ(got, want);
     EXPECT_EQ(v[4].tu, 0.0f);  // group 2 is not remapped
 }
 
@@ -217,34 +210,22 @@ TEST_F(LightMaps, LargeMapsAreTheSameForEveryThreadCount) {
 
     // The kernel alone on pools of 1, 2 and 4 threads, the job split by columns.
     mesh::BakeJob job;
-    job.p0 = {0, 0, 0};
-    job.e1 = {90, 0, 0};
-    job.e2 = {0, 0, 70};
-    job.width = 96;
-    job.height = 80;
+    job.p0 = {0, 0, 0}, job.e1 = {90, 0, 0}, job.e2 = {0, 0, 70}, job.width = 96, job.height = 80;
     job.lights = {point_light({30, 4, 20}, 50, {1, 1, 1, 1})};
     platform::d3d::WorkerPool one(1), two(2), four(4);
     const auto a = mesh::bake_texels(job, &one), b = mesh::bake_texels(job, &two), c = mesh::bake_texels(job, &four);
-    EXPECT_EQ(a, b);
-    EXPECT_EQ(a, c);
-    EXPECT_EQ(a, mesh::bake_texels(job, nullptr));
+    for (const auto& other : {b, c, mesh::bake_texels(job, nullptr)}) EXPECT_EQ(a, other);
 
-    // Lights whose range ends just short of the map are left out of the work
-    // and change nothing; one that reaches it counts. The map spans x 0..90,
-    // z 0..70 at y 0: a light 5 above texel (48, 40) at (45, 0, 35) with range
-    // 5.5 gives it 255 / 11 = 23; one 5.1 below the corner (90, 0, 70) with
-    // range 5 reaches no texel.
+    // A light just short of the map changes nothing; one reaching it counts. Map x 0..90, z 0..70:
+    // 5 above texel (48, 40) = (45, 0, 35), range 5.5: 255 / 11 = 23; 5.1 below (90, 0, 70), range 5: none.
     mesh::BakeJob lone = job;
     lone.lights = {point_light({45, 5, 35}, 5.5f, kWhite)};
     const auto just = mesh::bake_texels(lone, nullptr);
     EXPECT_EQ(just[40 * 96 + 48], 0x171717u);
     lone.lights.push_back(point_light({90, -5.1f, 70}, 5, kWhite));
     EXPECT_EQ(mesh::bake_texels(lone, nullptr), just);
-    // The same map spanned from its far corner along -x and -z: texel (48, 40)
-    // is again (90 - 45, 0, 70 - 35).
-    lone.p0 = {90, 0, 70};
-    lone.e1 = {-90, 0, 0};
-    lone.e2 = {0, 0, -70};
+    // Spanned from the far corner along -x and -z: texel (48, 40) is again (90 - 45, 0, 70 - 35).
+    lone.p0 = {90, 0, 70}, lone.e1 = {-90, 0, 0}, lone.e2 = {0, 0, -70};
     EXPECT_EQ(mesh::bake_texels(lone, nullptr)[40 * 96 + 48], 0x171717u);
 }
 
@@ -294,10 +275,8 @@ TEST(TvlmReader, AWrongMagicOrANegativeCountReadsNoMap) {
 class TvlmFiles : public LightMaps {
 protected:
     std::string save(const std::vector<std::uint8_t>& bytes, const std::string& name = "maps.tvlm") {
-        const auto path = test::scratch_dir(::testing::UnitTest::GetInstance()->current_test_info()->name()) / name;
-        std::ofstream(path, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        return path.string();
+        return test::write_file(
+            test::scratch_dir(::testing::UnitTest::GetInstance()->current_test_info()->name()) / name, bytes);
     }
 };
 
@@ -358,7 +337,6 @@ TEST_F(TvlmFiles, BadFilesChangeNothing) {
 }
 
 TEST(TvlmReader, SeedFilesReadToTheirEnd) {
-    // The fuzz seeds; with TARKO_WRITE_SEEDS=<fuzz/corpus> they are also written to <dir>/tvlm.
     std::vector<std::uint32_t> ramp;
     for (std::uint32_t i = 0; i < 64; ++i) ramp.push_back(i * 0x030201u);
     const struct {
@@ -370,13 +348,8 @@ TEST(TvlmReader, SeedFilesReadToTheirEnd) {
         {"three.tvlm", write_tvlm({{8, 8, 1, ramp}, {1, 4, 2, {1, 2, 3, 4}}, {4, 1, 0, {9, 9, 9, 9}}}), 3},
         {"empty.tvlm", write_tvlm({}), 0},
     };
-    const char* dir = std::getenv("TARKO_WRITE_SEEDS");
     for (const auto& s : seeds) {
         EXPECT_EQ(mesh::parse_tvlm(s.bytes).maps.size(), s.maps) << s.name;
-        if (dir) {
-            std::filesystem::create_directories(std::filesystem::path(dir) / "tvlm");
-            std::ofstream(std::filesystem::path(dir) / "tvlm" / s.name, std::ios::binary)
-                .write(reinterpret_cast<const char*>(s.bytes.data()), static_cast<std::streamsize>(s.bytes.size()));
-        }
+        test::write_seed("tvlm", s.name, s.bytes);
     }
 }

@@ -1,12 +1,12 @@
 // Sprite files: the reader, frames made into textures, frames shared by file.
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
+#include <tuple>
+#include <utility>
 
 #include "mesh/mesh.h"
 #include "mesh/sprite_reader.h"
 #include "support/engine_test_support.h"
+#include "tvlm_writer.h"
 
 using namespace tarko;
 
@@ -14,20 +14,14 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-void put32(Bytes& b, std::uint32_t v) {
-    for (int i = 0; i < 4; ++i) b.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
-}
+void put32(Bytes& b, std::uint32_t v) { test::put_le(b, v, 4); }
 // A sprite of `frames` frames, frame k filled with palette index k; palette
 // entry k is `colours[k]` (0x00RRGGBB).
 Bytes make_sprite(std::int32_t w, std::int32_t h, std::int32_t frames, const std::vector<std::uint32_t>& colours,
                   std::size_t frames_written = 99) {
     Bytes b = {'I', 'D', 'S', 'P'};
-    for (int i = 0; i < 4; ++i) put32(b, 0);  // version, type, texture format, radius
-    put32(b, static_cast<std::uint32_t>(w));
-    put32(b, static_cast<std::uint32_t>(h));
-    put32(b, static_cast<std::uint32_t>(frames));
-    put32(b, 0);
-    put32(b, 0);
+    // version, type, texture format, radius, width, height, frames, two zeros
+    for (std::int32_t v : {0, 0, 0, 0, w, h, frames, 0, 0}) put32(b, static_cast<std::uint32_t>(v));
     b.push_back(0), b.push_back(1);  // palette size 256
     for (int i = 0; i < 256; ++i) {
         const std::uint32_t c = i < static_cast<int>(colours.size()) ? colours[static_cast<std::size_t>(i)] : 0;
@@ -52,10 +46,7 @@ protected:
         EngineFixture::TearDown();
     }
     std::string save(const Bytes& bytes, const std::string& name) {
-        const auto dir = test::scratch_dir("sprites");
-        std::ofstream(dir / name, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        return (dir / name).string();
+        return test::write_file(test::scratch_dir("sprites") / name, bytes);
     }
 };
 
@@ -87,15 +78,12 @@ TEST_F(Sprites, FramesBecomeTexturesAtTheLadderSizeAndAreSharedByFile) {
     a->LoadSprite(file, engine);
     auto& m = mesh::module();
     const auto& ra = a->record();
-    EXPECT_EQ(ra.SpriteOn, -1);
-    EXPECT_EQ(ra.FirstSprite, 1);
-    EXPECT_EQ(ra.SpriteCount, 3);
-    EXPECT_EQ(m.SpriteCursor, 3);  // 1, then 3 - 1 more
+    // SpriteOn, FirstSprite, SpriteCount; the cursor is 1, then 3 - 1 more.
+    EXPECT_EQ(std::tuple(ra.SpriteOn, ra.FirstSprite, ra.SpriteCount, m.SpriteCursor), std::tuple(-1, 1, 3, 3));
     for (int k = 1; k <= 3; ++k) {
         const auto& tex = m.SpriteTable[static_cast<std::size_t>(k)];
         ASSERT_TRUE(tex) << k;
-        EXPECT_EQ(tex->width(), 4);   // 3 -> 4
-        EXPECT_EQ(tex->height(), 8);  // 5 -> 8
+        EXPECT_EQ(std::tuple(tex->width(), tex->height()), std::tuple(4, 8));  // 3 -> 4, 5 -> 8
         EXPECT_EQ(m.SpriteNames[static_cast<std::size_t>(k)], file);
     }
     // Frame k is filled with palette entry k - 1: red, green, blue (opaque in any format).
@@ -105,16 +93,13 @@ TEST_F(Sprites, FramesBecomeTexturesAtTheLadderSizeAndAreSharedByFile) {
 
     Mesh b;
     b.LoadSprite(file, engine);  // the same file: a's run, no new textures
-    EXPECT_EQ(b.record().FirstSprite, 1);
-    EXPECT_EQ(b.record().SpriteCount, 3);
-    EXPECT_EQ(m.SpriteCursor, 3);
+    EXPECT_EQ(std::tuple(b.record().FirstSprite, b.record().SpriteCount, m.SpriteCursor), std::tuple(1, 3, 3));
     Long n = 0;
     a->AddVertex(0, 0, 0, 0, 0, 0, 0, 0, 0, false, n);
     a->RenderMesh(engine);
     a->RenderMesh(engine);
     b.RenderMesh(engine);
-    EXPECT_EQ(ra.CurrentSprite, 3);  // each mesh runs its own frame
-    EXPECT_EQ(b.record().CurrentSprite, 2);
+    EXPECT_EQ(std::tuple(ra.CurrentSprite, b.record().CurrentSprite), std::tuple(3, 2));  // each runs its own frame
 
     Mesh c;
     c.LoadSprite(save(make_sprite(1, 1, 2, {0x808080}), "spark.spr"), engine);
@@ -140,7 +125,6 @@ TEST_F(Sprites, AFileThatCannotBeReadLeavesALineForTheDeveloperOnly) {
 }
 
 TEST(SpriteReader, SeedFilesReadToTheirEnd) {
-    // The fuzz seeds; with TARKO_WRITE_SEEDS=<fuzz/corpus> they are also written to <dir>/sprite.
     const struct {
         const char* name;
         Bytes bytes;
@@ -149,13 +133,8 @@ TEST(SpriteReader, SeedFilesReadToTheirEnd) {
         {"three.spr", make_sprite(3, 5, 3, {0xFF0000, 0x00FF00, 0x0000FF}), 3},
         {"dot.spr", make_sprite(1, 1, 1, {0xFFFFFF}), 1},
     };
-    const char* dir = std::getenv("TARKO_WRITE_SEEDS");
     for (const auto& s : seeds) {
         EXPECT_EQ(mesh::parse_sprite(s.bytes).frames.size(), s.frames) << s.name;
-        if (dir) {
-            std::filesystem::create_directories(std::filesystem::path(dir) / "sprite");
-            std::ofstream(std::filesystem::path(dir) / "sprite" / s.name, std::ios::binary)
-                .write(reinterpret_cast<const char*>(s.bytes.data()), static_cast<std::streamsize>(s.bytes.size()));
-        }
+        test::write_seed("sprite", s.name, s.bytes);
     }
 }
