@@ -10,6 +10,7 @@
 #include "platform/d3d/worker_pool.h"
 #include "runtime/byte_reader.h"
 #include "support/test_support.h"
+#include "mesh_fixture.h"
 #include "tvlm_writer.h"
 
 using namespace tarko;
@@ -27,15 +28,11 @@ D3DLIGHT7 point_light(D3DVECTOR at, float range, D3DCOLORVALUE diffuse, std::int
     return l;
 }
 
-class LightMaps : public ::testing::Test {
+class LightMaps : public test::MeshModuleTest<> {
 protected:
     void SetUp() override {
-        mesh::reset_module();
+        MeshModuleTest::SetUp();
         mesh = std::make_unique<Mesh>();
-    }
-    void TearDown() override {
-        mesh.reset();
-        mesh::reset_module();
     }
     // A group of three vertices P0, P1, P2 (more follow if given).
     void group(Integer g, std::vector<D3DVECTOR> points, Mesh* on = nullptr) {
@@ -54,8 +51,6 @@ protected:
     }
     // 0x00RRGGBB as the X8R8G8B8 surface holds it.
     std::uint32_t texel(Integer g, int x, int y) const { return map(g)->raw_at(x, y) & 0xFFFFFFu; }
-
-    std::unique_ptr<Mesh> mesh;
 };
 
 const D3DCOLORVALUE kWarm{1, 0.5f, 0.25f, 1}, kWhite{1, 1, 1, 1};
@@ -287,14 +282,10 @@ TEST_F(TvlmFiles, MapsRoundTripIntoTheirGroupsAndTheLastLongIsIgnored) {
     const auto file = save(write_tvlm({{2, 1, 2, {0x0000FF, 0x00FF00}}, {1, 2, 1, {0xFF0000, 0x563412}}}));
     mesh->LoadLightMaps(file);
     const auto& r = mesh->record();
-    EXPECT_EQ(r.Groups[2].LightMapSlot, 1);
-    EXPECT_EQ(r.Groups[1].LightMapSlot, 2);
-    ASSERT_EQ(map(2)->width(), 2);
-    EXPECT_EQ(map(2)->height(), 1);
-    EXPECT_EQ(texel(2, 0, 0), 0xFF0000u);
-    EXPECT_EQ(texel(2, 1, 0), 0x00FF00u);
-    EXPECT_EQ(texel(1, 0, 0), 0x0000FFu);
-    EXPECT_EQ(texel(1, 0, 1), 0x123456u);
+    EXPECT_EQ(std::tuple(r.Groups[2].LightMapSlot, r.Groups[1].LightMapSlot), std::tuple(1, 2));
+    ASSERT_EQ(std::tuple(map(2)->width(), map(2)->height()), std::tuple(2, 1));
+    EXPECT_EQ(std::tuple(texel(2, 0, 0), texel(2, 1, 0), texel(1, 0, 0), texel(1, 0, 1)),
+              std::tuple(0xFF0000u, 0x00FF00u, 0x0000FFu, 0x123456u));
 
     // A baked map written out and read back into another mesh keeps every texel.
     Mesh::SetBakeLight(0, point_light({1, 2, 3}, 9, kWarm), true);

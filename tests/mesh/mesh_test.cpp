@@ -11,17 +11,14 @@
 
 #include "mesh/actor_mesh.h"
 #include "mesh/mesh.h"
+#include "mesh_fixture.h"
 #include "support/test_support.h"
 
 using namespace tarko;
 
 namespace {
 
-class MeshTable : public ::testing::Test {
-protected:
-    void SetUp() override { mesh::reset_module(); }
-    void TearDown() override { mesh::reset_module(); }
-};
+using MeshTable = test::MeshModuleTest<>;
 
 void expect_vertex(const D3DLVERTEX& v, float x, float y, float z, float tu, float tv) {
     EXPECT_EQ(std::tuple(v.x, v.y, v.z, v.color), std::tuple(x, y, z, -1));  // opaque white

@@ -6,6 +6,7 @@
 #include "mesh/mesh.h"
 #include "mesh/sprite_reader.h"
 #include "support/engine_test_support.h"
+#include "mesh_fixture.h"
 #include "tvlm_writer.h"
 
 using namespace tarko;
@@ -35,16 +36,8 @@ Bytes make_sprite(std::int32_t w, std::int32_t h, std::int32_t frames, const std
     return b;
 }
 
-class Sprites : public test::EngineFixture {
+class Sprites : public test::MeshModuleTest<test::EngineFixture> {
 protected:
-    void SetUp() override {
-        EngineFixture::SetUp();
-        mesh::reset_module();
-    }
-    void TearDown() override {
-        mesh::reset_module();
-        EngineFixture::TearDown();
-    }
     std::string save(const Bytes& bytes, const std::string& name) {
         return test::write_file(test::scratch_dir("sprites") / name, bytes);
     }
