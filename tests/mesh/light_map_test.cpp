@@ -238,12 +238,8 @@ TEST(TvlmReader, HostileFilesAreRefusedWithReasonAndByte) {
     auto map = [](std::int32_t w, std::int32_t h, std::size_t texels) {
         return TvlmMapRecord{w, h, 1, std::vector<std::uint32_t>(texels, 0x123456)};
     };
-    auto cut = [](std::vector<std::uint8_t> b, std::size_t size) {
-        b.resize(size);
-        return b;
-    };
     const test::Refusal rows[] = {
-        {"count cut short", cut(write_tvlm({}), 5), "file cut short", 4},
+        {"count cut short", test::cut(write_tvlm({}), 5), "file cut short", 4},
         {"width 0", write_tvlm({map(0, 2, 0)}), "map width 0", 6},
         {"width past 16384", write_tvlm({map(16385, 1, 0)}), "map width 16385", 6},
         {"negative height", write_tvlm({map(2, -1, 0)}), "map height -1", 10},
@@ -251,7 +247,7 @@ TEST(TvlmReader, HostileFilesAreRefusedWithReasonAndByte) {
         {"texels cut short", write_tvlm({map(2, 2, 3)}), "map texels", 16},
         // 16384 x 16384 texels claimed by a file of 20 bytes: refused before allocating.
         {"huge map", write_tvlm({map(16384, 16384, 0)}), "map texels", 16},
-        {"group number cut short", cut(write_tvlm({map(1, 1, 1)}), 15), "file cut short", 14},
+        {"group number cut short", test::cut(write_tvlm({map(1, 1, 1)}), 15), "file cut short", 14},
         // One map of 10 + 2 x 4 bytes from 6: the second header would start at 24.
         {"second map missing", write_tvlm({map(1, 1, 1)}, "TVLM", 2), "file cut short", 24},
     };

@@ -113,8 +113,7 @@ TEST_F(MeshTable, WallAndFloorStripsTakeTheirCornersAndMargins) {
     expect_vertex(r.LVertices[2], 1, 3.5f, 2, 0.08f, 1.96f);
     expect_vertex(r.LVertices[3], 5, 0.5f, 6, 3.92f, 0.04f);
     expect_vertex(r.LVertices[4], 5, 3.5f, 6, 3.92f, 1.96f);
-    EXPECT_EQ(r.Vertices[1].nx, 0.0f);
-    EXPECT_EQ(r.PrimitiveType, 5);
+    EXPECT_EQ(std::tuple(r.Vertices[1].nx, r.PrimitiveType), std::tuple(0.0f, 5));
 
     m.SetPrimitiveType(4);
     m.AddWall2(0, 0, 2, 0, 1, 2, 10, 20, 1, 1);
@@ -125,8 +124,7 @@ TEST_F(MeshTable, WallAndFloorStripsTakeTheirCornersAndMargins) {
     m.AddFloor(0, 0, 4, 8, -1, 1, 1);
     expect_vertex(r.LVertices[10], 0, -1, 8, 0.02f, 0.98f);
     expect_vertex(r.LVertices[11], 4, -1, 0, 0.98f, 0.02f);
-    EXPECT_EQ(r.Vertices[12].nx, 1.0f);
-    EXPECT_EQ(r.PrimitiveType, 5);
+    EXPECT_EQ(std::tuple(r.Vertices[12].nx, r.PrimitiveType), std::tuple(1.0f, 5));
 
     m.AddTriangle(1, 1, 1, 2, 2, 2, 3, 3, 3, 1, 1);
     expect_vertex(r.LVertices[15], 3, 3, 3, 0.98f, 0.02f);
@@ -143,8 +141,8 @@ TEST_F(MeshTable, FloorSetsItsPrimitiveTypeBeforeTheVerticesAndWallAfter) {
     EXPECT_EQ(m.record().PrimitiveType, 5);
     m.SetPrimitiveType(4);
     EXPECT_EQ(test::error_of([&] { m.AddWall(0, 0, 1, 1, 1, 0, 1, 1); }), err::SubscriptOutOfRange);
-    EXPECT_EQ(m.record().PrimitiveType, 4);
-    EXPECT_EQ(m.GetVertexCount(), 0);  // nothing added before the error
+    // Nothing is added before the error.
+    EXPECT_EQ(std::tuple(m.record().PrimitiveType, m.GetVertexCount()), std::tuple(4, 0));
 }
 
 TEST_F(MeshTable, BoxHasThirtySixVerticesInFaceOrderAndSetsItsTypes) {
@@ -329,9 +327,8 @@ TEST_F(MeshTable, QuickSetMaterialPaintsTheMeshOrGroupMaterials) {
 TEST_F(MeshTable, MotionHoldsItsThreeSettings) {
     Mesh m;
     auto motion = m.GetMotionObject();
-    EXPECT_EQ(motion, m.GetMotionObject());
     motion->SetGravity(Variant("2.5"));
-    EXPECT_EQ(motion->Gravity, 2.5f);
+    EXPECT_EQ(std::tuple(motion, motion->Gravity), std::tuple(m.GetMotionObject(), 2.5f));
 }
 
 // The actor's calls, in order, recorded on a stand-in.

@@ -46,16 +46,12 @@ protected:
 }  // namespace
 
 TEST(SpriteReader, HostileSpritesAreRefusedWithReasonAndByte) {
-    auto cut = [](Bytes b, std::size_t n) {
-        b.resize(n);
-        return b;
-    };
     const test::Refusal rows[] = {
-        {"header cut short", cut(make_sprite(2, 2, 1, {}), 30), "file cut short", 28},
+        {"header cut short", test::cut(make_sprite(2, 2, 1, {}), 30), "file cut short", 28},
         {"width 0", make_sprite(0, 2, 1, {}), "sprite width 0", 20},
         {"height past 16384", make_sprite(2, 16385, 1, {}), "sprite height 16385", 24},
         {"negative frames", make_sprite(2, 2, -1, {}), "negative frame count", 28},
-        {"palette cut short", cut(make_sprite(2, 2, 0, {}), 500), "file cut short", 500},
+        {"palette cut short", test::cut(make_sprite(2, 2, 0, {}), 500), "file cut short", 500},
         // Two frames of 20 + 4 bytes from 810 need 48; one is there.
         {"frames cut short", make_sprite(2, 2, 2, {}, 1), "sprite frames", 810},
         {"huge frames", make_sprite(16384, 16384, 1000, {}, 0), "sprite frames", 810},

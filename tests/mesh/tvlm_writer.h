@@ -36,6 +36,12 @@ inline std::vector<std::uint8_t> write_tvlm(const std::vector<TvlmMapRecord>& ma
     return out;
 }
 
+// The first `size` bytes of a file.
+inline std::vector<std::uint8_t> cut(std::vector<std::uint8_t> b, std::size_t size) {
+    b.resize(size);
+    return b;
+}
+
 inline std::string write_file(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes) {
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
