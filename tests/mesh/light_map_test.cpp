@@ -57,7 +57,7 @@ const D3DCOLORVALUE kWarm{1, 0.5f, 0.25f, 1}, kWhite{1, 1, 1, 1};
 
 }  // namespace
 
-TEST_F(LightMaps, OnePointLightAddsItsDiffuseByDistanceAlone) {
+TEST_F(LightMaps, OneLightAddsItsDiffuseByDistanceAloneAndLightsAreSummedOverAmbientThenClamped) {
     plane();
     Mesh::SetBakeLight(0, point_light({0, 3, 0}, 10, kWarm), true);
     mesh->GenerateLightMap(16, Variant(), 0);
@@ -65,16 +65,11 @@ TEST_F(LightMaps, OnePointLightAddsItsDiffuseByDistanceAlone) {
     EXPECT_EQ(std::tuple(map(1)->width(), map(1)->height()), std::tuple(4, 8));
     // (0, 0): distance 3, a = 1 - 3/10 = 0.7: 0.7 x 255 = 178.5 -> 178, x 0.5 -> 89, x 0.25 -> 44.
     EXPECT_EQ(texel(1, 0, 0), 0xB2592Cu);
-    // (2, 0) lies at (4, 0, 0), 53 degrees off the light's vertical: distance
-    // 5, a = 0.5: 127.5 -> 127, 63.75 -> 63, 31.875 -> 31. No angle term.
+    // (2, 0) at (4, 0, 0), 53 degrees off vertical: distance 5, a = 0.5: 127, 63, 31. No angle term.
     EXPECT_EQ(texel(1, 2, 0), 0x7F3F1Fu);
     // (0, 6) at (0, 0, 3): distance sqrt(18) = 4.2426, a = 0.57574: 146.8 -> 146, 73.4 -> 73, 36.7 -> 36.
     EXPECT_EQ(texel(1, 0, 6), 0x924924u);
-}
 
-TEST_F(LightMaps, AmbientIsRoundedAndTwoLightsAreSummedThenClamped) {
-    plane();
-    Mesh::SetBakeLight(0, point_light({0, 3, 0}, 10, kWarm), true);
     mesh->GenerateLightMap(16, Variant(), 0x00102030);
     // Ambient (16, 32, 48) + (127, 63, 31) at (2, 0).
     EXPECT_EQ(texel(1, 2, 0), 0x8F5F4Fu);
