@@ -37,10 +37,8 @@ TEST_F(MeshTable, SlotsAreHandedOutFromOneAndAFreedRecordIsTakenAgain) {
     EXPECT_EQ(c.slot(), 1);
     // SetMeshEnabled(0) frees the record although b still uses it.
     b->SetMeshEnabled(0);
-    Mesh d;
-    EXPECT_EQ(d.slot(), 2);
-    Mesh e;
-    EXPECT_EQ(e.slot(), 3);
+    Mesh d, e;
+    EXPECT_EQ(std::tuple(d.slot(), e.slot()), std::tuple(2, 3));
 }
 
 TEST_F(MeshTable, TheThousandAndFirstMeshIsRefusedAndAFreedRecordServesAgain) {

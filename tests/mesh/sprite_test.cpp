@@ -92,8 +92,7 @@ TEST_F(Sprites, FramesBecomeTexturesAtTheLadderSizeAndAreSharedByFile) {
 
     Mesh c;
     c.LoadSprite(save(make_sprite(1, 1, 2, {0x808080}), "spark.spr"), engine);
-    EXPECT_EQ(c.record().FirstSprite, 4);
-    EXPECT_EQ(m.SpriteCursor, 5);
+    EXPECT_EQ(std::tuple(c.record().FirstSprite, m.SpriteCursor), std::tuple(4, 5));
     EXPECT_EQ(m.SpriteTable[4]->width(), 1);  // 2 and below stay
     EXPECT_TRUE(m.DeveloperTrace.empty());
 }
@@ -107,10 +106,9 @@ TEST_F(Sprites, AFileThatCannotBeReadLeavesALineForTheDeveloperOnly) {
     ASSERT_EQ(trace.size(), 2u);
     EXPECT_EQ(trace[0].rfind("Erreur dans le loading des sprites ", 0), 0u);
     EXPECT_NE(trace[0].find("sprite frames"), std::string::npos);
-    EXPECT_EQ(trace[0].substr(trace[0].size() - 3), " 62");
-    EXPECT_EQ(trace[1].substr(trace[1].size() - 3), " 53");
-    EXPECT_EQ(m.record().SpriteOn, 0);
-    EXPECT_EQ(mesh::module().SpriteCursor, 0);
+    EXPECT_EQ(std::tuple(trace[0].substr(trace[0].size() - 3), trace[1].substr(trace[1].size() - 3)),
+              std::tuple(" 62", " 53"));
+    EXPECT_EQ(std::tuple(m.record().SpriteOn, mesh::module().SpriteCursor), std::tuple(0, 0));
 }
 
 TEST(SpriteReader, SeedFilesReadToTheirEnd) {
