@@ -1,4 +1,5 @@
 // RenderMesh's device traffic, in order, on the recording trace.
+#include <array>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -51,14 +52,11 @@ TEST_F(MeshRender, ABoxIsLitWithItsMaterialAndBlendsOneToOne) {
     EXPECT_EQ(calls, (Calls{state(27, 1), state(20, 2), state(19, 2), kLightOn, "material", kNoTexture,
                             kDev + "drawPrimitive 4, 274, 36, 0", kZWriteOn}));
     // Blend factors left at 0 on the record are sent as 2 too.
-    mesh->record().SrcBlend = 0;
-    mesh->record().DestBlend = 0;
-    const Calls again = render();
-    EXPECT_EQ(std::tuple(again[1], again[2]), std::tuple(state(20, 2), state(19, 2)));
-    mesh->record().SrcBlend = 6;
-    mesh->record().DestBlend = 5;
-    const Calls other = render();
-    EXPECT_EQ(std::tuple(other[1], other[2]), std::tuple(state(20, 5), state(19, 6)));
+    for (auto [src, dest, sent_dest, sent_src] : {std::array{0, 0, 2, 2}, {6, 5, 5, 6}}) {
+        mesh->record().SrcBlend = src, mesh->record().DestBlend = dest;
+        const Calls again = render();
+        EXPECT_EQ(std::tuple(again[1], again[2]), std::tuple(state(20, sent_dest), state(19, sent_src))) << src;
+    }
 }
 
 TEST_F(MeshRender, TransformedVerticesDrawAsTheirOwnFormAndTexturesCanBeKept) {

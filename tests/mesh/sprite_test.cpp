@@ -15,19 +15,17 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-void put32(Bytes& b, std::uint32_t v) { test::put_le(b, v, 4); }
 // A sprite of `frames` frames, frame k filled with palette index k; palette
 // entry k is `colours[k]` (0x00RRGGBB).
 Bytes make_sprite(std::int32_t w, std::int32_t h, std::int32_t frames, const std::vector<std::uint32_t>& colours,
                   std::size_t frames_written = 99) {
     Bytes b = {'I', 'D', 'S', 'P'};
     // version, type, texture format, radius, width, height, frames, two zeros
-    for (std::int32_t v : {0, 0, 0, 0, w, h, frames, 0, 0}) put32(b, static_cast<std::uint32_t>(v));
+    for (std::int32_t v : {0, 0, 0, 0, w, h, frames, 0, 0}) test::put_le(b, static_cast<std::uint32_t>(v), 4);
     b.push_back(0), b.push_back(1);  // palette size 256
     for (int i = 0; i < 256; ++i) {
         const std::uint32_t c = i < static_cast<int>(colours.size()) ? colours[static_cast<std::size_t>(i)] : 0;
-        b.push_back(static_cast<std::uint8_t>(c >> 16)), b.push_back(static_cast<std::uint8_t>(c >> 8)),
-            b.push_back(static_cast<std::uint8_t>(c));
+        for (int shift : {16, 8, 0}) b.push_back(static_cast<std::uint8_t>(c >> shift));
     }
     for (std::int32_t f = 0; f < frames && static_cast<std::size_t>(f) < frames_written; ++f) {
         b.insert(b.end(), 20, 0);
