@@ -1,8 +1,7 @@
 // Light maps baked per group, the light-map table, and "TVLM" files.
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -11,6 +10,7 @@
 #include "platform/d3d/worker_pool.h"
 #include "runtime/byte_reader.h"
 #include "support/test_support.h"
+#include "mesh_fixture.h"
 #include "tvlm_writer.h"
 
 using namespace tarko;
@@ -28,59 +28,48 @@ D3DLIGHT7 point_light(D3DVECTOR at, float range, D3DCOLORVALUE diffuse, std::int
     return l;
 }
 
-class LightMaps : public ::testing::Test {
+class LightMaps : public test::MeshModuleTest<> {
 protected:
     void SetUp() override {
-        mesh::reset_module();
+        MeshModuleTest::SetUp();
         mesh = std::make_unique<Mesh>();
     }
-    void TearDown() override {
-        mesh.reset();
-        mesh::reset_module();
-    }
     // A group of three vertices P0, P1, P2 (more follow if given).
-    void group(Integer g, std::vector<D3DVECTOR> points) {
-        mesh->SetGroupPointer(g);
+    void group(Integer g, std::vector<D3DVECTOR> points, Mesh* on = nullptr) {
+        Mesh& m = on ? *on : *mesh;
+        m.SetGroupPointer(g);
         Long n = 0;
-        for (const auto& p : points) mesh->AddVertex(p.x, p.y, p.z, -1, 0, 0, 0, 0, 0, false, n);
+        for (const auto& p : points) m.AddVertex(p.x, p.y, p.z, -1, 0, 0, 0, 0, 0, false, n);
     }
     // P0 (0, 0, 0), P1 (0, 0, 4), P2 (8, 0, 0): E1 = (8, 0, 0), E2 = (0, 0, 4). At
     // Density 16 (1 texel a unit) W = |E2| = 4 runs along E1 and H = |E1| = 8
     // along E2: texel (x, y) lies at (2 x, 0, 0.5 y).
-    void plane(Integer g = 1) { group(g, {{0, 0, 0}, {0, 0, 4}, {8, 0, 0}}); }
+    void plane(Integer g = 1, Mesh* on = nullptr) { group(g, {{0, 0, 0}, {0, 0, 4}, {8, 0, 0}}, on); }
     Ref<DirectDrawSurface7> map(Integer g) const {
         const Integer slot = mesh->record().Groups[static_cast<std::size_t>(g)].LightMapSlot;
         return mesh::module().LightMapTable[static_cast<std::size_t>(slot)];
     }
     // 0x00RRGGBB as the X8R8G8B8 surface holds it.
     std::uint32_t texel(Integer g, int x, int y) const { return map(g)->raw_at(x, y) & 0xFFFFFFu; }
-
-    std::unique_ptr<Mesh> mesh;
 };
 
 const D3DCOLORVALUE kWarm{1, 0.5f, 0.25f, 1}, kWhite{1, 1, 1, 1};
 
 }  // namespace
 
-TEST_F(LightMaps, OnePointLightAddsItsDiffuseByDistanceAlone) {
+TEST_F(LightMaps, OneLightAddsItsDiffuseByDistanceAloneAndLightsAreSummedOverAmbientThenClamped) {
     plane();
     Mesh::SetBakeLight(0, point_light({0, 3, 0}, 10, kWarm), true);
     mesh->GenerateLightMap(16, Variant(), 0);
     ASSERT_TRUE(map(1));
-    EXPECT_EQ(map(1)->width(), 4);
-    EXPECT_EQ(map(1)->height(), 8);
+    EXPECT_EQ(std::tuple(map(1)->width(), map(1)->height()), std::tuple(4, 8));
     // (0, 0): distance 3, a = 1 - 3/10 = 0.7: 0.7 x 255 = 178.5 -> 178, x 0.5 -> 89, x 0.25 -> 44.
     EXPECT_EQ(texel(1, 0, 0), 0xB2592Cu);
-    // (2, 0) lies at (4, 0, 0), 53 degrees off the light's vertical: distance
-    // 5, a = 0.5: 127.5 -> 127, 63.75 -> 63, 31.875 -> 31. No angle term.
+    // (2, 0) at (4, 0, 0), 53 degrees off vertical: distance 5, a = 0.5: 127, 63, 31. No angle term.
     EXPECT_EQ(texel(1, 2, 0), 0x7F3F1Fu);
     // (0, 6) at (0, 0, 3): distance sqrt(18) = 4.2426, a = 0.57574: 146.8 -> 146, 73.4 -> 73, 36.7 -> 36.
     EXPECT_EQ(texel(1, 0, 6), 0x924924u);
-}
 
-TEST_F(LightMaps, AmbientIsRoundedAndTwoLightsAreSummedThenClamped) {
-    plane();
-    Mesh::SetBakeLight(0, point_light({0, 3, 0}, 10, kWarm), true);
     mesh->GenerateLightMap(16, Variant(), 0x00102030);
     // Ambient (16, 32, 48) + (127, 63, 31) at (2, 0).
     EXPECT_EQ(texel(1, 2, 0), 0x8F5F4Fu);
@@ -147,8 +136,7 @@ TEST_F(LightMaps, SizesComeFromTheOtherEdgeRoundedHalfToEvenThenUpTheLadder) {
         group(g, {{0, 0, 0}, {0, 0, w.e2}, {w.e1, 0, 0}});
         mesh->GenerateLightMap(w.density, Variant(), 0);
         ASSERT_TRUE(map(g));
-        EXPECT_EQ(map(g)->width(), w.width) << w.e1 << " x " << w.e2;
-        EXPECT_EQ(map(g)->height(), w.height) << w.e1 << " x " << w.e2;
+        EXPECT_EQ(std::tuple(map(g)->width(), map(g)->height()), std::tuple(w.width, w.height)) << w.e1 << " x " << w.e2;
         ++g;
     }
 }
@@ -159,9 +147,8 @@ TEST_F(LightMaps, EachGroupKeepsItsEntryAndEmptyEntriesAreTakenFirst) {
     group(3, {{0, 0, 0}, {0, 0, 0}});  // a short list: the missing vertex is the origin
     mesh->GenerateLightMap(16, Variant(), 0);
     const auto& r = mesh->record();
-    EXPECT_EQ(r.Groups[1].LightMapSlot, 1);
-    EXPECT_EQ(r.Groups[2].LightMapSlot, 2);
-    EXPECT_EQ(r.Groups[3].LightMapSlot, 3);
+    EXPECT_EQ(std::tuple(r.Groups[1].LightMapSlot, r.Groups[2].LightMapSlot, r.Groups[3].LightMapSlot),
+              std::tuple(1, 2, 3));
     EXPECT_FALSE(mesh::module().LightMapTable[3]);  // a size of 0 makes no surface
     const auto first = map(1);
     mesh::module().LightMapTable[3] = mesh::make_light_map_surface(4, 4);
@@ -172,9 +159,7 @@ TEST_F(LightMaps, EachGroupKeepsItsEntryAndEmptyEntriesAreTakenFirst) {
     EXPECT_EQ(texel(1, 3, 7), 0xFFFFFFu);
 
     Mesh other;
-    other.SetGroupPointer(1);
-    Long n = 0;
-    for (auto [x, z] : {std::pair{0.f, 0.f}, {0.f, 4.f}, {8.f, 0.f}}) other.AddVertex(x, 0, z, -1, 0, 0, 0, 0, 0, false, n);
+    plane(1, &other);
     other.GenerateLightMap(16, Variant(), 0);
     EXPECT_EQ(other.record().Groups[1].LightMapSlot, 3);  // the empty entry
     EXPECT_EQ(mesh::module().LightMapCount, 3);
@@ -188,10 +173,8 @@ TEST_F(LightMaps, RemappedGroupsCentreTheirCoordinatesOnTheMap) {
     const auto& v = mesh->record().LVertices;
     // u = x: 0, 0, 8, centre 4; v = z: 0, 4, 0, centre 2; W0 = 4, H0 = 8, Density 1.
     // tu = ((u - 4) + 2) / 4: -0.5, -0.5, 1.5; tv = ((v - 2) + 4) / 8: 0.25, 0.75, 0.25.
-    EXPECT_FLOAT_EQ(v[1].tu, -0.5f);
-    EXPECT_FLOAT_EQ(v[3].tu, 1.5f);
-    EXPECT_FLOAT_EQ(v[1].tv, 0.25f);
-    EXPECT_FLOAT_EQ(v[2].tv, 0.75f);
+    for (auto [got, want] : {std::pair{v[1].tu, -0.5f}, {v[3].tu, 1.5f}, {v[1].tv, 0.25f}, {v[2].tv, 0.75f}})
+        EXPECT_FLOAT_EQ(got, want);
     EXPECT_EQ(v[4].tu, 0.0f);  // group 2 is not remapped
 }
 
@@ -217,34 +200,22 @@ TEST_F(LightMaps, LargeMapsAreTheSameForEveryThreadCount) {
 
     // The kernel alone on pools of 1, 2 and 4 threads, the job split by columns.
     mesh::BakeJob job;
-    job.p0 = {0, 0, 0};
-    job.e1 = {90, 0, 0};
-    job.e2 = {0, 0, 70};
-    job.width = 96;
-    job.height = 80;
+    job.p0 = {0, 0, 0}, job.e1 = {90, 0, 0}, job.e2 = {0, 0, 70}, job.width = 96, job.height = 80;
     job.lights = {point_light({30, 4, 20}, 50, {1, 1, 1, 1})};
     platform::d3d::WorkerPool one(1), two(2), four(4);
     const auto a = mesh::bake_texels(job, &one), b = mesh::bake_texels(job, &two), c = mesh::bake_texels(job, &four);
-    EXPECT_EQ(a, b);
-    EXPECT_EQ(a, c);
-    EXPECT_EQ(a, mesh::bake_texels(job, nullptr));
+    for (const auto& other : {b, c, mesh::bake_texels(job, nullptr)}) EXPECT_EQ(a, other);
 
-    // Lights whose range ends just short of the map are left out of the work
-    // and change nothing; one that reaches it counts. The map spans x 0..90,
-    // z 0..70 at y 0: a light 5 above texel (48, 40) at (45, 0, 35) with range
-    // 5.5 gives it 255 / 11 = 23; one 5.1 below the corner (90, 0, 70) with
-    // range 5 reaches no texel.
+    // A light just short of the map changes nothing; one reaching it counts. Map x 0..90, z 0..70:
+    // 5 above texel (48, 40) = (45, 0, 35), range 5.5: 255 / 11 = 23; 5.1 below (90, 0, 70), range 5: none.
     mesh::BakeJob lone = job;
     lone.lights = {point_light({45, 5, 35}, 5.5f, kWhite)};
     const auto just = mesh::bake_texels(lone, nullptr);
     EXPECT_EQ(just[40 * 96 + 48], 0x171717u);
     lone.lights.push_back(point_light({90, -5.1f, 70}, 5, kWhite));
     EXPECT_EQ(mesh::bake_texels(lone, nullptr), just);
-    // The same map spanned from its far corner along -x and -z: texel (48, 40)
-    // is again (90 - 45, 0, 70 - 35).
-    lone.p0 = {90, 0, 70};
-    lone.e1 = {-90, 0, 0};
-    lone.e2 = {0, 0, -70};
+    // Spanned from the far corner along -x and -z: texel (48, 40) is again (90 - 45, 0, 70 - 35).
+    lone.p0 = {90, 0, 70}, lone.e1 = {-90, 0, 0}, lone.e2 = {0, 0, -70};
     EXPECT_EQ(mesh::bake_texels(lone, nullptr)[40 * 96 + 48], 0x171717u);
 }
 
@@ -262,12 +233,8 @@ TEST(TvlmReader, HostileFilesAreRefusedWithReasonAndByte) {
     auto map = [](std::int32_t w, std::int32_t h, std::size_t texels) {
         return TvlmMapRecord{w, h, 1, std::vector<std::uint32_t>(texels, 0x123456)};
     };
-    auto cut = [](std::vector<std::uint8_t> b, std::size_t size) {
-        b.resize(size);
-        return b;
-    };
     const test::Refusal rows[] = {
-        {"count cut short", cut(write_tvlm({}), 5), "file cut short", 4},
+        {"count cut short", test::cut(write_tvlm({}), 5), "file cut short", 4},
         {"width 0", write_tvlm({map(0, 2, 0)}), "map width 0", 6},
         {"width past 16384", write_tvlm({map(16385, 1, 0)}), "map width 16385", 6},
         {"negative height", write_tvlm({map(2, -1, 0)}), "map height -1", 10},
@@ -275,7 +242,7 @@ TEST(TvlmReader, HostileFilesAreRefusedWithReasonAndByte) {
         {"texels cut short", write_tvlm({map(2, 2, 3)}), "map texels", 16},
         // 16384 x 16384 texels claimed by a file of 20 bytes: refused before allocating.
         {"huge map", write_tvlm({map(16384, 16384, 0)}), "map texels", 16},
-        {"group number cut short", cut(write_tvlm({map(1, 1, 1)}), 15), "file cut short", 14},
+        {"group number cut short", test::cut(write_tvlm({map(1, 1, 1)}), 15), "file cut short", 14},
         // One map of 10 + 2 x 4 bytes from 6: the second header would start at 24.
         {"second map missing", write_tvlm({map(1, 1, 1)}, "TVLM", 2), "file cut short", 24},
     };
@@ -287,17 +254,14 @@ TEST(TvlmReader, AWrongMagicOrANegativeCountReadsNoMap) {
     EXPECT_FALSE(mesh::parse_tvlm(write_tvlm({{1, 1, 1, {5}}}, "TVLX")).magic_ok);
     EXPECT_FALSE(mesh::parse_tvlm(std::vector<std::uint8_t>{'T', 'V'}).magic_ok);
     const auto f = mesh::parse_tvlm(write_tvlm({{1, 1, 1, {5}}}, "TVLM", 0xFFFF));  // count -1
-    EXPECT_TRUE(f.magic_ok);
-    EXPECT_TRUE(f.maps.empty());
+    EXPECT_EQ(std::tuple(f.magic_ok, f.maps.size()), std::tuple(true, 0u));
 }
 
 class TvlmFiles : public LightMaps {
 protected:
     std::string save(const std::vector<std::uint8_t>& bytes, const std::string& name = "maps.tvlm") {
-        const auto path = test::scratch_dir(::testing::UnitTest::GetInstance()->current_test_info()->name()) / name;
-        std::ofstream(path, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        return path.string();
+        return test::write_file(
+            test::scratch_dir(::testing::UnitTest::GetInstance()->current_test_info()->name()) / name, bytes);
     }
 };
 
@@ -308,14 +272,10 @@ TEST_F(TvlmFiles, MapsRoundTripIntoTheirGroupsAndTheLastLongIsIgnored) {
     const auto file = save(write_tvlm({{2, 1, 2, {0x0000FF, 0x00FF00}}, {1, 2, 1, {0xFF0000, 0x563412}}}));
     mesh->LoadLightMaps(file);
     const auto& r = mesh->record();
-    EXPECT_EQ(r.Groups[2].LightMapSlot, 1);
-    EXPECT_EQ(r.Groups[1].LightMapSlot, 2);
-    ASSERT_EQ(map(2)->width(), 2);
-    EXPECT_EQ(map(2)->height(), 1);
-    EXPECT_EQ(texel(2, 0, 0), 0xFF0000u);
-    EXPECT_EQ(texel(2, 1, 0), 0x00FF00u);
-    EXPECT_EQ(texel(1, 0, 0), 0x0000FFu);
-    EXPECT_EQ(texel(1, 0, 1), 0x123456u);
+    EXPECT_EQ(std::tuple(r.Groups[2].LightMapSlot, r.Groups[1].LightMapSlot), std::tuple(1, 2));
+    ASSERT_EQ(std::tuple(map(2)->width(), map(2)->height()), std::tuple(2, 1));
+    EXPECT_EQ(std::tuple(texel(2, 0, 0), texel(2, 1, 0), texel(1, 0, 0), texel(1, 0, 1)),
+              std::tuple(0xFF0000u, 0x00FF00u, 0x0000FFu, 0x123456u));
 
     // A baked map written out and read back into another mesh keeps every texel.
     Mesh::SetBakeLight(0, point_light({1, 2, 3}, 9, kWarm), true);
@@ -351,14 +311,13 @@ TEST_F(TvlmFiles, BadFilesChangeNothing) {
     };
     for (const Row& w : rows) {
         EXPECT_EQ(test::error_of([&] { mesh->LoadLightMaps(save(w.file)); }), w.error) << w.what;
-        EXPECT_EQ(mesh->record().Groups[1].LightMapSlot, 0) << w.what;
-        EXPECT_EQ(mesh::module().LightMapCount, 0) << w.what;
+        EXPECT_EQ(std::tuple(mesh->record().Groups[1].LightMapSlot, mesh::module().LightMapCount), std::tuple(0, 0))
+            << w.what;
     }
     EXPECT_EQ(test::error_of([&] { mesh->LoadLightMaps(save({}) + ".missing"); }), err::FileNotFound);
 }
 
 TEST(TvlmReader, SeedFilesReadToTheirEnd) {
-    // The fuzz seeds; with TARKO_WRITE_SEEDS=<fuzz/corpus> they are also written to <dir>/tvlm.
     std::vector<std::uint32_t> ramp;
     for (std::uint32_t i = 0; i < 64; ++i) ramp.push_back(i * 0x030201u);
     const struct {
@@ -370,13 +329,8 @@ TEST(TvlmReader, SeedFilesReadToTheirEnd) {
         {"three.tvlm", write_tvlm({{8, 8, 1, ramp}, {1, 4, 2, {1, 2, 3, 4}}, {4, 1, 0, {9, 9, 9, 9}}}), 3},
         {"empty.tvlm", write_tvlm({}), 0},
     };
-    const char* dir = std::getenv("TARKO_WRITE_SEEDS");
     for (const auto& s : seeds) {
         EXPECT_EQ(mesh::parse_tvlm(s.bytes).maps.size(), s.maps) << s.name;
-        if (dir) {
-            std::filesystem::create_directories(std::filesystem::path(dir) / "tvlm");
-            std::ofstream(std::filesystem::path(dir) / "tvlm" / s.name, std::ios::binary)
-                .write(reinterpret_cast<const char*>(s.bytes.data()), static_cast<std::streamsize>(s.bytes.size()));
-        }
+        test::write_seed("tvlm", s.name, s.bytes);
     }
 }

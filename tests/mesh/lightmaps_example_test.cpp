@@ -1,7 +1,9 @@
 // The light-map example's room: its baked maps and its picture.
 #include <memory>
+#include <tuple>
 
 #include "examples/lightmaps/room.h"
+#include "mesh_fixture.h"
 #include "support/engine_test_support.h"
 
 using namespace tarko;
@@ -12,26 +14,20 @@ int red(std::uint32_t c) { return static_cast<int>(c >> 16 & 255); }
 int green(std::uint32_t c) { return static_cast<int>(c >> 8 & 255); }
 int blue(std::uint32_t c) { return static_cast<int>(c & 255); }
 
-class LightMapRoom : public test::EngineFixture {
+class LightMapRoom : public test::MeshModuleTest<test::EngineFixture> {
 protected:
     void SetUp() override {
-        EngineFixture::SetUp();
-        mesh::reset_module();
+        MeshModuleTest::SetUp();
         room = std::make_unique<Mesh>();
         lightmaps_example::build_room(*room);
         room->GenerateLightMap(lightmaps_example::kDensity, Variant(), lightmaps_example::kAmbient);
-    }
-    void TearDown() override {
-        room.reset();
-        mesh::reset_module();
-        EngineFixture::TearDown();
     }
     // Floor texel over world (wx, wz): x = (wx + 6) x 128 / 12, y = (wz + 6) x 128 / 12.
     std::uint32_t floor_at(float wx, float wz) const {
         const auto& map = mesh::module().LightMapTable[static_cast<std::size_t>(room->record().Groups[1].LightMapSlot)];
         return map->raw_at(static_cast<int>((wx + 6) * 128 / 12), static_cast<int>((wz + 6) * 128 / 12));
     }
-    std::unique_ptr<Mesh> room;
+    std::unique_ptr<Mesh>& room = mesh;
 };
 
 }  // namespace
@@ -39,8 +35,7 @@ protected:
 TEST_F(LightMapRoom, FloorTexelsNearerALampAreBrighterAndColoursMixBetweenLamps) {
     // Under the red lamp (-3, 1, -3): distance 1, a = 6/7: 218 red + 24 ambient
     // (+ 3 and 1 from the others); green 24 + 21 + 33 (green lamp 6.08 away) + 2 = 80.
-    EXPECT_EQ(red(floor_at(-3, -3)), 246);
-    EXPECT_EQ(green(floor_at(-3, -3)), 80);
+    EXPECT_EQ(std::tuple(red(floor_at(-3, -3)), green(floor_at(-3, -3))), std::tuple(246, 80));
     // Walking away from it towards the west wall, red falls at each step.
     EXPECT_GT(red(floor_at(-3, -3)), red(floor_at(-4, -3)));
     EXPECT_GT(red(floor_at(-4, -3)), red(floor_at(-5, -3)));

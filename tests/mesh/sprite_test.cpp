@@ -1,12 +1,13 @@
 // Sprite files: the reader, frames made into textures, frames shared by file.
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
+#include <tuple>
+#include <utility>
 
 #include "mesh/mesh.h"
 #include "mesh/sprite_reader.h"
 #include "support/engine_test_support.h"
+#include "mesh_fixture.h"
+#include "tvlm_writer.h"
 
 using namespace tarko;
 
@@ -14,25 +15,17 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-void put32(Bytes& b, std::uint32_t v) {
-    for (int i = 0; i < 4; ++i) b.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
-}
 // A sprite of `frames` frames, frame k filled with palette index k; palette
 // entry k is `colours[k]` (0x00RRGGBB).
 Bytes make_sprite(std::int32_t w, std::int32_t h, std::int32_t frames, const std::vector<std::uint32_t>& colours,
                   std::size_t frames_written = 99) {
     Bytes b = {'I', 'D', 'S', 'P'};
-    for (int i = 0; i < 4; ++i) put32(b, 0);  // version, type, texture format, radius
-    put32(b, static_cast<std::uint32_t>(w));
-    put32(b, static_cast<std::uint32_t>(h));
-    put32(b, static_cast<std::uint32_t>(frames));
-    put32(b, 0);
-    put32(b, 0);
+    // version, type, texture format, radius, width, height, frames, two zeros
+    for (std::int32_t v : {0, 0, 0, 0, w, h, frames, 0, 0}) test::put_le(b, static_cast<std::uint32_t>(v), 4);
     b.push_back(0), b.push_back(1);  // palette size 256
     for (int i = 0; i < 256; ++i) {
         const std::uint32_t c = i < static_cast<int>(colours.size()) ? colours[static_cast<std::size_t>(i)] : 0;
-        b.push_back(static_cast<std::uint8_t>(c >> 16)), b.push_back(static_cast<std::uint8_t>(c >> 8)),
-            b.push_back(static_cast<std::uint8_t>(c));
+        for (int shift : {16, 8, 0}) b.push_back(static_cast<std::uint8_t>(c >> shift));
     }
     for (std::int32_t f = 0; f < frames && static_cast<std::size_t>(f) < frames_written; ++f) {
         b.insert(b.end(), 20, 0);
@@ -41,37 +34,22 @@ Bytes make_sprite(std::int32_t w, std::int32_t h, std::int32_t frames, const std
     return b;
 }
 
-class Sprites : public test::EngineFixture {
+class Sprites : public test::MeshModuleTest<test::EngineFixture> {
 protected:
-    void SetUp() override {
-        EngineFixture::SetUp();
-        mesh::reset_module();
-    }
-    void TearDown() override {
-        mesh::reset_module();
-        EngineFixture::TearDown();
-    }
     std::string save(const Bytes& bytes, const std::string& name) {
-        const auto dir = test::scratch_dir("sprites");
-        std::ofstream(dir / name, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        return (dir / name).string();
+        return test::write_file(test::scratch_dir("sprites") / name, bytes);
     }
 };
 
 }  // namespace
 
 TEST(SpriteReader, HostileSpritesAreRefusedWithReasonAndByte) {
-    auto cut = [](Bytes b, std::size_t n) {
-        b.resize(n);
-        return b;
-    };
     const test::Refusal rows[] = {
-        {"header cut short", cut(make_sprite(2, 2, 1, {}), 30), "file cut short", 28},
+        {"header cut short", test::cut(make_sprite(2, 2, 1, {}), 30), "file cut short", 28},
         {"width 0", make_sprite(0, 2, 1, {}), "sprite width 0", 20},
         {"height past 16384", make_sprite(2, 16385, 1, {}), "sprite height 16385", 24},
         {"negative frames", make_sprite(2, 2, -1, {}), "negative frame count", 28},
-        {"palette cut short", cut(make_sprite(2, 2, 0, {}), 500), "file cut short", 500},
+        {"palette cut short", test::cut(make_sprite(2, 2, 0, {}), 500), "file cut short", 500},
         // Two frames of 20 + 4 bytes from 810 need 48; one is there.
         {"frames cut short", make_sprite(2, 2, 2, {}, 1), "sprite frames", 810},
         {"huge frames", make_sprite(16384, 16384, 1000, {}, 0), "sprite frames", 810},
@@ -87,15 +65,12 @@ TEST_F(Sprites, FramesBecomeTexturesAtTheLadderSizeAndAreSharedByFile) {
     a->LoadSprite(file, engine);
     auto& m = mesh::module();
     const auto& ra = a->record();
-    EXPECT_EQ(ra.SpriteOn, -1);
-    EXPECT_EQ(ra.FirstSprite, 1);
-    EXPECT_EQ(ra.SpriteCount, 3);
-    EXPECT_EQ(m.SpriteCursor, 3);  // 1, then 3 - 1 more
+    // SpriteOn, FirstSprite, SpriteCount; the cursor is 1, then 3 - 1 more.
+    EXPECT_EQ(std::tuple(ra.SpriteOn, ra.FirstSprite, ra.SpriteCount, m.SpriteCursor), std::tuple(-1, 1, 3, 3));
     for (int k = 1; k <= 3; ++k) {
         const auto& tex = m.SpriteTable[static_cast<std::size_t>(k)];
         ASSERT_TRUE(tex) << k;
-        EXPECT_EQ(tex->width(), 4);   // 3 -> 4
-        EXPECT_EQ(tex->height(), 8);  // 5 -> 8
+        EXPECT_EQ(std::tuple(tex->width(), tex->height()), std::tuple(4, 8));  // 3 -> 4, 5 -> 8
         EXPECT_EQ(m.SpriteNames[static_cast<std::size_t>(k)], file);
     }
     // Frame k is filled with palette entry k - 1: red, green, blue (opaque in any format).
@@ -105,21 +80,17 @@ TEST_F(Sprites, FramesBecomeTexturesAtTheLadderSizeAndAreSharedByFile) {
 
     Mesh b;
     b.LoadSprite(file, engine);  // the same file: a's run, no new textures
-    EXPECT_EQ(b.record().FirstSprite, 1);
-    EXPECT_EQ(b.record().SpriteCount, 3);
-    EXPECT_EQ(m.SpriteCursor, 3);
+    EXPECT_EQ(std::tuple(b.record().FirstSprite, b.record().SpriteCount, m.SpriteCursor), std::tuple(1, 3, 3));
     Long n = 0;
     a->AddVertex(0, 0, 0, 0, 0, 0, 0, 0, 0, false, n);
     a->RenderMesh(engine);
     a->RenderMesh(engine);
     b.RenderMesh(engine);
-    EXPECT_EQ(ra.CurrentSprite, 3);  // each mesh runs its own frame
-    EXPECT_EQ(b.record().CurrentSprite, 2);
+    EXPECT_EQ(std::tuple(ra.CurrentSprite, b.record().CurrentSprite), std::tuple(3, 2));  // each runs its own frame
 
     Mesh c;
     c.LoadSprite(save(make_sprite(1, 1, 2, {0x808080}), "spark.spr"), engine);
-    EXPECT_EQ(c.record().FirstSprite, 4);
-    EXPECT_EQ(m.SpriteCursor, 5);
+    EXPECT_EQ(std::tuple(c.record().FirstSprite, m.SpriteCursor), std::tuple(4, 5));
     EXPECT_EQ(m.SpriteTable[4]->width(), 1);  // 2 and below stay
     EXPECT_TRUE(m.DeveloperTrace.empty());
 }
@@ -133,14 +104,12 @@ TEST_F(Sprites, AFileThatCannotBeReadLeavesALineForTheDeveloperOnly) {
     ASSERT_EQ(trace.size(), 2u);
     EXPECT_EQ(trace[0].rfind("Erreur dans le loading des sprites ", 0), 0u);
     EXPECT_NE(trace[0].find("sprite frames"), std::string::npos);
-    EXPECT_EQ(trace[0].substr(trace[0].size() - 3), " 62");
-    EXPECT_EQ(trace[1].substr(trace[1].size() - 3), " 53");
-    EXPECT_EQ(m.record().SpriteOn, 0);
-    EXPECT_EQ(mesh::module().SpriteCursor, 0);
+    EXPECT_EQ(std::tuple(trace[0].substr(trace[0].size() - 3), trace[1].substr(trace[1].size() - 3)),
+              std::tuple(" 62", " 53"));
+    EXPECT_EQ(std::tuple(m.record().SpriteOn, mesh::module().SpriteCursor), std::tuple(0, 0));
 }
 
 TEST(SpriteReader, SeedFilesReadToTheirEnd) {
-    // The fuzz seeds; with TARKO_WRITE_SEEDS=<fuzz/corpus> they are also written to <dir>/sprite.
     const struct {
         const char* name;
         Bytes bytes;
@@ -149,13 +118,8 @@ TEST(SpriteReader, SeedFilesReadToTheirEnd) {
         {"three.spr", make_sprite(3, 5, 3, {0xFF0000, 0x00FF00, 0x0000FF}), 3},
         {"dot.spr", make_sprite(1, 1, 1, {0xFFFFFF}), 1},
     };
-    const char* dir = std::getenv("TARKO_WRITE_SEEDS");
     for (const auto& s : seeds) {
         EXPECT_EQ(mesh::parse_sprite(s.bytes).frames.size(), s.frames) << s.name;
-        if (dir) {
-            std::filesystem::create_directories(std::filesystem::path(dir) / "sprite");
-            std::ofstream(std::filesystem::path(dir) / "sprite" / s.name, std::ios::binary)
-                .write(reinterpret_cast<const char*>(s.bytes.data()), static_cast<std::streamsize>(s.bytes.size()));
-        }
+        test::write_seed("sprite", s.name, s.bytes);
     }
 }

@@ -1,8 +1,10 @@
-// Writes "TVLM" light-map files for the tests: the layout the reader expects,
-// with hooks to damage it.
+// Writes "TVLM" light-map files for the tests (with hooks to damage them) and other test files.
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -32,6 +34,26 @@ inline std::vector<std::uint8_t> write_tvlm(const std::vector<TvlmMapRecord>& ma
         put_le(out, 0xDEADBEEFu, 4);
     }
     return out;
+}
+
+// The first `size` bytes of a file.
+inline std::vector<std::uint8_t> cut(std::vector<std::uint8_t> b, std::size_t size) {
+    b.resize(size);
+    return b;
+}
+
+inline std::string write_file(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes) {
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    return path.string();
+}
+
+// A fuzz seed: with TARKO_WRITE_SEEDS=<fuzz/corpus> it is also written to <dir>/<kind>/<name>.
+inline void write_seed(const std::string& kind, const std::string& name, const std::vector<std::uint8_t>& bytes) {
+    if (const char* dir = std::getenv("TARKO_WRITE_SEEDS")) {
+        std::filesystem::create_directories(std::filesystem::path(dir) / kind);
+        write_file(std::filesystem::path(dir) / kind / name, bytes);
+    }
 }
 
 }  // namespace tarko::test
