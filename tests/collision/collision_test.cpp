@@ -17,9 +17,7 @@ using tarko::SafeArray;
 using tarko::test::error_of;
 
 void expect_vec(const D3DVECTOR& v, const D3DVECTOR& want, float tol = 1e-6f) {
-    EXPECT_NEAR(v.x, want.x, tol);
-    EXPECT_NEAR(v.y, want.y, tol);
-    EXPECT_NEAR(v.z, want.z, tol);
+    EXPECT_NEAR(v.x, want.x, tol); EXPECT_NEAR(v.y, want.y, tol); EXPECT_NEAR(v.z, want.z, tol);
 }
 
 SafeArray<D3DVERTEX> vertices(std::initializer_list<D3DVECTOR> points, tarko::Long lower = 0) {
@@ -66,31 +64,26 @@ TEST_F(Collision, RayGrazingAnEdgeIsAHitAndJustOutsideIsNot) {
     // T = edge2 . qvec / det = 1.
     D3DVECTOR dir{0, 0, 1};
     EXPECT_EQ(col.RayCollision({0.5f, 0, -1}, dir, v0, v1, v2, T, U, V), 1);
-    EXPECT_DOUBLE_EQ(U, 0.5);
-    EXPECT_DOUBLE_EQ(V, 0.0);
-    EXPECT_DOUBLE_EQ(T, 1.0);
+    EXPECT_DOUBLE_EQ(U, 0.5); EXPECT_DOUBLE_EQ(V, 0.0); EXPECT_DOUBLE_EQ(T, 1.0);
     // Along the hypotenuse U + V = 1 exactly: still a hit.
     EXPECT_EQ(col.RayCollision({0.5f, 0.5f, -1}, dir, v0, v1, v2, T, U, V), 1);
     EXPECT_DOUBLE_EQ(U + V, 1.0);
     T = -7;
     EXPECT_EQ(col.RayCollision({0.5f, -0.001f, -1}, dir, v0, v1, v2, T, U, V), 0);
-    EXPECT_LT(V, 0);
-    EXPECT_EQ(T, -7);  // T only on a hit
+    EXPECT_LT(V, 0); EXPECT_EQ(T, -7);  // T only on a hit
     // A triangle behind the origin is a hit with negative T.
     EXPECT_EQ(col.RayCollision({0.25f, 0.25f, 3}, dir, v0, v1, v2, T, U, V), 1);
     EXPECT_DOUBLE_EQ(T, -3.0);
     // The direction is normalised in place, so T is in unit lengths.
     dir = {0, 0, 2};
     EXPECT_EQ(col.RayCollision({0.25f, 0.25f, -4}, dir, v0, v1, v2, T, U, V), 1);
-    expect_vec(dir, {0, 0, 1}, 0);
-    EXPECT_DOUBLE_EQ(T, 4.0);
+    expect_vec(dir, {0, 0, 1}, 0); EXPECT_DOUBLE_EQ(T, 4.0);
 }
 
 TEST_F(Collision, ZeroDirectionAndDegenerateTrianglesMissTheRay) {
     D3DVECTOR dir{0, 0, 0};
     EXPECT_EQ(col.RayCollision({0.25f, 0.25f, -1}, dir, v0, v1, v2, T, U, V), 0);
-    expect_vec(dir, {0, 0, 0}, 0);
-    EXPECT_EQ(U, -7);  // det 0: nothing written
+    expect_vec(dir, {0, 0, 0}, 0); EXPECT_EQ(U, -7);  // det 0: nothing written
     dir = {0, 0, 1};
     EXPECT_EQ(col.RayCollision({0.25f, 0.25f, -1}, dir, v0, v1, {2, 0, 0}, T, U, V), 0);
     dir = {std::nanf(""), 0, 1};  // NaN input never counts as a hit
@@ -117,8 +110,7 @@ TEST_F(Collision, BoxesAreCopiedUnsortedAndBoundedFromTheFirstVertex) {
     EXPECT_TRUE(col.Create_BOX({5, 5, 5}, {1, 1, 1}, box).is_empty());
     EXPECT_EQ(box.min.x, 5.0f);  // minimum corner first, as given
     col.OBJECT_getBoundingBOX(vertices({{1, 1, 1}, {-1, 2, 0}, {0, 0, 3}}), box);
-    expect_vec(box.min, {-1, 0, 0}, 0);
-    expect_vec(box.max, {1, 2, 3}, 0);
+    expect_vec(box.min, {-1, 0, 0}, 0); expect_vec(box.max, {1, 2, 3}, 0);
     SafeArray<D3DVERTEX> empty(0, -1);
     EXPECT_EQ(error_of([&] { col.OBJECT_getBoundingBOX(empty, box); }), tarko::err::SubscriptOutOfRange);
     expect_vec(box.max, {1, 2, 3}, 0);

@@ -30,9 +30,9 @@ First first_of(char quad) {
 }
 
 void expect_vertex(const D3DVERTEX& v, const First& w, const std::string& where) {
-    EXPECT_EQ(v.x, w.x) << where; EXPECT_EQ(v.y, w.y) << where; EXPECT_EQ(v.z, w.z) << where;
-    EXPECT_EQ(v.nx, w.nx) << where; EXPECT_EQ(v.ny, w.ny) << where; EXPECT_EQ(v.nz, w.nz) << where;
-    EXPECT_EQ(v.tu, w.tu) << where; EXPECT_EQ(v.tv, w.tv) << where;
+    SCOPED_TRACE(where);
+    EXPECT_EQ(v.x, w.x); EXPECT_EQ(v.y, w.y); EXPECT_EQ(v.z, w.z); EXPECT_EQ(v.nx, w.nx);
+    EXPECT_EQ(v.ny, w.ny); EXPECT_EQ(v.nz, w.nz); EXPECT_EQ(v.tu, w.tu); EXPECT_EQ(v.tv, w.tv);
 }
 
 }  // namespace
@@ -66,27 +66,22 @@ TEST_F(Constructions, EachValueBuildsItsQuadsInOrder) {
 }
 
 TEST_F(Constructions, QuadCornersAndTheOuterFaceIgnoringTiles) {
-    build(MUR_NORD);   // N F R Q
-    // N's last corner (Bx, Ay, Bz) with (TX, TY); F's last (Bx, Ay, Az) with (0, 0).
-    expect_vertex(v(3), {10, 0, 20, 0, 0, -1, 2, 3}, "N 3");
-    expect_vertex(v(7), {10, 0, 0, 0, 1, 0, 0, 0}, "F 3");
-    // R's third (Bx, By, Bz) with (0, TY); Q's last (Bx, Ay, Bz) with (0, 1).
-    expect_vertex(v(10), {10, 4, 20, 0, -1, 0, 0, 3}, "R 2");
-    expect_vertex(v(13), {0, 0, 20, 0, 0, 1, 1, 1}, "Q 1");
-    expect_vertex(v(15), {10, 0, 20, 0, 0, 1, 0, 1}, "Q 3");
-    build(MUR_EST);    // E's second and third corners
-    expect_vertex(v(1), {10, 0, 0, -1, 0, 0, 2, 3}, "E 1");
-    expect_vertex(v(2), {10, 4, 20, -1, 0, 0, 0, 0}, "E 2");
+    const struct { Long value, at; First want; const char* label; } rows[] = {
+        // MUR_NORD is N F R Q. N's last corner (Bx, Ay, Bz) with (TX, TY); F's last (Bx, Ay, Az) with (0, 0);
+        // R's third (Bx, By, Bz) with (0, TY); Q's last (Bx, Ay, Bz) with (0, 1).
+        {MUR_NORD, 3, {10, 0, 20, 0, 0, -1, 2, 3}, "N 3"},  {MUR_NORD, 7, {10, 0, 0, 0, 1, 0, 0, 0}, "F 3"},
+        {MUR_NORD, 10, {10, 4, 20, 0, -1, 0, 0, 3}, "R 2"}, {MUR_NORD, 13, {0, 0, 20, 0, 0, 1, 1, 1}, "Q 1"},
+        {MUR_NORD, 15, {10, 0, 20, 0, 0, 1, 0, 1}, "Q 3"},
+        {MUR_EST, 1, {10, 0, 0, -1, 0, 0, 2, 3}, "E 1"},    {MUR_EST, 2, {10, 4, 20, -1, 0, 0, 0, 0}, "E 2"},
+    };
+    for (const auto& r : rows) {
+        build(r.value);
+        expect_vertex(v(r.at), r.want, r.label);
+    }
     // The box is the two corners; default tiles are 1.
-    EXPECT_EQ(box.min.z, 0.0f);
-    EXPECT_EQ(box.max.x, 10.0f);
-    EXPECT_EQ(box.max.y, 4.0f);
-    EXPECT_EQ(box.max.z, 20.0f);
+    EXPECT_EQ(box.min.z, 0.0f); EXPECT_EQ(box.max.x, 10.0f); EXPECT_EQ(box.max.y, 4.0f); EXPECT_EQ(box.max.z, 20.0f);
     engine.Create_CONSTUCTION(v, D3DVECTOR{1, 2, 3}, D3DVECTOR{1, 1, 1}, box, MUR_SUD);
-    EXPECT_EQ(v(0).tu, 1.0f);
-    EXPECT_EQ(v(1).tv, 1.0f);
-    EXPECT_EQ(box.min.x, 1.0f);
-    EXPECT_EQ(box.max.z, 4.0f);
+    EXPECT_EQ(v(0).tu, 1.0f); EXPECT_EQ(v(1).tv, 1.0f); EXPECT_EQ(box.min.x, 1.0f); EXPECT_EQ(box.max.z, 4.0f);
 }
 
 TEST_F(Constructions, ValuesSevenToTenFillTheBoxAndLeaveTheArray) {
@@ -95,13 +90,11 @@ TEST_F(Constructions, ValuesSevenToTenFillTheBoxAndLeaveTheArray) {
         kept(2).x = 42;
         box = D3DRMBOX{};
         engine.Create_CONSTUCTION(kept, D3DVECTOR{1, 1, 1}, D3DVECTOR{2, 2, 2}, box, value);
-        EXPECT_EQ(kept.UBound(), 2) << value;
-        EXPECT_EQ(kept(2).x, 42.0f) << value;
-        EXPECT_EQ(box.max.y, 3.0f) << value;
+        SCOPED_TRACE(value);
+        EXPECT_EQ(kept.UBound(), 2); EXPECT_EQ(kept(2).x, 42.0f); EXPECT_EQ(box.max.y, 3.0f);
     }
     const D3DRMBOX unsorted = engine.GetBOX(D3DVECTOR{5, 5, 5}, D3DVECTOR{1, 1, 1});
-    EXPECT_EQ(unsorted.min.x, 5.0f);
-    EXPECT_EQ(unsorted.max.x, 1.0f);
+    EXPECT_EQ(unsorted.min.x, 5.0f); EXPECT_EQ(unsorted.max.x, 1.0f);
 }
 
 TEST_F(Constructions, RenderSetsBlendAndMaterialThenDrawsTheStrips) {
@@ -178,10 +171,10 @@ TEST_F(Constructions, WallTestsFollowTheirBoundaries) {
         EXPECT_EQ(engine.Colision_BOX(r.pos, room, r.type, r.style, Variant(r.step)), r.hit)
             << "type " << r.type << " style " << r.style << " at " << r.pos.x << ", " << r.pos.y << ", " << r.pos.z;
     // Defaults: IN_BLOX, step 5; a step given as text is coerced.
-    EXPECT_TRUE(engine.Colision_BOX(D3DVECTOR{95, 10, 50}, room, MUR_EST));
-    EXPECT_FALSE(engine.Colision_BOX(D3DVECTOR{94.5f, 10, 50}, room, MUR_EST));
-    EXPECT_TRUE(engine.Colision_BOX(D3DVECTOR{95, 10, 50}, room, MUR_EST, IN_BLOX, Variant::missing()));
-    EXPECT_FALSE(engine.Colision_BOX(D3DVECTOR{94.5f, 10, 50}, room, MUR_EST, IN_BLOX, Variant::missing()));
+    for (float x : {95.0f, 94.5f}) {
+        EXPECT_EQ(engine.Colision_BOX(D3DVECTOR{x, 10, 50}, room, MUR_EST), x == 95) << x;
+        EXPECT_EQ(engine.Colision_BOX(D3DVECTOR{x, 10, 50}, room, MUR_EST, IN_BLOX, Variant::missing()), x == 95) << x;
+    }
     EXPECT_TRUE(engine.Colision_BOX(D3DVECTOR{98, 10, 50}, room, MUR_EST, IN_BLOX, Variant("2")));
     EXPECT_EQ(error_of([&] { engine.Colision_BOX(D3DVECTOR{}, room, MUR_EST, IN_BLOX, Variant("wall")); }),
               err::TypeMismatch);
@@ -206,9 +199,10 @@ TEST_F(ExternCubes, AddingNumbersFromZeroAndDrawingMovesToTheCentre) {
     // World matrix to the centre (5, 10, 15), six faces, world matrix cleared.
     const Calls calls = device_calls();
     ASSERT_EQ(calls.size(), 8u);
-    EXPECT_EQ(calls[0], "Direct3DDevice7.setTransform 1, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 10, 15, 1");
-    for (int i = 1; i <= 6; ++i) EXPECT_EQ(calls[static_cast<std::size_t>(i)], kStrip);
-    EXPECT_EQ(calls[7], "Direct3DDevice7.setTransform 1, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1");
+    const std::string world = "Direct3DDevice7.setTransform 1, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, ";
+    Calls want(8, kStrip);
+    want.front() = world + "5, 10, 15, 1", want.back() = world + "0, 0, 0, 1";
+    EXPECT_EQ(calls, want);
     // Vertex kind 1 draws nothing; the spare element (index 2) exists; 3 does not.
     platform::trace().clear();
     engine.Render_EXTERNcube(Variant(1), false, Light_vertex_TYPE);
@@ -242,11 +236,9 @@ TEST_F(ExternCubes, TheEyeIsPushedBackWithinTheMarginOnXAndZOnly) {
         engine.Colision_CUBE = false;
         eye_at(r.eye, last);
         engine.Render_EXTERNcube(Variant(0), true);
-        const D3DVECTOR now = engine.GET_CameraEYE();
-        const D3DVECTOR want = r.stopped ? last : r.eye;
-        EXPECT_EQ(engine.Colision_CUBE, r.stopped) << r.eye.x << ", " << r.eye.z;
-        EXPECT_EQ(now.x, want.x) << r.eye.x << ", " << r.eye.z;
-        EXPECT_EQ(now.z, want.z) << r.eye.x << ", " << r.eye.z;
+        const D3DVECTOR now = engine.GET_CameraEYE(), want = r.stopped ? last : r.eye;
+        SCOPED_TRACE(std::to_string(r.eye.x) + ", " + std::to_string(r.eye.z));
+        EXPECT_EQ(engine.Colision_CUBE, r.stopped); EXPECT_EQ(now.x, want.x); EXPECT_EQ(now.z, want.z);
     }
     // Without the camera test nothing moves; a hit stays set after the eye leaves.
     eye_at(D3DVECTOR{5, 7, 5}, last);

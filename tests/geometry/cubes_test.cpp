@@ -34,14 +34,10 @@ TEST_F(CubeBuilders, CreateCubeIsCreateCubeEXWithDefaultTilesAndEXHalvesEachAxis
     engine.CreateCubeEX(b, D3DVECTOR{2, 2, 2}, Variant::missing(), Variant::missing());
     ASSERT_EQ(a.UBound(), 23);
     EXPECT_EQ(std::memcmp(a.data(), b.data(), 24 * sizeof(D3DVERTEX)), 0);
-
     engine.CreateCubeEX(a, D3DVECTOR{4, 6, 10}, Variant("3"), Variant(0.5));
     // Element 19: (Bx, Ay, Bz) = (2, -3, 5) on the +x face with (TX, TY).
-    EXPECT_EQ(a(19).x, 2.0f);
-    EXPECT_EQ(a(19).y, -3.0f);
-    EXPECT_EQ(a(19).z, 5.0f);
-    EXPECT_EQ(a(19).tu, 3.0f);
-    EXPECT_EQ(a(19).tv, 0.5f);
+    EXPECT_EQ(a(19).x, 2.0f); EXPECT_EQ(a(19).y, -3.0f); EXPECT_EQ(a(19).z, 5.0f);
+    EXPECT_EQ(a(19).tu, 3.0f); EXPECT_EQ(a(19).tv, 0.5f);
 }
 
 class Cubes : public EngineFixture {
@@ -54,15 +50,17 @@ protected:
         ASSERT_TRUE(engine.D3D_DEV);
         engine.device_CLEAR_COLOR = kBackground;
     }
-    // White material without ambient: a face shows texture x (N.L) exactly.
-    void look(const D3DVECTOR& eye, const D3DVECTOR& at) {
-        engine.SET_camera_DirectioN(eye, at);
+    // Edge-2 cube, eye at z = -5 on the origin, one directional light, a texture
+    // of one colour; white material without ambient: a face shows texture x (N.L).
+    void scene(const D3DVECTOR& light, std::uint32_t rgb) {
+        open();
+        engine.SET_camera_DirectioN(D3DVECTOR{0, 0, -5}, D3DVECTOR{0, 0, 0});
         engine.USE_default_RENDERSTATE();
         engine.SetMaterial(D3DCOLORVALUE{1, 1, 1, 1}, D3DCOLORVALUE{0, 0, 0, 0});
-    }
-    void light_towards(const D3DVECTOR& direction) {
         engine.ADD_light(D3DLIGHT_DIRECTIONAL, D3DVECTOR{0, 0, 0}, D3DCOLORVALUE{0, 0, 0, 0},
-                         D3DCOLORVALUE{1, 1, 1, 1}, 0, direction);
+                         D3DCOLORVALUE{1, 1, 1, 1}, 0, light);
+        engine.CreateCube(cube, 2);
+        engine.D3D_DEV->setTexture(0, plain(rgb));
     }
     // A 4 x 4 texture of one opaque colour in the device's first format.
     Ref<DirectDrawSurface7> plain(std::uint32_t rgb) {
@@ -92,9 +90,8 @@ protected:
     std::uint32_t at(int x, int y) const { return window->frame().at(x, y); }
     void expect_rgb(int x, int y, int r, int g, int b, int tolerance = 2) {
         const std::uint32_t c = at(x, y);
-        EXPECT_NEAR(red(c), r, tolerance) << "at " << x << ", " << y;
-        EXPECT_NEAR(green(c), g, tolerance) << "at " << x << ", " << y;
-        EXPECT_NEAR(blue(c), b, tolerance) << "at " << x << ", " << y;
+        SCOPED_TRACE("at " + std::to_string(x) + ", " + std::to_string(y));
+        EXPECT_NEAR(red(c), r, tolerance); EXPECT_NEAR(green(c), g, tolerance); EXPECT_NEAR(blue(c), b, tolerance);
     }
 
     SafeArray<D3DVERTEX> cube;
@@ -112,18 +109,13 @@ TEST_F(Cubes, RenderCubeDrawsSixStripsOfFourAndStopsAtTheFirstMissingStart) {
     SafeArray<D3DVERTEX> v(0, 12);  // starts 0, 4, 8, 12 exist; 16 does not
     EXPECT_EQ(error_of([&] { engine.RenderCUBE(v); }), err::SubscriptOutOfRange);
     EXPECT_EQ(platform::trace().matching("Direct3DDevice7."), Calls(4, kDraw));
-
 }
 
 TEST_F(Cubes, LitTexturedCubeFillsTheMiddleAndLeavesTheCorners) {
     // Edge 2 at the origin, eye at z = -5: the -z face at depth 4 spans
     // columns 80 -+ 80 s / 4 = 31.8..128.2 and rows 23.8..96.2. Light along
     // +z meets that face head on: N.L = 1, so it shows the texture's yellow.
-    open();
-    look(D3DVECTOR{0, 0, -5}, D3DVECTOR{0, 0, 0});
-    light_towards(D3DVECTOR{0, 0, 1});
-    engine.CreateCube(cube, 2);
-    engine.D3D_DEV->setTexture(0, plain(0xFFFF00));
+    scene(D3DVECTOR{0, 0, 1}, 0xFFFF00);
     frame([&] { engine.RenderCUBE(cube); });
 
     for (auto [x, y] : {std::pair{80, 60}, {34, 26}, {126, 94}}) expect_rgb(x, y, 255, 255, 0);
@@ -137,11 +129,7 @@ TEST_F(Cubes, TheLitSideIsBrighterThanTheUnlitSide) {
     // -0.707) on the right. Light travelling +x: N.L = 0.707 on the left, so
     // 255 x 0.7071 = 180.3; the right face faces away and, with no ambient
     // term, is black. Column 60 meets the left face at depth 4.0, x = -0.41.
-    open();
-    look(D3DVECTOR{0, 0, -5}, D3DVECTOR{0, 0, 0});
-    light_towards(D3DVECTOR{1, 0, 0});
-    engine.CreateCube(cube, 2);
-    engine.D3D_DEV->setTexture(0, plain(0xFFFFFF));
+    scene(D3DVECTOR{1, 0, 0}, 0xFFFFFF);
     frame([&] {
         engine.OBJECT_rotate(Variant(0.0), Variant(45.0), Variant(0.0));
         engine.RenderCUBE(cube);
@@ -158,12 +146,8 @@ TEST_F(Cubes, FogPullsTheFarCubeTowardsTheFogColour) {
     // 0.8667: (221, 0, 34). The far one at (4, 0, 15) has its front at depth
     // 19, f = 11 / 30 = 0.3667: (93.5, 0, 161.5), on columns 110..131, rows
     // 52..68. Fog is per vertex on eye depth, flat over each front face.
-    open();
-    look(D3DVECTOR{0, 0, -5}, D3DVECTOR{0, 0, 0});
-    light_towards(D3DVECTOR{0, 0, 1});
+    scene(D3DVECTOR{0, 0, 1}, 0xFF0000);
     engine.SetFog_EX(Variant(0.0), Variant(30.0), 0.001, 0x0000FF);
-    engine.CreateCube(cube, 2);
-    engine.D3D_DEV->setTexture(0, plain(0xFF0000));
     frame([&] {
         engine.OBJECT_move(Variant(-1.5), Variant(0.0), Variant(0.0));
         engine.RenderCUBE(cube);

@@ -37,17 +37,14 @@ TEST_F(LevelWalk, TheWalkIsHeldOnTheNearSideOfTheNorthWall) {
             // From z = 44 the wall, 256 away, spans rows 60 -+ 60 s 60 / 256 = 26..94
             // (s = 2.41): brick red in the middle, grey flags below, plaster above.
             const std::uint32_t wall = at(80, 60), floor = at(80, 115), roof = at(80, 3);
-            const int wr = (wall >> 16) & 255, wg = (wall >> 8) & 255;
-            const int fr = (floor >> 16) & 255, fb = floor & 255;
-            const int rr = (roof >> 16) & 255, rg = (roof >> 8) & 255;
-            EXPECT_GT(wr, wg + 60) << std::hex << wall;
-            EXPECT_NEAR(fr, fb, 20) << std::hex << floor;
-            EXPECT_LT(fr, 170) << std::hex << floor;
-            EXPECT_GT(rr, 180) << std::hex << roof;
-            EXPECT_GT(rg, 180) << std::hex << roof;
+            auto ch = [](std::uint32_t c, int shift) { return static_cast<int>((c >> shift) & 255); };
+            EXPECT_GT(ch(wall, 16), ch(wall, 8) + 60) << std::hex << wall;
+            EXPECT_NEAR(ch(floor, 16), ch(floor, 0), 20) << std::hex << floor;
+            EXPECT_LT(ch(floor, 16), 170) << std::hex << floor;
+            EXPECT_GT(ch(roof, 16), 180) << std::hex << roof;
+            EXPECT_GT(ch(roof, 8), 180) << std::hex << roof;
         }
     }
-    EXPECT_EQ(furthest, 288.0f);
-    EXPECT_EQ(engine.GET_CameraEYE().z, 288.0f);
+    EXPECT_EQ(furthest, 288.0f); EXPECT_EQ(engine.GET_CameraEYE().z, 288.0f);
     EXPECT_LT(engine.GET_CameraEYE().z, room.room().max.z);
 }

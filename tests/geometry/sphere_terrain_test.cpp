@@ -1,6 +1,7 @@
 // Sphere and sphere mapping, random terrain, vertex editing.
 #include <algorithm>
 #include <cmath>
+#include <string>
 #include <vector>
 
 #include "support/engine_test_support.h"
@@ -18,16 +19,12 @@ protected:
 
 TEST_F(Spheres, OneRingIsThreeVerticesTwoPolesAndTwoCaps) {
     engine.CreateSphere(v, nv, idx, ni, 2, 1);
-    EXPECT_EQ(nv, 5);
-    EXPECT_EQ(ni, 12);
+    EXPECT_EQ(nv, 5); EXPECT_EQ(ni, 12);
     ASSERT_EQ(v.UBound(), 5);    // one spare element at the top
     ASSERT_EQ(idx.UBound(), 12);
     // Ring 0 at theta = 3.141592653, on the south pole's place; seam tu 1 and 0.
-    EXPECT_NEAR(v(0).y, -2, 1e-6);
-    EXPECT_NEAR(v(2).y, -2, 1e-6);
-    EXPECT_EQ(v(0).tu, 1.0f);
-    EXPECT_EQ(v(1).tu, 0.5f);
-    EXPECT_EQ(v(2).tu, 0.0f);
+    EXPECT_NEAR(v(0).y, -2, 1e-6); EXPECT_NEAR(v(2).y, -2, 1e-6);
+    EXPECT_EQ(v(0).tu, 1.0f); EXPECT_EQ(v(1).tu, 0.5f); EXPECT_EQ(v(2).tu, 0.0f);
     EXPECT_NEAR(v(0).tv, 1, 1e-6);   // (1 - cos theta) / 2
     // Poles: V = 3 north, 4 south.
     EXPECT_EQ(v(3).y, 2.0f); EXPECT_EQ(v(3).ny, 1.0f); EXPECT_EQ(v(3).tu, 0.5f); EXPECT_EQ(v(3).tv, 0.0f);
@@ -39,42 +36,34 @@ TEST_F(Spheres, OneRingIsThreeVerticesTwoPolesAndTwoCaps) {
 
 TEST_F(Spheres, TwoRingsGiveTwelveVerticesAndFortyEightIndices) {
     engine.CreateSphere(v, nv, idx, ni, 3, 2);
-    EXPECT_EQ(nv, 12);
-    EXPECT_EQ(ni, 48);
+    EXPECT_EQ(nv, 12); EXPECT_EQ(ni, 48);
     // w = 5, d = pi / 2. Ring 0 on the equator: s = 1 at phi = pi / 2 is
     // (R, 0, 0) with normal (1, 0, 0), tu = 1 - 1/4, tv = (1 - 0) / 2.
     EXPECT_NEAR(v(1).x, 3, 1e-6); EXPECT_NEAR(v(1).y, 0, 1e-6); EXPECT_NEAR(v(1).z, 0, 1e-6);
-    EXPECT_NEAR(v(1).nx, 1, 1e-6);
-    EXPECT_EQ(v(1).tu, 0.75f);
-    EXPECT_NEAR(v(1).tv, 0.5, 1e-6);
+    EXPECT_NEAR(v(1).nx, 1, 1e-6); EXPECT_EQ(v(1).tu, 0.75f); EXPECT_NEAR(v(1).tv, 0.5, 1e-6);
     EXPECT_NEAR(v(0).z, 3, 1e-6);    // s = 0: (0, 0, R)
     // First quad (r 0, s 0), first south-cap and first and last north-cap triangles.
     const struct { Long at; Integer a, b, c; } tris[] = {
         {0, 0, 5, 1}, {3, 1, 5, 6}, {18, 3, 8, 4}, {21, 4, 8, 9}, {24, 11, 5, 6}, {36, 10, 0, 1}, {45, 10, 3, 4}};
     for (const auto& t : tris) {
-        EXPECT_EQ(idx(t.at), t.a) << t.at;
-        EXPECT_EQ(idx(t.at + 1), t.b) << t.at;
-        EXPECT_EQ(idx(t.at + 2), t.c) << t.at;
+        EXPECT_EQ(idx(t.at), t.a) << t.at; EXPECT_EQ(idx(t.at + 1), t.b) << t.at; EXPECT_EQ(idx(t.at + 2), t.c) << t.at;
     }
     Integer top = 0;
     for (Long i = 0; i < 48; ++i) top = std::max(top, idx(i));
     EXPECT_EQ(top, 11);
     // Contents are not kept: a second, smaller sphere shrinks both arrays.
     engine.CreateSphere(v, nv, idx, ni, 3, 1);
-    EXPECT_EQ(v.UBound(), 5);
-    EXPECT_EQ(idx.UBound(), 12);
+    EXPECT_EQ(v.UBound(), 5); EXPECT_EQ(idx.UBound(), 12);
 }
 
 TEST_F(Spheres, RingCountsAtTheLimits) {
     engine.CreateSphere(v, nv, idx, ni, 1, 2);
     EXPECT_EQ(error_of([&] { engine.CreateSphere(v, nv, idx, ni, 1, 0); }), err::DivisionByZero);
     EXPECT_EQ(error_of([&] { engine.CreateSphere(v, nv, idx, ni, 1, -3); }), err::SubscriptOutOfRange);
-    EXPECT_EQ(nv, 12);            // nothing changed
-    EXPECT_EQ(v.UBound(), 12);
+    EXPECT_EQ(nv, 12); EXPECT_EQ(v.UBound(), 12);   // nothing changed
     // 127 rings: the largest index, (n - 1) w + 2n = 126 x 255 + 254 = 32384, fits.
     engine.CreateSphere(v, nv, idx, ni, 1, 127);
-    EXPECT_EQ(nv, 127 * 255 + 2);
-    EXPECT_EQ(ni, 12 * 127 * 127);
+    EXPECT_EQ(nv, 127 * 255 + 2); EXPECT_EQ(ni, 12 * 127 * 127);
     // 128: 127 x 257 + 256 = 32895 does not fit an Integer.
     EXPECT_EQ(error_of([&] { engine.CreateSphere(v, nv, idx, ni, 1, 128); }), err::Overflow);
     EXPECT_EQ(nv, 127 * 255 + 2);
@@ -100,10 +89,7 @@ TEST_F(Spheres, SphereMapTakesTheNormalsThroughWorldAndView) {
     // tu = (n.M col 1 + 1) / 2, tv = (1 - n.M col 2) / 2: (1, 0, 0) gives
     // (0 + 1) / 2 and (1 - 2) / 2; (0, 1, 0) gives (1 + 1) / 2 and (1 - 0) / 2.
     const float want[4][2] = {{0.5f, 0.5f}, {0.5f, -0.5f}, {1, 0.5f}, {7, 8}};
-    for (Long i = 0; i < 4; ++i) {
-        EXPECT_EQ(m(i).tu, want[i][0]) << i;
-        EXPECT_EQ(m(i).tv, want[i][1]) << i;
-    }
+    for (Long i = 0; i < 4; ++i) { EXPECT_EQ(m(i).tu, want[i][0]) << i; EXPECT_EQ(m(i).tv, want[i][1]) << i; }
     SafeArray<D3DVERTEX> never;
     EXPECT_EQ(error_of([&] { engine.Create_SPHEREmap(never); }), err::SubscriptOutOfRange);
 }
@@ -123,8 +109,7 @@ TEST_F(Terrain, ThreeByThreeRaisesOnlyTheCentreAndNumbersFromOne) {
     engine.Load_Random_Terrain(D3DVECTOR{0, 1, 0}, D3DVECTOR{30, 99, 30}, vx, ix, Variant(10), Variant(10),
                                Variant(2), 4, 6);
     EXPECT_EQ(runtime::Rnd(), draws[9]);    // exactly nine drawn, no reseeding
-    ASSERT_EQ(vx.UBound(), 10);
-    ASSERT_EQ(ix.UBound(), 24);
+    ASSERT_EQ(vx.UBound(), 10); ASSERT_EQ(ix.UBound(), 24);
     for (Long i = 1; i <= 3; ++i)
         for (Long j = 1; j <= 3; ++j) {
             const D3DLVERTEX& p = vx(3 * (i - 1) + j);
@@ -133,8 +118,7 @@ TEST_F(Terrain, ThreeByThreeRaisesOnlyTheCentreAndNumbersFromOne) {
             EXPECT_EQ(p.color, -1); EXPECT_EQ(p.specular, -1);
             EXPECT_FLOAT_EQ(p.tu, 4.0f * i / 3); EXPECT_FLOAT_EQ(p.tv, 6.0f * j / 3);
         }
-    EXPECT_EQ(vx(0).x, 0.0f);     // elements 0 and W H + 1 are not written
-    EXPECT_EQ(vx(10).color, 0);
+    EXPECT_EQ(vx(0).x, 0.0f); EXPECT_EQ(vx(10).color, 0);   // elements 0 and W H + 1 are not written
     const Integer want[24] = {2, 4, 1, 2, 5, 4,  3, 5, 2, 3, 6, 5,  5, 7, 4, 5, 8, 7,  6, 8, 5, 6, 9, 8};
     for (Long k = 0; k < 24; ++k) EXPECT_EQ(ix(k), want[k]) << k;
 }
@@ -143,20 +127,16 @@ TEST_F(Terrain, HeightsStayWithinThirtyNineStepsAndTheRimIsFlat) {
     // 20 x 10 grid from (5, -3, 7); the grid runs along +x and +z whatever VEC_to says.
     engine.Load_Random_Terrain(D3DVECTOR{5, -3, 7}, D3DVECTOR{-195, 0, -93}, vx, ix, Variant(10), Variant(10),
                                Variant(0.5), 1, 1);
-    ASSERT_EQ(vx.UBound(), 201);
-    ASSERT_EQ(ix.UBound(), 6 * 19 * 9);
+    ASSERT_EQ(vx.UBound(), 201); ASSERT_EQ(ix.UBound(), 6 * 19 * 9);
     float top = -3;
     for (Long i = 1; i <= 20; ++i)
         for (Long j = 1; j <= 10; ++j) {
             const D3DLVERTEX& p = vx(10 * (i - 1) + j);
-            EXPECT_EQ(p.x, 5 + 10.0f * i);
-            EXPECT_EQ(p.z, 7 + 10.0f * j);
+            SCOPED_TRACE(std::to_string(i) + ", " + std::to_string(j));
+            EXPECT_EQ(p.x, 5 + 10.0f * i); EXPECT_EQ(p.z, 7 + 10.0f * j);
             const double steps = (p.y + 3) / 0.5;
-            EXPECT_EQ(steps, std::floor(steps));
-            EXPECT_LE(steps, 39);
-            if (i == 1 || i == 20 || j == 1 || j == 10) {
-                EXPECT_EQ(p.y, -3.0f) << i << ", " << j;
-            }
+            EXPECT_EQ(steps, std::floor(steps)); EXPECT_LE(steps, 39);
+            if (i == 1 || i == 20 || j == 1 || j == 10) { EXPECT_EQ(p.y, -3.0f); }
             top = std::max(top, p.y);
         }
     EXPECT_GT(top, -3.0f);
@@ -166,8 +146,7 @@ TEST_F(Terrain, EmptyGridsAndBadArguments) {
     // Difference 5 over steps of 10: W = 0. Elements 0 and 1, one index element.
     engine.Load_Random_Terrain(D3DVECTOR{0, 0, 0}, D3DVECTOR{5, 0, 30}, vx, ix, Variant(10), Variant(10),
                                Variant(1), 1, 1);
-    EXPECT_EQ(vx.UBound(), 1);
-    EXPECT_EQ(ix.UBound(), 0);
+    EXPECT_EQ(vx.UBound(), 1); EXPECT_EQ(ix.UBound(), 0);
     auto load = [&](float to_x, const Variant& xs) {
         return error_of([&] {
             engine.Load_Random_Terrain(D3DVECTOR{0, 0, 0}, D3DVECTOR{to_x, 0, 30}, vx, ix, xs, Variant(10),
