@@ -8,7 +8,6 @@
 #include "world/cTarko_Sphere.h"
 
 using namespace tarko;
-using tarko::test::Calls;
 using tarko::test::EngineFixture;
 
 class Sphere : public EngineFixture {
@@ -79,10 +78,9 @@ TEST_F(Sphere, RenderBindsTurnsCullingOffPlacesDrawsOneStripAndPutsCullingBack) 
 }
 
 TEST_F(Sphere, FromInsideOnlyTheDomeShowsWithCullingOn) {
-    // An untextured sphere of radius 100 round the start-up camera, lit by a
-    // white ambient on a white material: with ForceDomeSky the whole view is
-    // the sphere; without it, the default counter-clockwise culling removes
-    // the faces seen from inside and the background stays.
+    // An untextured sphere of radius 100 round the start-up camera, white
+    // ambient on white material: with ForceDomeSky the view is all sphere;
+    // without, default CCW culling drops the inside faces: background stays.
     open(32, 24);
     engine.device_CLEAR_COLOR = 0x000040;
     engine.USE_default_RENDERSTATE();
