@@ -12,7 +12,7 @@
 #include <limits>
 #include <string>
 
-#include "bmp_writer.h"
+#include "world_helpers.h"
 #include "support/engine_test_support.h"
 #include "world/cTarko_landScape.h"
 
@@ -47,13 +47,8 @@ protected:
     cTarko_landScape land;
 };
 
-struct Probe {
-    const char* where;
-    float x, z;
-    float height, u, v;   // Get_Altitude_EX at unit placement, _U, _V
-};
-
 TEST_F(Altitude, AnswersOnEachTriangleEdgeAndOutside) {
+    struct Probe { const char* where; float x, z, height, u, v; };   // height: Get_Altitude_EX; u, v: _U, _V
     const Probe probes[] = {
         // First triangle: fx 0.2, fz 0.3 -> 10 + 2 + 6 = 18, u 0.2, v 0.5.
         {"first triangle", 32, 33, 18, 0.2f, 0.5f},
@@ -76,11 +71,10 @@ TEST_F(Altitude, AnswersOnEachTriangleEdgeAndOutside) {
         {"before the grid", -5, -5, 0, 0, 0},
         {"far away", 1e30f, -1e30f, 0, 0, 0},
     };
-    for (const Probe& p : probes) {
-        // Unit placement: world = grid; box W = D = 60 from element 0.
-        EXPECT_NEAR(land.Get_Altitude_EX(at(p.x, p.z)), p.height, 1e-4) << p.where;
-        EXPECT_NEAR(land.Get_Altitude_U(at(p.x, p.z)), p.u, 1e-4) << p.where;
-        EXPECT_NEAR(land.Get_Altitude_V(at(p.x, p.z)), p.v, 1e-4) << p.where;
+    for (const Probe& p : probes) {   // unit placement: world = grid; box W = D = 60 from element 0
+        SCOPED_TRACE(p.where);
+        const D3DVECTOR q = at(p.x, p.z);
+        test::expect_floats({land.Get_Altitude_EX(q), land.Get_Altitude_U(q), land.Get_Altitude_V(q)}, {p.height, p.u, p.v}, 1e-4);
     }
     // On the cell's diagonal both triangles give 10 + 5 + 10 = 25.
     EXPECT_NEAR(land.Get_Altitude_EX(at(35, 35)), 25, 1e-4);
@@ -93,22 +87,16 @@ TEST_F(Altitude, WorldQueriesMapThroughPlacementAndScaleHeightsByVscalY) {
     land.vPosition(D3DVECTOR{100, 7, -50});
     // Grid (32, 33) is world (100 + 64, -50 + 66): 3 x 18 = 54, P.y not added.
     EXPECT_NEAR(land.Get_Altitude_EX(at(164, 16)), 54, 1e-3);
-    EXPECT_NEAR(land.Get_Angle_U(at(164, 16)), 0.2f, 1e-4);
-    EXPECT_NEAR(land.Get_Angle_V(at(164, 16)), 0.5f, 1e-4);
+    test::expect_floats({land.Get_Angle_U(at(164, 16)), land.Get_Angle_V(at(164, 16))}, {0.2f, 0.5f}, 1e-4);
     // The grid queries ignore the placement.
     EXPECT_NEAR(land.Get_Altitude_U(at(32, 33)), 0.2f, 1e-4);
     // The box's edges are outside: x from 100 to 100 + 60 x 2, z -50 to 70.
-    EXPECT_EQ(land.Get_Altitude_EX(at(100, 16)), 0);
-    EXPECT_EQ(land.Get_Altitude_EX(at(220, 16)), 0);
-    EXPECT_EQ(land.Get_Altitude_EX(at(164, 70)), 0);
-    EXPECT_EQ(land.Get_Altitude_EX(at(164, -50)), 0);
+    for (const D3DVECTOR& p : {at(100, 16), at(220, 16), at(164, 70), at(164, -50)})
+        EXPECT_EQ(land.Get_Altitude_EX(p), 0) << p.x << ", " << p.z;
 }
 
 TEST_F(Altitude, DetectCollisionReachesPrecisionCollideAlongTheDirection) {
-    struct Shot {
-        D3DVECTOR origin, dest;
-        bool hit;
-    };
+    struct Shot { D3DVECTOR origin, dest; bool hit; };
     // The surface is at 18 under (32, 33); PrecisionCollide is 5.
     const Shot shots[] = {
         {{32, 20, 33}, {32, 0, 33}, true},      // t = 2
@@ -134,9 +122,7 @@ TEST_F(Altitude, DetectCollisionReachesPrecisionCollideAlongTheDirection) {
 TEST_F(Altitude, DetectCollisionLeavesTheDirectionInTheCallersDest) {
     D3DVECTOR o{32, 20, 33}, d{32, 0, 33};
     ASSERT_TRUE(land.DetectCollision(o, d));
-    EXPECT_EQ(d.x, 0);
-    EXPECT_EQ(d.y, -1);
-    EXPECT_EQ(d.z, 0);
+    EXPECT_EQ(test::xyz(d), (std::vector<float>{0, -1, 0}));
     // Again with the same variable: (0, -1, 0) - (32, 20, 33) normalised
     // points down at 25 degrees while the surface there falls faster along
     // it (slope 1 in x, 2 in z), so nothing lies ahead within 5.
@@ -146,14 +132,14 @@ TEST_F(Altitude, DetectCollisionLeavesTheDirectionInTheCallersDest) {
 TEST_F(Altitude, NothingAnswersBeforeLoadTerrain) {
     cTarko_landScape fresh;
     fresh.INITIALIZE(engine);
-    EXPECT_EQ(fresh.Get_Altitude_EX(at(32, 33)), 0);
-    EXPECT_EQ(fresh.Get_Altitude_U(at(32, 33)), 0);
-    EXPECT_EQ(fresh.Get_Angle_V(at(32, 33)), 0);
+    EXPECT_EQ((std::vector<float>{fresh.Get_Altitude_EX(at(32, 33)), fresh.Get_Altitude_U(at(32, 33)),
+                                  fresh.Get_Angle_V(at(32, 33))}),
+              (std::vector<float>{0, 0, 0}));
     D3DVECTOR o{32, 20, 33}, d{32, 0, 33};
     EXPECT_FALSE(fresh.DetectCollision(o, d));
     EXPECT_EQ(d.y, 0);   // Dest left alone
     // Loaded but inactive: the flag alone silences the queries.
     land.is_ACTIVE = false;
-    EXPECT_EQ(land.Get_Altitude_U(at(32, 33)), 0);
-    EXPECT_EQ(land.Get_Altitude_EX(at(32, 33)), 0);
+    EXPECT_EQ((std::vector<float>{land.Get_Altitude_U(at(32, 33)), land.Get_Altitude_EX(at(32, 33))}),
+              (std::vector<float>{0, 0}));
 }

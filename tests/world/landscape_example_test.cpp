@@ -1,8 +1,6 @@
-// A headless frame of the landscape example, checked for what it must show:
-// sky above the horizon, terrain below it, and water wherever the view ray
-// meets ground lower than the water's surface. The expected class of each
-// sampled pixel comes from marching its view ray against the altitude
-// queries. 160 x 120 with the start-up field of view: a pixel (c, r) looks
+// A headless frame of the landscape example: sky above the horizon, terrain
+// below, water where the view ray meets ground below the water's surface;
+// each sampled pixel's class comes from marching its ray against the ground. 160 x 120 with the start-up field of view: a pixel (c, r) looks
 // along forward + right (c + 0.5 - 80) / (80 s) - up (r + 0.5 - 60) / (60 s),
 // s = cot(0.393212) = 2.41072.
 #include <gtest/gtest.h>
@@ -56,8 +54,7 @@ protected:
         tarko::platform::windows().remove(hwnd);
         std::filesystem::remove_all(folder);
     }
-    // Looks from `eye` along heading (radians, 0 = +x, pi/2 = +z) and pitch
-    // (degrees, down negative), draws one frame and keeps the view.
+    // Looks from `eye` along heading (radians, 0 = +x, pi/2 = +z) and pitch (degrees, down < 0); draws a frame.
     void shoot(const D3DVECTOR& eye, double heading, double pitch_deg) {
         engine.CAM_angle(tarko::Variant(heading));
         engine.Camera_set_ANGy_DEGREE(tarko::Variant(pitch_deg));
@@ -73,11 +70,10 @@ protected:
     }
     std::uint32_t pixel(int c, int r) const { return tarko::platform::windows().get(hwnd)->frame().at(c, r); }
 
-    // What the ray of pixel (c, r) must show: water where it first meets
-    // the water's surface over ground lower than it, land where it meets
-    // ground above it, sky where it rises past all ground. Unsure within
-    // 40 units (two grid steps) of the shore, on snow, past the fog's start
-    // (1400) or off the grid.
+    // What pixel (c, r)'s ray must show: water where it first meets the water
+    // over lower ground, land where it meets ground above it, sky where it
+    // rises past all ground. Unsure within 40 units (two grid steps) of the
+    // shore, on snow, past the fog's start (1400) or off the grid.
     Seen expected(int c, int r) {
         const double ch = std::cos(heading_), sh = std::sin(heading_), cp = std::cos(pitch_), sp = std::sin(pitch_);
         const double f[3] = {ch * cp, sp, sh * cp}, up[3] = {-ch * sp, cp, -sh * sp}, right[3] = {sh, 0, -ch};
@@ -89,8 +85,7 @@ protected:
         for (double t = 0; t < 9000; t += t < 1400 ? 2 : 10) {
             const D3DVECTOR p{static_cast<float>(eye_.x + d[0] / n * t), static_cast<float>(eye_.y + d[1] / n * t),
                               static_cast<float>(eye_.z + d[2] / n * t)};
-            // Rising above the highest ground there can be (255 x 0.25 x 20 =
-            // 1275) or past the grid's edge, nothing is met any more.
+            // Above the highest ground (255 x 0.25 x 20 = 1275) or off the grid, nothing is met.
             const bool off_grid = p.x < 60 || p.x > 3600 || p.z < 40 || p.z > 3580;
             if (d[1] > 0 && (p.y > 1276 || off_grid)) return Seen::Sky;
             if (off_grid) return Seen::Unsure;
@@ -102,11 +97,8 @@ protected:
         }
         return Seen::Unsure;
     }
-    // Every fourth pixel: how many of each kind were expected, and how many
-    // pixels disagreed.
-    struct Tally {
-        int sky = 0, land = 0, water = 0, wrong = 0;
-    };
+    // Every fourth pixel: how many of each kind were expected, how many disagreed.
+    struct Tally { int sky = 0, land = 0, water = 0, wrong = 0; };
     Tally check_view() {
         Tally t;
         for (int r = 0; r < kH; r += 4)
@@ -137,9 +129,8 @@ protected:
 const D3DVECTOR kShore{(90 + 1) * landscape::kScale - 900, landscape::kWaterLevel + 150, (110 + 1) * landscape::kScale};
 
 TEST_F(LandscapeFrame, SkyAboveTheHorizonTerrainBelowWaterOverTheLake) {
-    // Pitch -8 degrees, a dip of atan(sin 8) = 7.93: the level line is row
-    // 60 - 60 s tan 7.93 = 39.9; the
-    // hills beyond the lake rise into the rows above it.
+    // Pitch -8, a dip of atan(sin 8) = 7.93: the level line is row
+    // 60 - 60 s tan 7.93 = 39.9; the hills beyond the lake rise above it.
     shoot(kShore, 0, -8);
     const Tally t = check_view();
     EXPECT_GE(t.sky, 100);
@@ -150,8 +141,7 @@ TEST_F(LandscapeFrame, SkyAboveTheHorizonTerrainBelowWaterOverTheLake) {
 }
 
 TEST_F(LandscapeFrame, LookingDownTheWaterFollowsTheShore) {
-    // 400 above the water, pitch -35 (a dip of atan(sin 35) = 29.8): the lake in the middle, its banks
-    // round it, no sky.
+    // 400 up, pitch -35 (dip atan(sin 35) = 29.8): lake in the middle, banks round it, no sky.
     shoot(D3DVECTOR{kShore.x, landscape::kWaterLevel + 400, kShore.z}, 0, -35);
     const Tally t = check_view();
     EXPECT_EQ(t.sky, 0);
