@@ -393,10 +393,10 @@ TEST_F(Particles, ExplosionPutsBackTheBlendItFound) {
     engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_SRCALPHA);
     engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_INVSRCALPHA);
     p.Render(engine);
-    EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_SRCBLEND), dx::D3DBLEND_SRCALPHA);
-    EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_DESTBLEND), dx::D3DBLEND_INVSRCALPHA);
-    EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE), 0);
-    EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_ZWRITEENABLE), -1);
+    const auto state = [&](Long s) { return engine.D3D_DEV->getRenderState(s); };
+    EXPECT_EQ((std::array{state(dx::D3DRENDERSTATE_SRCBLEND), state(dx::D3DRENDERSTATE_DESTBLEND),
+                          state(dx::D3DRENDERSTATE_ALPHABLENDENABLE), state(dx::D3DRENDERSTATE_ZWRITEENABLE)}),
+              (std::array{dx::D3DBLEND_SRCALPHA, dx::D3DBLEND_INVSRCALPHA, 0, -1}));
 }
 
 TEST_F(Particles, InactiveObjectTouchesNothing) {
