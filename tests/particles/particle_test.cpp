@@ -1,20 +1,14 @@
-// cTarko_Particle: INIT's defaults and light slot, each style's first particle
-// after INIT and after one and two Render calls, both ways of facing the
-// viewer, Render's device traffic, and the refusals.
-//
-// The clock is the tests' manual one, so every reseed from it restarts the
-// generator at the same place. Its first draws after a reseed (d0, d1, ...):
-//   d0 0.387010813  d1 0.265462339  d2 0.116618991  d3 0.291115344
-//   d4 0.0212273598 d5 0.757588089  d6 0.70591557   d7 0.576204121
-//   d8 0.25702548   d9 0.0270003676 d10 0.217258811 d11 0.333434165
-//   d12 0.361556053 d13 0.83474654  d14 0.680006623 d15 0.537231743
-// so Rand() is always d0 - d1 = 0.121548474 and Rand_S() round(38.70) = 39
-// -> 0.039. INIT reseeds and the engine's colour takes d0..d3, so a style's
-// own draws start at d4.
+// cTarko_Particle: INIT's defaults and light slot, each style's particles over
+// two Render calls, both ways of facing the viewer, device traffic, refusals.
+// The manual clock makes every reseed restart the generator: its draws are kD
+// below, so Rand() is always d0 - d1 = 0.121548474 and Rand_S() round(38.70)
+// = 39 -> 0.039. INIT reseeds and the engine's colour takes d0..d3, so a
+// style's own draws start at d4.
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <tuple>
 
 #include "particles/cTarko_Particle.h"
 #include "platform/constants.h"
@@ -42,20 +36,20 @@ void write_white_tga(const std::filesystem::path& file) {
 Calls brief(const Calls& calls, int keep = 2) {
     Calls out;
     for (const std::string& c : calls) {
-        std::string name = c.substr(c.find('.') + 1);
+        const std::string name = c.substr(c.find('.') + 1);
         const auto space = name.find(' ');
-        if (space == std::string::npos) {
-            out.push_back(name);
-            continue;
-        }
-        std::string result = name.substr(0, space), args = name.substr(space + 1);
-        std::stringstream in(args);
-        std::string arg;
-        for (int i = 0; i < keep && std::getline(in, arg, ','); ++i)
-            result += (i ? "," : " ") + arg;
+        std::string result = name.substr(0, space), arg;
+        std::stringstream in(space == std::string::npos ? "" : name.substr(space + 1));
+        for (int i = 0; i < keep && std::getline(in, arg, ','); ++i) result += (i ? "," : " ") + arg;
         out.push_back(result);
     }
     return out;
+}
+
+// EXPECT_FLOAT_EQ on each pair, labelled by its place in the lists.
+void expect_floats(std::initializer_list<float> got, std::initializer_list<double> want) {
+    ASSERT_EQ(got.size(), want.size());
+    for (std::size_t i = 0; i < got.size(); ++i) EXPECT_FLOAT_EQ(got.begin()[i], static_cast<float>(want.begin()[i])) << "value " << i;
 }
 
 }  // namespace
@@ -88,9 +82,7 @@ TEST_F(Particles, InitDefaultsGiveFifteenPointParticlesAndTakeTheNextLightSlot) 
     EXPECT_EQ(p.emit_particles().size(), 16u);  // 1 to 15
     // Start-up leaves the engine's slot at -1: lifted to 0, then 1 is handed on.
     EXPECT_EQ(p.light_index(), 0);
-    const Calls lights = platform::trace().matching("Direct3DDevice7.setLight");
-    ASSERT_EQ(lights.size(), 1u);
-    EXPECT_EQ(lights[0], "Direct3DDevice7.setLight 0, 1, 7, 8, 9, 0, 0, 0, 50");
+    EXPECT_EQ(platform::trace().matching("Direct3DDevice7.setLight"), Calls{"Direct3DDevice7.setLight 0, 1, 7, 8, 9, 0, 0, 0, 50"});
     EXPECT_TRUE(engine.D3D_DEV->getLightEnable(0));
     EXPECT_EQ(engine.LIGHT_GETFreeINDEX().to_long(), 1);
     // The engine's next light skips slot 1: ADD_light raises the index to 2 and uses it.
@@ -118,35 +110,27 @@ TEST_F(Particles, RandAndRandSReseedFromTheClock) {
 TEST_F(Particles, PointParticleStartsBesideTheEmitterAndRestartsWhenItsLifeRunsOut) {
     init(Tarko_POINT_emitting, 1, D3DVECTOR{10, 20, 30});
     const auto& e = p.emit_particles()[1];
-    EXPECT_FLOAT_EQ(e.Angle, static_cast<float>(kD[4] * 360 * 3.14958745741541 / 180));  // 0.133718
-    EXPECT_FLOAT_EQ(e.Speed, static_cast<float>(kD[5]));
-    EXPECT_FLOAT_EQ(e.Velocity.x, static_cast<float>(2 * kD[6]));    // 1.41183
-    EXPECT_FLOAT_EQ(e.Velocity.y, static_cast<float>(kD[7]));
-    EXPECT_FLOAT_EQ(e.Velocity.z, static_cast<float>(1.5 * kD[8]));  // 0.385538
-    EXPECT_FLOAT_EQ(e.Life, static_cast<float>(kD[9]));
+    // angle 0.133718, velocity (1.41183, d7, 0.385538); the start colour is the engine's random one
+    expect_floats({e.Angle, e.Speed, e.Velocity.x, e.Velocity.y, e.Velocity.z, e.Life, e.StartColour.r, e.StartColour.a},
+                  {kD[4] * 360 * 3.14958745741541 / 180, kD[5], 2 * kD[6], kD[7], 1.5 * kD[8], kD[9], kD[0], kD[3]});
     EXPECT_EQ(e.Position.x, 11.0f); EXPECT_EQ(e.Position.y, 20.0f);
-    EXPECT_FLOAT_EQ(e.StartColour.r, static_cast<float>(kD[0]));      // the engine's random colour
-    EXPECT_FLOAT_EQ(e.StartColour.a, static_cast<float>(kD[3]));
 
     // Render 1: life 0.0270 - 0.7576 < 0, so it restarts at (11, 20, 30) with
     // speed |d10 * 10| / 10, s = d11 * 9 - 1 = 2.0009, counter c = 1.
     p.Render(engine);
     EXPECT_EQ(e.Position.x, 11.0f); EXPECT_EQ(e.Position.y, 20.0f); EXPECT_EQ(e.Position.z, 30.0f);
-    EXPECT_FLOAT_EQ(e.Speed, static_cast<float>(kD[10]));
     const double s = kD[11] * 9 - 1;
-    EXPECT_FLOAT_EQ(e.Velocity.x, static_cast<float>(std::cos(0.25 * s)));  // 0.877466
-    EXPECT_FLOAT_EQ(e.Velocity.y, static_cast<float>(std::sin(1.0)));       // sin(c), c = 1
-    EXPECT_FLOAT_EQ(e.Velocity.z, static_cast<float>(std::sin(0.5 * s)));
-    EXPECT_FLOAT_EQ(e.Life, static_cast<float>(kD[12] * 0.5));              // 0.180778
+    // velocity (0.877466, sin(c), ...), life 0.180778
+    expect_floats({e.Speed, e.Velocity.x, e.Velocity.y, e.Velocity.z, e.Life},
+                  {kD[10], std::cos(0.25 * s), std::sin(1.0), std::sin(0.5 * s), kD[12] * 0.5});
     EXPECT_EQ(e.Spin, 0.0f);
     // Drawn after the step: row 1 (1, 0.5, 0.25) with alpha round(0.180778 * 255) = 46.
     EXPECT_EQ(static_cast<std::uint32_t>(p.particle_quad()[2].color), 0x2EFF8040u);
     EXPECT_EQ(p.particle_quad()[2].specular, p.particle_quad()[2].color);
 
-    // Render 2: 0.180778 - 0.217259 < 0 again: speed d13, life d15 / 2.
+    // Render 2: 0.180778 - 0.217259 < 0 again: speed d13, life d15 / 2 = 0.268616.
     p.Render(engine);
-    EXPECT_FLOAT_EQ(e.Speed, static_cast<float>(kD[13]));
-    EXPECT_FLOAT_EQ(e.Life, static_cast<float>(kD[15] * 0.5));  // 0.268616
+    expect_floats({e.Speed, e.Life}, {kD[13], kD[15] * 0.5});
     EXPECT_EQ(e.Position.x, 11.0f);
 }
 
@@ -155,81 +139,68 @@ TEST_F(Particles, ExplosionBurstsFromTheEmitterAndCyclesTheFlameRows) {
     const auto& b = p.burst_particles();
     ASSERT_EQ(b.size(), 12u);
     const auto& first = b[0];
-    EXPECT_FLOAT_EQ(first.Fade, static_cast<float>(kD[4] * 100 / 1000 + 0.003));  // 0.00512274
-    EXPECT_FLOAT_EQ(first.Xi, static_cast<float>((kD[5] * 50 - 26) * 10));       // 118.794
-    EXPECT_FLOAT_EQ(first.Yi, static_cast<float>((kD[6] * 50 - 26) * 10));       // 92.958
-    EXPECT_FLOAT_EQ(first.Zi, static_cast<float>((kD[7] * 50 - 26) * 10));       // 28.102
+    const double fade = kD[4] * 100 / 1000 + 0.003, xi = (kD[5] * 50 - 26) * 10, yi = (kD[6] * 50 - 26) * 10;
+    // fade 0.00512274, (Xi, Yi, Zi) = (118.794, 92.958, 28.102)
+    expect_floats({first.Fade, first.Xi, first.Yi, first.Zi}, {fade, xi, yi, (kD[7] * 50 - 26) * 10});
     EXPECT_EQ(first.Yg, 0.1f);
     EXPECT_EQ(first.Life, 1.0f);
-    // With 12 particles the rows run 1 to 12: G 0.5 x6, 0.65 x2, 0.5 x2, 0.55 x2.
-    const float start_g[12] = {0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.65f, 0.65f, 0.5f, 0.5f, 0.55f, 0.55f};
-    for (std::size_t i = 0; i < 12; ++i) EXPECT_EQ(b[i].G, start_g[i]) << "particle " << i;
 
+    // Drawn at the emitter, then a step of Xi / 400 (0.296985); the gravity after the step.
     p.Render(engine);
-    // Drawn at the emitter, then a step of Xi / 400; the gravity after the step.
-    EXPECT_FLOAT_EQ(first.X, static_cast<float>((kD[5] * 50 - 26) * 10 / 400));  // 0.296985
-    EXPECT_FLOAT_EQ(first.Yi, static_cast<float>((kD[6] * 50 - 26) * 10 + 0.1));
-    EXPECT_FLOAT_EQ(first.Life, static_cast<float>(1 - (kD[4] * 100 / 1000 + 0.003)));
+    expect_floats({first.X, first.Yi, first.Life}, {xi / 400, yi + 0.1, 1 - fade});
     // The row counter starts at 1 and climbs before each particle: 2, 3, ..., 12, 1.
     const float drawn_g[12] = {0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.65f, 0.65f, 0.5f, 0.5f, 0.55f, 0.55f, 0.5f};
     for (std::size_t i = 0; i < 12; ++i) EXPECT_EQ(b[i].G, drawn_g[i]) << "particle " << i;
 
-    p.Render(engine);
     // Y: Yi / 400 + (Yi + 0.1) / 400 = 0.232395 + 0.232645.
-    const double yi = (kD[6] * 50 - 26) * 10;
-    EXPECT_FLOAT_EQ(first.Y, static_cast<float>(yi / 400 + (yi + 0.1) / 400));
-    EXPECT_FLOAT_EQ(first.X, static_cast<float>(2 * (kD[5] * 50 - 26) * 10 / 400));
-    EXPECT_NEAR(first.Life, 1 - 2 * (kD[4] * 100 / 1000 + 0.003), 1e-6);
+    p.Render(engine);
+    expect_floats({first.Y, first.X}, {yi / 400 + (yi + 0.1) / 400, 2 * xi / 400});
+    EXPECT_NEAR(first.Life, 1 - 2 * fade, 1e-6);
 }
-
-TEST_F(Particles, ExplosionWithFewerThanTwelveParticlesSkipsRows) {
-    init(Tarko_EXPLOSION, 6);
-    // N / 12 = 0.5: rows Int(i / 0.5) + 1 = 1, 3, 5, 7, 9, 11.
-    const float g[6] = {0.5f, 0.5f, 0.5f, 0.65f, 0.5f, 0.55f};
-    for (std::size_t i = 0; i < 6; ++i) EXPECT_EQ(p.burst_particles()[i].G, g[i]) << "particle " << i;
+TEST_F(Particles, ExplosionRowsSpreadOverTheTwelveFlameRows) {
+    // 12 particles take rows 1 to 12: G 0.5 x6, 0.65 x2, 0.5 x2, 0.55 x2.
+    // 6: N / 12 = 0.5, rows Int(i / 0.5) + 1 = 1, 3, 5, 7, 9, 11.
+    const std::vector<float> rows[] = {{0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.65f, 0.65f, 0.5f, 0.5f, 0.55f, 0.55f},
+                                       {0.5f, 0.5f, 0.5f, 0.65f, 0.5f, 0.55f}};
+    for (const auto& g : rows) {
+        cTarko_Particle q;
+        q.INIT(engine, {}, texture.string(), static_cast<Integer>(g.size()), 1.0f, Tarko_EXPLOSION, Tarko_STATIC_LOCATION, 0,
+               200, 200, 100, 1);
+        for (std::size_t i = 0; i < g.size(); ++i) EXPECT_EQ(q.burst_particles()[i].G, g[i]) << g.size() << " #" << i;
+    }
 }
 
 TEST_F(Particles, FireRisesWithoutSidewaysSpeedAndWithoutGravity) {
     init(Tarko_FIRE, 1);
     const auto& f = p.burst_particles()[0];
-    // Fade = Rand() * 100 / 7500 + 0.0075 = 0.00912065; Rand reseeded, so the
-    // next draws are d2 (gravity), d3 (v) and d4 (z share).
-    EXPECT_FLOAT_EQ(f.Fade, static_cast<float>((kD[0] - kD[1]) * 100 / 7500 + 0.0075));
-    EXPECT_FLOAT_EQ(f.Yg, static_cast<float>(-(kD[2] * 3 + 2)));  // -2.34986
-    const double v = kD[3] * 25;                                   // 7.27788
+    // Fade = Rand() * 100 / 7500 + 0.0075 = 0.00912065; Rand reseeded, so the next draws are
+    // d2 (gravity, -2.34986), d3 (v = 7.27788) and d4 (z share, Zi -3.48443).
+    const double fade = (kD[0] - kD[1]) * 100 / 7500 + 0.0075, v = kD[3] * 25, zi = (kD[4] * 10 - 5) / 10 * v;
+    expect_floats({f.Fade, f.Yg, f.Yi, f.Zi}, {fade, -(kD[2] * 3 + 2), v, zi});
     EXPECT_EQ(f.Xi, 0.0f);
-    EXPECT_FLOAT_EQ(f.Yi, static_cast<float>(v));
-    EXPECT_FLOAT_EQ(f.Zi, static_cast<float>((kD[4] * 10 - 5) / 10 * v));  // -3.48443
     p.Render(engine);
-    EXPECT_FLOAT_EQ(f.Y, static_cast<float>(v / 10));
-    EXPECT_FLOAT_EQ(f.Z, static_cast<float>((kD[4] * 10 - 5) / 10 * v / 10));
+    expect_floats({f.Y, f.Z}, {v / 10, zi / 10});
     p.Render(engine);
-    EXPECT_FLOAT_EQ(f.Y, static_cast<float>(2 * v / 10));  // 1.45558
-    EXPECT_FLOAT_EQ(f.Yi, static_cast<float>(v));          // gravity never applied
+    expect_floats({f.Y, f.Yi}, {2 * v / 10, v});  // Y 1.45558; gravity never applied
     EXPECT_EQ(f.X, 0.0f);
-    EXPECT_NEAR(f.Life, 1 - 2 * ((kD[0] - kD[1]) * 100 / 7500 + 0.0075), 1e-6);
+    EXPECT_NEAR(f.Life, 1 - 2 * fade, 1e-6);
 }
 
 TEST_F(Particles, SnowFallsFromAHundredAboveAndAccelerates) {
     init(Tarko_SNOW, 1);
     const auto& s = p.drift_particles()[0];
-    // a = b = Rand() = 0.121548; width and depth 200 x 10 = 2000, half 1000.
-    EXPECT_FLOAT_EQ(s.Position.x, 121.548474f);
     EXPECT_EQ(s.Position.y, 100.0f);
-    EXPECT_FLOAT_EQ(s.Position.z, 121.548474f);
-    // c = d = e = f = Rand_S() = 0.039.
-    EXPECT_FLOAT_EQ(s.Velocity.x, -0.000461f);   // 0.039 * 0.001 - 0.0005
-    EXPECT_FLOAT_EQ(s.Velocity.y, -0.0050911f);  // -(0.039 * 0.0049 + 0.0049)
-    EXPECT_FLOAT_EQ(s.Acceleration.x, 0.039f);
-    EXPECT_FLOAT_EQ(s.Acceleration.y, -0.039f);
+    // x = z from a = b = Rand() = 0.121548 over 200 x 10 = 2000, half 1000; c = d = e = f = Rand_S()
+    // = 0.039: velocity (0.039 * 0.001 - 0.0005, -(0.039 * 0.0049 + 0.0049)).
+    expect_floats({s.Position.x, s.Position.z, s.Velocity.x, s.Velocity.y, s.Acceleration.x, s.Acceleration.y},
+                  {121.548474f, 121.548474f, -0.000461f, -0.0050911f, 0.039f, -0.039f});
     EXPECT_EQ(p.emit_particles().size(), 2u);  // 0 To N, all zero
     p.Render(engine);
-    EXPECT_FLOAT_EQ(s.Position.y, 99.9949089f);
-    EXPECT_FLOAT_EQ(s.Velocity.y, -0.0440911f);  // -0.0050911 - 0.039
-    EXPECT_FLOAT_EQ(s.Velocity.x, 0.038539f);    // -0.000461 + 0.039
+    // y 100 - 0.0050911; velocity (-0.000461 + 0.039, -0.0050911 - 0.039)
+    expect_floats({s.Position.y, s.Velocity.y, s.Velocity.x}, {99.9949089f, -0.0440911f, 0.038539f});
     p.Render(engine);
-    EXPECT_FLOAT_EQ(s.Position.y, 99.9508178f);  // 99.9949089 - 0.0440911
-    EXPECT_FLOAT_EQ(s.Position.x, 121.586552f);  // 121.548013 + 0.038539
+    // y 99.9949089 - 0.0440911; x 121.548013 + 0.038539
+    expect_floats({s.Position.y, s.Position.x}, {99.9508178f, 121.586552f});
     EXPECT_EQ(p.emit_particles()[1].Position.x, 0.0f);  // the companions stand still
 }
 
@@ -239,23 +210,19 @@ TEST_F(Particles, SnowBelowItsGroundRestartsEveryFrame) {
     const auto& s = p.drift_particles()[0];
     EXPECT_EQ(s.Position.y, 100.0f);  // back at E.y + 100, below the ground again
     // The respawn's gravity: -|Rand()| * 10 / 100 = -0.0121548.
-    EXPECT_FLOAT_EQ(s.Acceleration.y, -0.0121548474f);
-    EXPECT_FLOAT_EQ(s.Velocity.y, -0.0050911f);
+    expect_floats({s.Acceleration.y, s.Velocity.y}, {-0.0121548474f, -0.0050911f});
 }
 
 TEST_F(Particles, SmokeRisesGrowsAndDarkens) {
     init(Tarko_SMOKE, 1);
     const auto& s = p.drift_particles()[0];
     // Rand() = 0.121548: (0.0060774 - 0.025, 0.0243097 + 0.2, ...).
-    EXPECT_FLOAT_EQ(s.Velocity.x, -0.0189225763f);
-    EXPECT_FLOAT_EQ(s.Velocity.y, 0.224309695f);
+    expect_floats({s.Velocity.x, s.Velocity.y}, {-0.0189225763f, 0.224309695f});
+    // Size ((3.5 / 50) * h + 1.5) * 5 at the height h reached.
     p.Render(engine);
-    EXPECT_FLOAT_EQ(s.Position.y, 0.224309695f);
-    // ((3.5 / 50) * h + 1.5) * 5 with h = 0.2243097.
-    EXPECT_FLOAT_EQ(s.Size, 7.57850839f);
+    expect_floats({s.Position.y, s.Size}, {0.224309695f, 7.57850839f});
     p.Render(engine);
-    EXPECT_FLOAT_EQ(s.Position.y, 0.44861939f);
-    EXPECT_FLOAT_EQ(s.Size, 7.65701678f);
+    expect_floats({s.Position.y, s.Size}, {0.44861939f, 7.65701678f});
     // Grey (1 - 0.02 h) / 6 = 0.16516 at h = 0.4486: round(42.12) = 42 = 0x2A.
     EXPECT_EQ(static_cast<std::uint32_t>(p.particle_quad()[0].color), 0xFF2A2A2Au);
 }
@@ -263,14 +230,12 @@ TEST_F(Particles, SmokeRisesGrowsAndDarkens) {
 TEST_F(Particles, FountainClimbsAgesAndFallsBackUnderTheWeakerGravity) {
     init(Tarko_FONTAIN, 1, D3DVECTOR{0, 5, 0}, 0, /*power=*/2);
     const auto& f = p.drift_particles()[0];
-    EXPECT_FLOAT_EQ(f.Velocity.x, -0.113535458f);  // 0.121548 * 0.3 - 0.15
-    EXPECT_FLOAT_EQ(f.Velocity.y, 2.12154847f);
+    expect_floats({f.Velocity.x, f.Velocity.y}, {-0.113535458f, 2.12154847f});  // x 0.121548 * 0.3 - 0.15
     EXPECT_EQ(f.Acceleration.y, -0.2f);
     p.Render(engine);
-    EXPECT_FLOAT_EQ(f.Position.y, 7.12154847f);
-    EXPECT_FLOAT_EQ(f.Velocity.y, 1.92154847f);
+    // size (1 / 2000 + 1) * 1 * 1.5
+    expect_floats({f.Position.y, f.Velocity.y, f.Size}, {7.12154847f, 1.92154847f, 1.50075f});
     EXPECT_EQ(f.Age, 1.0f);
-    EXPECT_FLOAT_EQ(f.Size, 1.50075f);  // (1 / 2000 + 1) * 1 * 1.5
     // Alpha 255 - 0.51 = 254.49, unscaled, so opaque; colour (64, 255, 192).
     EXPECT_EQ(static_cast<std::uint32_t>(p.particle_quad()[0].color), 0xFF40FFC0u);
     EXPECT_EQ(static_cast<std::uint32_t>(p.particle_quad()[0].specular), 0xFFFFFFFFu);
@@ -294,26 +259,18 @@ TEST_F(Particles, FountainOfPowerZeroFailsAtItsFirstRespawn) {
     EXPECT_EQ(error_of([&] { p.Render(engine); }), err::DivisionByZero);
 }
 
-// The world-matrix method: the fixed quad scaled, turned by the camera's yaw
-// only, and moved to the particle. Corner 0 (-1, 1, -1) of a size-1 particle at
-// (11, 20, 30) after Render 1.
+// The world-matrix method: the fixed quad scaled, turned by the camera's yaw only, and moved to
+// the particle. Corner 0 (-1, 1, -1) of a size-1 particle at (11, 20, 30) after Render 1.
+// Billboard angle = heading - 90. Heading 90: no turn, (-1, 1, -1) + P; heading 0: -90 about y,
+// x' = z, z' = -x: (-1, 1, 1) + P.
 TEST_F(Particles, WorldMatrixQuadFollowsTheCameraYaw) {
-    struct Row {
-        double heading_deg;
-        float x, z;  // corner 0 in the world
-    };
-    // Billboard angle = heading - 90. Heading 90: no turn, (-1, 1, -1) + P.
-    // Heading 0: -90 about y, x' = z, z' = -x: (-1, 1, 1) + P.
-    for (const Row& row : {Row{90, 10, 29}, Row{0, 10, 31}}) {
+    for (const auto& [heading, x, z] : {std::tuple{90.0, 10.0, 29.0}, std::tuple{0.0, 10.0, 31.0}}) {
         cTarko_Particle q;
         q.INIT(engine, D3DVECTOR{10, 20, 30}, texture.string(), 1);
-        engine.CAM_angleDEGRE(Variant(row.heading_deg));
+        engine.CAM_angleDEGRE(Variant(heading));
         q.Render(engine);
-        // The world matrix in force when the particle was drawn: the last
-        // setTransform before the draw.
-        const Calls calls = platform::trace().matching("Direct3DDevice7.");
-        std::string world;
-        for (const std::string& c : calls) {
+        std::string world;  // the world matrix in force at the draw: the last setTransform before it
+        for (const std::string& c : platform::trace().matching("Direct3DDevice7.")) {
             if (c.rfind("Direct3DDevice7.setTransform 1,", 0) == 0) world = c;
             if (c.rfind("Direct3DDevice7.drawPrimitive", 0) == 0) break;
         }
@@ -321,12 +278,8 @@ TEST_F(Particles, WorldMatrixQuadFollowsTheCameraYaw) {
         std::stringstream in(world.substr(world.find(',') + 1));
         for (std::string v; std::getline(in, v, ',');) m.push_back(std::stod(v));
         ASSERT_EQ(m.size(), 16u);
-        const double c[3] = {-1, 1, -1};
-        double out[3];
-        for (int j = 0; j < 3; ++j) out[j] = c[0] * m[0 + j] + c[1] * m[4 + j] + c[2] * m[8 + j] + m[12 + j];
-        EXPECT_NEAR(out[0], row.x, 1e-3) << row.heading_deg;
-        EXPECT_NEAR(out[1], 21.0, 1e-3) << row.heading_deg;
-        EXPECT_NEAR(out[2], row.z, 1e-3) << row.heading_deg;
+        const double want[3] = {x, 21.0, z};
+        for (int j = 0; j < 3; ++j) EXPECT_NEAR(-m[0 + j] + m[4 + j] - m[8 + j] + m[12 + j], want[j], 1e-3) << heading << " axis " << j;
         platform::trace().clear();
     }
 }
@@ -336,8 +289,7 @@ TEST_F(Particles, WorldMatrixQuadFollowsTheCameraYaw) {
 TEST_F(Particles, ViewSpaceQuadCornersSurroundTheParticleInViewSpace) {
     init(Tarko_SMOKE, 1);
     D3DMATRIX view;
-    view.rc11 = view.rc22 = view.rc33 = 1;
-    view.rc44 = 2;                                          // w = 2: everything halved
+    view.rc11 = view.rc22 = view.rc33 = 1, view.rc44 = 2;  // w = 2: everything halved
     view.rc41 = 2, view.rc42 = 4, view.rc43 = 6;
     engine.D3D_DEV->setTransform(dx::D3DTRANSFORMSTATE_VIEW, view);
     p.Render(engine);
@@ -356,17 +308,13 @@ TEST_F(Particles, ViewSpaceQuadCornersSurroundTheParticleInViewSpace) {
     D3DMATRIX back, world;
     engine.D3D_DEV->getTransform(dx::D3DTRANSFORMSTATE_VIEW, back);
     engine.D3D_DEV->getTransform(dx::D3DTRANSFORMSTATE_WORLD, world);
-    EXPECT_EQ(back.rc44, 2.0f);
-    EXPECT_EQ(back.rc43, 6.0f);
-    EXPECT_EQ(world.rc11, 1.0f);
-    EXPECT_EQ(world.rc41, 0.0f);
+    EXPECT_EQ((std::array{back.rc44, back.rc43, world.rc11, world.rc41}), (std::array{2.0f, 6.0f, 1.0f, 0.0f}));
 
     // A view that gives w = 0 leaves the point where it was, here (0, 0, 0):
     // corner 0 at (-s, s, 0) with s = ((3.5 / 50) x 0.4486194 + 1.5) x 5 = 7.657017.
     engine.D3D_DEV->setTransform(dx::D3DTRANSFORMSTATE_VIEW, D3DMATRIX{});
     p.Render(engine);
-    EXPECT_FLOAT_EQ(q[0].x, -7.657017f);
-    EXPECT_FLOAT_EQ(q[0].y, 7.657017f);
+    expect_floats({q[0].x, q[0].y}, {-7.657017f, 7.657017f});
     EXPECT_EQ(q[0].z, 0.0f);
 }
 
@@ -374,20 +322,18 @@ TEST_F(Particles, PointRenderSendsItsStatesInOrder) {
     init(Tarko_POINT_emitting, 1);
     p.Render(engine);
     EXPECT_EQ(brief(device_calls()),
-              (Calls{"setTexture 0, \"surface\"",
-                     "setRenderState 27, -1", "setRenderState 139, 0", "setRenderState 19, 2", "setRenderState 20, 2",
-                     "setRenderState 26, -1", "setRenderState 29, 0", "setRenderState 137, 0",
+              (Calls{"setTexture 0, \"surface\"", "setRenderState 27, -1", "setRenderState 139, 0", "setRenderState 19, 2",
+                     "setRenderState 20, 2", "setRenderState 26, -1", "setRenderState 29, 0", "setRenderState 137, 0",
                      "setRenderState 14, 0",
-                     // the particle: CLearMATRIX, the placed matrix (heading 0: cos -90 degrees by the
-                     // engine's degree factor), the material, the strip
+                     // the particle: CLearMATRIX, the placed matrix (heading 0: cos -90 degrees by the engine's
+                     // degree factor), the material, the strip
                      "setTransform 1, 1", "setTransform 1, 1.2168e-08", "setMaterial 1, 0.5", "drawPrimitive 5, 482",
                      // exit: CLearMATRIX, USE_defaultMaterial, USE_default_RENDERSTATE, z-write
-                     "setTransform 1, 1", "setMaterial 1, 1", "setRenderState 139, -1",
-                     "setTextureStageState 0, 2", "setTextureStageState 0, 3", "setTextureStageState 0, 1",
-                     "setTextureStageState 0, 4", "setTextureStageState 0, 5", "setTextureStageState 0, 17",
-                     "setTextureStageState 0, 16", "setRenderState 26, -1", "setRenderState 15, 0",
-                     "setRenderState 27, 0", "setRenderState 29, 0", "setRenderState 14, -1",
-                     "setRenderState 14, -1",
+                     "setTransform 1, 1", "setMaterial 1, 1", "setRenderState 139, -1", "setTextureStageState 0, 2",
+                     "setTextureStageState 0, 3", "setTextureStageState 0, 1", "setTextureStageState 0, 4",
+                     "setTextureStageState 0, 5", "setTextureStageState 0, 17", "setTextureStageState 0, 16",
+                     "setRenderState 26, -1", "setRenderState 15, 0", "setRenderState 27, 0", "setRenderState 29, 0",
+                     "setRenderState 14, -1", "setRenderState 14, -1",
                      // the light: a spot (2) of range 0 at the emitter, then lighting on
                      "setLight 0, 2", "lightEnable 0, True", "setRenderState 137, -1"}));
 }
@@ -437,10 +383,7 @@ TEST_F(Particles, EveryStyleLeavesLightingOnAndItsSpotLightAtTheEmitter) {
         D3DLIGHT7 l;
         engine.D3D_DEV->getLight(q.light_index(), l);
         EXPECT_EQ(l.dltType, D3DLIGHT_SPOT) << style;
-        EXPECT_EQ(l.position.y, 5.0f) << style;
-        EXPECT_EQ(l.range, 0.0f) << style;
-        EXPECT_EQ(l.direction.x, -1.0f) << style;
-        EXPECT_EQ(l.theta, 0.8f) << style;
+        EXPECT_EQ((std::array{l.position.y, l.range, l.direction.x, l.theta}), (std::array{5.0f, 0.0f, -1.0f, 0.8f})) << style;
         EXPECT_TRUE(engine.D3D_DEV->getLightEnable(q.light_index())) << style;
     }
 }
@@ -450,10 +393,10 @@ TEST_F(Particles, ExplosionPutsBackTheBlendItFound) {
     engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_SRCALPHA);
     engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_INVSRCALPHA);
     p.Render(engine);
-    EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_SRCBLEND), dx::D3DBLEND_SRCALPHA);
-    EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_DESTBLEND), dx::D3DBLEND_INVSRCALPHA);
-    EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE), 0);
-    EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_ZWRITEENABLE), -1);
+    const auto state = [&](Long s) { return engine.D3D_DEV->getRenderState(s); };
+    EXPECT_EQ((std::array{state(dx::D3DRENDERSTATE_SRCBLEND), state(dx::D3DRENDERSTATE_DESTBLEND),
+                          state(dx::D3DRENDERSTATE_ALPHABLENDENABLE), state(dx::D3DRENDERSTATE_ZWRITEENABLE)}),
+              (std::array{dx::D3DBLEND_SRCALPHA, dx::D3DBLEND_INVSRCALPHA, 0, -1}));
 }
 
 TEST_F(Particles, InactiveObjectTouchesNothing) {
@@ -471,9 +414,7 @@ TEST_F(Particles, InactiveObjectTouchesNothing) {
 TEST_F(Particles, BadArgumentsRaiseTheirErrors) {
     for (auto style : {Tarko_EXPLOSION, Tarko_FIRE, Tarko_SNOW, Tarko_SMOKE, Tarko_FONTAIN}) {
         cTarko_Particle q;
-        EXPECT_EQ(error_of([&] { q.INIT(engine, D3DVECTOR{}, texture.string(), 0, 1.0f, style); }),
-                  err::SubscriptOutOfRange)
-            << style;
+        EXPECT_EQ(error_of([&] { q.INIT(engine, D3DVECTOR{}, texture.string(), 0, 1.0f, style); }), err::SubscriptOutOfRange) << style;
         EXPECT_FALSE(q.is_ACTIVE);
     }
     cTarko_Particle none;  // no particles, nothing drawn, but the light is placed
@@ -483,8 +424,7 @@ TEST_F(Particles, BadArgumentsRaiseTheirErrors) {
     EXPECT_TRUE(platform::trace().matching("Direct3DDevice7.drawPrimitive").empty());
 
     cTarko_Particle wide;
-    EXPECT_EQ(error_of([&] { wide.INIT(engine, D3DVECTOR{}, texture.string(), 5, 1.0f, Tarko_SNOW,
-                                       Tarko_STATIC_LOCATION, 0, 3277); }),
+    EXPECT_EQ(error_of([&] { wide.INIT(engine, {}, texture.string(), 5, 1.0f, Tarko_SNOW, Tarko_STATIC_LOCATION, 0, 3277); }),
               err::Overflow);  // 32770 is no Integer
     cTarko_Particle odd;
     odd.INIT(engine, D3DVECTOR{}, texture.string(), 5, 1.0f, static_cast<Tarko_PARTICLE_STYLE>(1234));

@@ -2,6 +2,8 @@
 // frame step on the engine's frame clock within the chosen range.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "models/md2/md2.h"
 #include "runtime/errors.h"
 #include "support/test_support.h"
@@ -16,14 +18,12 @@ std::vector<md2::Md2Frame> named(std::initializer_list<const char*> names) {
     return frames;
 }
 
-struct Split {
-    const char* what;
-    std::vector<md2::Md2Frame> frames;
-    std::vector<md2::Md2Animation> expected;
-};
-
 TEST(Md2Animations, FrameNamesSplitAsTheRunningNameChanges) {
-    const Split rows[] = {
+    const struct {
+        const char* what;
+        std::vector<md2::Md2Frame> frames;
+        std::vector<md2::Md2Animation> expected;
+    } rows[] = {
         // i = 3 (run01) differs from "stand": stand closes at 3, run starts at 4; i = 5 is the last
         {"a new name belongs to the animation before it",
          named({"stand01", "stand02", "stand03", "run01", "run02", "run03"}),
@@ -42,13 +42,12 @@ TEST(Md2Animations, FrameNamesSplitAsTheRunningNameChanges) {
         {"two frames make one", named({"stand01", "walk01"}), {{"stand", 0, 1}}},
         {"no frames", {}, {}},
     };
-    for (const Split& row : rows) {
+    for (const auto& row : rows) {
         const auto got = md2::split_animations(row.frames);
         ASSERT_EQ(got.size(), row.expected.size()) << row.what;
         for (std::size_t i = 0; i < got.size(); ++i) {
-            EXPECT_EQ(got[i].Name, row.expected[i].Name) << row.what << " #" << i;
-            EXPECT_EQ(got[i].FirstFrame, row.expected[i].FirstFrame) << row.what << " #" << i;
-            EXPECT_EQ(got[i].LastFrame, row.expected[i].LastFrame) << row.what << " #" << i;
+            const md2::Md2Animation& a = got[i], &e = row.expected[i];
+            EXPECT_EQ(std::tie(a.Name, a.FirstFrame, a.LastFrame), std::tie(e.Name, e.FirstFrame, e.LastFrame)) << row.what << " #" << i;
         }
     }
 }
@@ -91,16 +90,13 @@ TEST(Md2Animations, ChoosingAnAnimationSetsItsRangeAndStartsAtItsFirstFrame) {
     }
 }
 
-struct Step {
-    const char* what;
-    float first, last, position, speed, elapse;
-    float new_position;
-    std::int64_t frame, next;
-    float t;
-};
-
 TEST(Md2Animations, FramesStepOnTheFrameClockWithinTheRange) {
-    const Step rows[] = {
+    const struct {
+        const char* what;
+        float first, last, position, speed, elapse, new_position;
+        std::int64_t frame, next;
+        float t;
+    } rows[] = {
         // + speed x elapse / 1000 = 10 x 25 / 1000 = 0.25
         {"a step within the range", 0, 9, 7.5f, 10, 25, 7.75f, 7, 8, 0.75f},
         {"past last - 2 the next frame is the first", 0, 9, 8.5f, 10, 25, 8.75f, 8, 0, 0.75f},
@@ -116,15 +112,14 @@ TEST(Md2Animations, FramesStepOnTheFrameClockWithinTheRange) {
         {"below the first nothing wraps", 3, 9, 0.0f, -10, 25, -0.25f, -1, 0, 0.75f},
         {"no time, no step", 0, 9, 3.5f, 10, 0, 3.5f, 3, 4, 0.5f},
     };
-    for (const Step& row : rows) {
+    for (const auto& row : rows) {
         md2::Md2Data d;
         d.FirstPlayFrame = row.first;
         d.LastPlayFrame = row.last;
         d.FramePosition = row.position;
         const md2::Blend b = md2::advance(d, row.speed, row.elapse);
         EXPECT_EQ(d.FramePosition, row.new_position) << row.what;
-        EXPECT_EQ(b.Frame, row.frame) << row.what;
-        EXPECT_EQ(b.Next, row.next) << row.what;
+        EXPECT_EQ((std::array{b.Frame, b.Next}), (std::array{row.frame, row.next})) << row.what;
         EXPECT_FLOAT_EQ(b.T, row.t) << row.what;
     }
 }

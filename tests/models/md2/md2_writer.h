@@ -26,8 +26,13 @@ inline void put32(Bytes& b, std::int32_t v) {
 }
 inline void putf(Bytes& b, float f) {
     std::int32_t u;
-    std::memcpy(&u, &f, 4);
-    put32(b, u);
+    put32(b, (std::memcpy(&u, &f, 4), u));
+}
+// A name in a zero-filled field of `size` bytes (cut to it, without a zero, when as long).
+inline void put_name(Bytes& b, const std::string& s, std::size_t size) {
+    const std::size_t start = b.size();
+    b.resize(start + size, 0);
+    std::memcpy(b.data() + start, s.data(), std::min(s.size(), size));
 }
 // Overwrites the Long at `offset` (a header field, for damaged files).
 inline void set32(Bytes& b, std::size_t offset, std::int32_t v) {
@@ -70,11 +75,7 @@ inline Bytes write_md2(const Model& m) {
     for (std::int32_t v : {8, m.skin_width, m.skin_height, frame_size, n(m.skins), vertex_count, n(m.st),
                            n(m.triangles), n(m.gl_commands), n(m.frames), skins_at, st_at, tris_at, frames_at, commands_at, end})
         put32(b, v);
-    for (const std::string& s : m.skins) {
-        Bytes name(64, 0);
-        std::memcpy(name.data(), s.data(), std::min<std::size_t>(s.size(), 64));
-        b.insert(b.end(), name.begin(), name.end());
-    }
+    for (const std::string& s : m.skins) put_name(b, s, 64);
     for (const auto& c : m.st)
         for (std::int16_t v : c) put16(b, v);
     for (const auto& t : m.triangles)
@@ -82,9 +83,7 @@ inline Bytes write_md2(const Model& m) {
     for (const Frame& f : m.frames) {
         for (float v : f.scale) putf(b, v);
         for (float v : f.translate) putf(b, v);
-        Bytes name(16, 0);
-        std::memcpy(name.data(), f.name.data(), std::min<std::size_t>(f.name.size(), 16));
-        b.insert(b.end(), name.begin(), name.end());
+        put_name(b, f.name, 16);
         for (const auto& p : f.points) b.insert(b.end(), {p[0], p[1], p[2], 0});
     }
     for (std::int32_t c : m.gl_commands) put32(b, c);

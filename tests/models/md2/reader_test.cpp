@@ -25,20 +25,19 @@ md2::ReadResult read(const Bytes& file, md2::Md2Data& data) { return md2::read_m
 TEST(Md2Reader, ReadsEveryTableOfAWholeFile) {
     Model m = triangle_model({"stand01", "stand02", "run01"});
     m.triangles = {{0, 1, 2, 2, 0, 1}};
+    m.st[0] = {-4, -32768};  // negative coordinates divide too
     md2::Md2Data d;
     const md2::ReadResult r = read(write_md2(m), d);
     ASSERT_FALSE(r.stopped) << r.stopped->what();
     EXPECT_TRUE(r.loaded);
-    EXPECT_EQ(d.Header.SkinWidth, 8);
-    EXPECT_EQ(d.Header.FrameSize, 52);  // 40 + 4 x 3 points
-    EXPECT_EQ(d.Header.FrameOffset, 156);
+    // frame size 40 + 4 x 3 points
+    EXPECT_EQ((std::array{d.Header.SkinWidth, d.Header.FrameSize, d.Header.FrameOffset}), (std::array{8, 52, 156}));
     EXPECT_EQ(d.SkinNames, std::vector<std::string>{"skin.pcx"});
-    // s / 8, t / 4: (0, 0), (8/8, 0), (4/8, 2/4)
+    // s / 8, t / 4: (-4/8, -32768/4), (8/8, 0), (4/8, 2/4)
     ASSERT_EQ(d.StCoords.size(), 3u);
-    EXPECT_EQ(d.StCoords[1].tu, 1.0f);
-    EXPECT_EQ(d.StCoords[1].tv, 0.0f);
-    EXPECT_EQ(d.StCoords[2].tu, 0.5f);
-    EXPECT_EQ(d.StCoords[2].tv, 0.5f);
+    const auto& st = d.StCoords;
+    EXPECT_EQ((std::array{st[0].tu, st[0].tv, st[1].tu, st[1].tv, st[2].tu, st[2].tv}),
+              (std::array{-0.5f, -8192.0f, 1.0f, 0.0f, 0.5f, 0.5f}));
     EXPECT_EQ(d.VertexIndices, (std::vector<std::int16_t>{0, 1, 2}));
     EXPECT_EQ(d.StIndices, (std::vector<std::int16_t>{2, 0, 1}));
     ASSERT_EQ(d.Frames.size(), 3u);
@@ -51,32 +50,32 @@ TEST(Md2Reader, ReadsEveryTableOfAWholeFile) {
     ASSERT_EQ(d.Animations.size(), 1u);
     EXPECT_EQ(d.Animations[0].Name, "stand");
     EXPECT_EQ(d.Animations[0].LastFrame, 2);
-    EXPECT_EQ(d.FirstPlayFrame, 0.0f);
-    EXPECT_EQ(d.LastPlayFrame, 2.0f);
+    EXPECT_EQ((std::array{d.FirstPlayFrame, d.LastPlayFrame}), (std::array{0.0f, 2.0f}));
 }
 
-TEST(Md2Reader, DecodesEachAxisWithItsOwnScaleAndTranslate) {
-    Model m = triangle_model({"a01", "a02"});
-    m.frames[1].scale = {0.25f, -2.0f, 3.0f};
-    m.frames[1].translate = {-1.0f, 100.0f, 0.125f};
-    m.frames[1].points[0] = {200, 7, 255};
-    md2::Md2Data d;
-    ASSERT_FALSE(read(write_md2(m), d).stopped);
-    // 200 x 0.25 - 1 = 49; 7 x -2 + 100 = 86; 255 x 3 + 0.125 = 765.125 (no axis swaps places)
-    const D3DVECTOR p = d.Frames[1].Points[0];
-    EXPECT_EQ((std::array{p.x, p.y, p.z}), (std::array{49.0f, 86.0f, 765.125f}));
-}
-
-TEST(Md2Reader, RoundsThePointOnceFromDoubles) {
-    // 3 x 1.1f + 0.2f: in Doubles 3.3000000715255737 + 0.20000000298023224 = 3.5000000745...,
-    // which rounds to 3.5f; in Singles 3 x 1.1f rounds to 3.3000002f first and the sum to 3.5000002f
-    Model m = triangle_model({"a01"});
-    m.frames[0].scale = {1.1f, 1, 1};
-    m.frames[0].translate = {0.2f, 0, 0};
-    m.frames[0].points[0] = {3, 0, 0};
-    md2::Md2Data d;
-    ASSERT_FALSE(read(write_md2(m), d).stopped);
-    EXPECT_EQ(d.Frames[0].Points[0].x, 3.5f);
+TEST(Md2Reader, DecodesEachAxisWithItsOwnScaleAndTranslateRoundedOnceFromDoubles) {
+    const struct {
+        const char* what;
+        std::array<float, 3> scale, translate;
+        std::array<std::uint8_t, 3> packed;
+        std::array<float, 3> point;
+    } rows[] = {
+        // 200 x 0.25 - 1 = 49; 7 x -2 + 100 = 86; 255 x 3 + 0.125 = 765.125 (no axis swaps places)
+        {"each axis its own", {0.25f, -2.0f, 3.0f}, {-1.0f, 100.0f, 0.125f}, {200, 7, 255}, {49.0f, 86.0f, 765.125f}},
+        // 3 x 1.1f + 0.2f: in Doubles 3.3000000715255737 + 0.20000000298023224 = 3.5000000745..., which
+        // rounds to 3.5f; in Singles 3 x 1.1f rounds to 3.3000002f first and the sum to 3.5000002f
+        {"rounded once", {1.1f, 1, 1}, {0.2f, 0, 0}, {3, 0, 0}, {3.5f, 0, 0}},
+    };
+    for (const auto& row : rows) {
+        Model m = triangle_model({"a01", "a02"});
+        m.frames[1].scale = row.scale;
+        m.frames[1].translate = row.translate;
+        m.frames[1].points[0] = row.packed;
+        md2::Md2Data d;
+        ASSERT_FALSE(read(write_md2(m), d).stopped) << row.what;
+        const D3DVECTOR p = d.Frames[1].Points[0];
+        EXPECT_EQ((std::array{p.x, p.y, p.z}), row.point) << row.what;
+    }
 }
 
 TEST(Md2Reader, EdgeScalesDecodeAsTheDoubleFormulaSays) {
@@ -102,33 +101,14 @@ TEST(Md2Reader, EdgeScalesDecodeAsTheDoubleFormulaSays) {
         }
 }
 
-TEST(Md2Reader, NegativeTextureCoordinatesDivideToo) {
-    Model m = triangle_model({"a01"});
-    m.st[0] = {-4, -32768};
-    md2::Md2Data d;
-    ASSERT_FALSE(read(write_md2(m), d).stopped);
-    EXPECT_EQ(d.StCoords[0].tu, -0.5f);    // -4 / 8
-    EXPECT_EQ(d.StCoords[0].tv, -8192.0f); // -32768 / 4
-}
-
 TEST(Md2Reader, OnlyTheIdP2MagicIsAFrameModel) {
     EXPECT_TRUE(md2::is_md2(three_frames()));
     EXPECT_FALSE(md2::is_md2(Bytes{'I', 'D', 'S', 'T', 0, 0}));
     EXPECT_FALSE(md2::is_md2(Bytes{'I', 'D', 'P'}));
 }
 
-Bytes with(Bytes b, std::size_t field, std::int32_t v) {
-    set32(b, field, v);
-    return b;
-}
-Bytes cut(Bytes b, std::size_t size) {
-    b.resize(size);
-    return b;
-}
-Bytes long_frame_name() {
-    Model m = triangle_model({"stand01", "abcdefghijklmnop"});  // 16 characters, no zero
-    return write_md2(m);
-}
+Bytes with(Bytes b, std::size_t field, std::int32_t v) { return set32(b, field, v), b; }
+Bytes cut(Bytes b, std::size_t size) { return b.resize(size), b; }
 
 TEST(Md2Reader, RefusesDamagedFilesWithReasonAndByte) {
     const Bytes ok = three_frames();
@@ -154,7 +134,8 @@ TEST(Md2Reader, RefusesDamagedFilesWithReasonAndByte) {
         {"frames past the end", with(ok, at::FrameCount, 4), "frame table runs past", at::FrameCount},  // 156 + 4 x 52 = 364 > 316
         {"frames outside", with(ok, at::FrameOffset, 317), "frame table offset outside", at::FrameOffset},
         {"last frame cut", cut(ok, 311), "frame table runs past", at::FrameCount},
-        {"frame name without a zero", long_frame_name(), "frame name without its terminating zero", 156 + 52 + 24},
+        // 16 characters, no zero
+        {"frame name without a zero", write_md2(triangle_model({"stand01", "abcdefghijklmnop"})), "frame name without its terminating zero", 156 + 52 + 24},
         {"no frames", with(ok, at::FrameCount, 0), "no frame to start the animations", at::FrameCount},
     };
     for (const auto& row : rows) {

@@ -35,17 +35,11 @@ TEST_P(Md2Build, BlendsTwoFramesIntoPreLitCorners) {
     ASSERT_EQ(out.size(), 3u);  // three per triangle
     // vertex 0: frame 1 (1.5, 3, 4.5), frame 2 (2, 4, 6): 0.75 x 1.5 + 0.25 x 2 = 1.625,
     // 0.75 x 3 + 0.25 x 4 = 3.25, 0.75 x 4.5 + 0.25 x 6 = 4.875; s/t number 2 is (4/8, 2/4)
-    const struct {
-        float x, y, z, tu, tv;
-    } expected[] = {{1.625f, 3.25f, 4.875f, 0.5f, 0.5f}, {6, 2, 3, 0, 0}, {1, 7, 3, 1, 0}};
+    const std::array<float, 5> expected[] = {{1.625f, 3.25f, 4.875f, 0.5f, 0.5f}, {6, 2, 3, 0, 0}, {1, 7, 3, 1, 0}};
     for (std::size_t c = 0; c < 3; ++c) {
         const D3DLVERTEX& v = out[c];
-        EXPECT_EQ((std::array{v.x, v.y, v.z, v.tu, v.tv}),
-                  (std::array{expected[c].x, expected[c].y, expected[c].z, expected[c].tu, expected[c].tv}))
-            << "corner " << c;
-        EXPECT_EQ(v.color, -1) << c;
-        EXPECT_EQ(v.specular, 0) << c;
-        EXPECT_EQ(v.dvReserved, 0) << c;
+        EXPECT_EQ((std::array{v.x, v.y, v.z, v.tu, v.tv}), expected[c]) << "corner " << c;
+        EXPECT_EQ((std::array{v.color, v.specular, v.dvReserved}), (std::array{-1, 0, 0})) << c;
     }
 }
 
@@ -75,14 +69,12 @@ TEST_P(Md2Build, TheBlendIsRoundedOnceFromDoubles) {
     EXPECT_EQ(out[1].x, 0.800000011920929f);
 }
 
-struct BadBlend {
-    const char* what;
-    md2::Blend blend;
-    std::array<std::int16_t, 6> triangle;
-};
-
 TEST_P(Md2Build, AFrameOrIndexOutsideItsTableIsASubscriptError) {
-    const BadBlend rows[] = {
+    const struct {
+        const char* what;
+        md2::Blend blend;
+        std::array<std::int16_t, 6> triangle;
+    } rows[] = {
         {"frame -1 (a position below 0)", {-1, 0, 0}, {0, 1, 2, 0, 1, 2}},
         {"frame past the table", {3, 0, 0}, {0, 1, 2, 0, 1, 2}},
         {"next past the table", {0, 3, 0}, {0, 1, 2, 0, 1, 2}},
@@ -91,7 +83,7 @@ TEST_P(Md2Build, AFrameOrIndexOutsideItsTableIsASubscriptError) {
         {"texture coordinate number of the count", {0, 1, 0}, {0, 1, 2, 0, 3, 2}},
         {"negative texture coordinate number", {0, 1, 0}, {0, 1, 2, -32768, 1, 2}},
     };
-    for (const BadBlend& row : rows) {
+    for (const auto& row : rows) {
         Model m = triangle_model({"a01", "a02", "a03"});
         m.triangles = {{0, 1, 2, 0, 1, 2}, row.triangle};
         const md2::Md2Data d = load(m);
