@@ -31,6 +31,12 @@ protected:
             for (int x = 0; x < 64; ++x) out.push_back(engine.BAK->argb_at(x, y) & 0xFFFFFFu);
         return out;
     }
+    // One drop over a point, after a reseed, between `floor` and 100.
+    const std::vector<D3DVERTEX>& one_drop(float floor) {
+        runtime::Randomize();
+        engine.RAIN_Setup(1, D3DVECTOR{0, 0, 0}, 0, 0, floor, /*Top=*/100, /*DropLength=*/9, /*DropWidth=*/1);
+        return engine.RAIN_Vertices();
+    }
 };
 
 TEST_F(Effects, FlashingAddsItsColourToEveryPixelWhateverTheBlendWas) {
@@ -38,10 +44,10 @@ TEST_F(Effects, FlashingAddsItsColourToEveryPixelWhateverTheBlendWas) {
     engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_SRCBLEND, dx::D3DBLEND_ZERO);
     engine.D3D_DEV->setRenderState(dx::D3DRENDERSTATE_DESTBLEND, dx::D3DBLEND_ZERO);
     // 0x404040 + 0x102030 = 0x506070 at every pixel, corners (0, 0) and (63, 47) included.
-    const auto added = frame_after(0x404040, [&] { engine.Flashing(0x102030); });
-    EXPECT_EQ(std::count(added.begin(), added.end(), 0x506070u), 64 * 48);
-    const auto white = frame_after(0x404040, [&] { engine.Flashing(0xFFFFFF); });
-    EXPECT_EQ(std::count(white.begin(), white.end(), 0xFFFFFFu), 64 * 48);
+    for (auto [flash, want] : {std::pair{0x102030u, 0x506070u}, {0xFFFFFFu, 0xFFFFFFu}}) {
+        const auto got = frame_after(0x404040, [&] { engine.Flashing(static_cast<Long>(flash)); });
+        EXPECT_EQ(std::count(got.begin(), got.end(), want), 64 * 48) << std::hex << flash;
+    }
     EXPECT_EQ(engine.D3D_DEV->getRenderState(dx::D3DRENDERSTATE_ALPHABLENDENABLE), 0);
     EXPECT_FALSE(engine.D3D_DEV->getTexture(0));
 }
@@ -50,21 +56,16 @@ TEST_F(Effects, FlashingDrawsOneScreenStripUnderAnAdditiveBlend) {
     engine.Flashing(0xFFFFFF);
     EXPECT_EQ(device_calls(), (Calls{"Direct3DDevice7.setRenderState 27, -1", "Direct3DDevice7.setRenderState 19, 2",
                                      "Direct3DDevice7.setRenderState 20, 2", "Direct3DDevice7.setTexture 0, \"Nothing\"",
-                                     "Direct3DDevice7.drawPrimitive 5, 452, 4, 0",
-                                     "Direct3DDevice7.setRenderState 27, 0",
-                                     // alphaBLEND_1(False)
-                                     "Direct3DDevice7.setRenderState 27, 0"}));
+                                     "Direct3DDevice7.drawPrimitive 5, 452, 4, 0", "Direct3DDevice7.setRenderState 27, 0",
+                                     "Direct3DDevice7.setRenderState 27, 0"}));  // the last: alphaBLEND_1(False)
 }
 
 TEST_F(Effects, FadeAddsBlackAndLeavesTheFrameAsItWas) {
     const auto before = frame_after(0x336699, [] {});
     EXPECT_EQ(frame_after(0x336699, [&] { engine.FaDE_IN(); }), before);
-    platform::trace().clear();
-    engine.FaDE_IN(true);
-    const Calls on = device_calls();
-    platform::trace().clear();
-    engine.FaDE_IN(false);
-    EXPECT_EQ(device_calls(), on);
+    const auto calls_of = [&](bool on) { platform::trace().clear(); engine.FaDE_IN(on); return device_calls(); };
+    const Calls on = calls_of(true);
+    EXPECT_EQ(calls_of(false), on);
     ASSERT_FALSE(on.empty());
     EXPECT_EQ(on.back(), "Direct3DDevice7.setRenderState 27, 0");  // no alphaBLEND_1 after it
     EXPECT_EQ(on.size(), 6u);
@@ -73,9 +74,7 @@ TEST_F(Effects, FadeAddsBlackAndLeavesTheFrameAsItWas) {
 TEST_F(Effects, RainFallsByWholeStepsAndStartsAgainAtTheTop) {
     // One drop over a point: x and z take the first two draws, its top
     // 0 + 0.116619 x 100 = 11.6619; rows 9 / 3 = 3 apart.
-    runtime::Randomize();
-    engine.RAIN_Setup(1, D3DVECTOR{0, 0, 0}, 0, 0, /*Floor=*/0, /*Top=*/100, /*DropLength=*/9, /*DropWidth=*/1);
-    const auto& v = engine.RAIN_Vertices();
+    const auto& v = one_drop(0);
     ASSERT_EQ(v.size(), 8u);
     const float top = 11.6618991f;
     EXPECT_FLOAT_EQ(v[0].y, top);
@@ -94,8 +93,7 @@ TEST_F(Effects, RainFallsByWholeStepsAndStartsAgainAtTheTop) {
 
 TEST_F(Effects, RainAtTheFloorExactlyStartsAgain) {
     // Floor 84, top 100: the drop's top is 84 + 0.116619 x 16 = 85.866.
-    runtime::Randomize();
-    engine.RAIN_Setup(1, D3DVECTOR{0, 0, 0}, 0, 0, /*Floor=*/84, /*Top=*/100, /*DropLength=*/9, /*DropWidth=*/1);
+    one_drop(84);
     // First fall (14, 1, 37, 35, 28, 12, 1, 10): all but 85.866 - 1 reach the floor.
     engine.RENDER_RAIN();
     // Second fall (16, 18, 41, 34, 26, 11, 3, 36): 100 - 16 lands on 84 itself
@@ -117,10 +115,10 @@ TEST_F(Effects, RainWithoutDropsOnlySetsTheMaterialAndLighting) {
 
 TEST_F(Effects, RainSetupRefusesWhatCannotFall) {
     const D3DVECTOR c{};
-    EXPECT_EQ(error_of([&] { engine.RAIN_Setup(-1, c, 10, 10, 0, 100); }), err::InvalidCall);
-    EXPECT_EQ(error_of([&] { engine.RAIN_Setup(5, c, 10, 10, 100, 100); }), err::InvalidCall);  // top not above floor
-    EXPECT_EQ(error_of([&] { engine.RAIN_Setup(5, c, -1, 10, 0, 100); }), err::InvalidCall);
-    EXPECT_EQ(error_of([&] { engine.RAIN_Setup(65536, c, 10, 10, 0, 100); }), err::Overflow);
+    // The second: top not above floor.
+    for (auto [drops, width, floor, code] : {std::tuple{-1, 10.0f, 0.0f, err::InvalidCall}, {5, 10, 100, err::InvalidCall},
+                                             {5, -1, 0, err::InvalidCall}, {65536, 10, 0, err::Overflow}})
+        EXPECT_EQ(error_of([&] { engine.RAIN_Setup(drops, c, width, 10, floor, 100); }), code) << drops << " " << width;
     engine.RAIN_Setup(3, c, 10, 10, 0, 100);
     EXPECT_EQ(engine.RAIN_Vertices().size(), 24u);
     engine.RAIN_Setup(0, c, 10, 10, 0, 100);  // no drops any more

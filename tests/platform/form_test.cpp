@@ -18,11 +18,11 @@ std::uint32_t rgb(const platform::Frame& f, int x, int y) { return f.at(x, y) & 
 
 constexpr std::uint32_t kWindow = 0xD4D0C8, kButton = 0xE4E2DC, kWhite = 0xFFFFFF;
 
-platform::FormView small_form() {
+platform::FormView small_form(int width = 120, int height = 80) {
     platform::FormView v;
     v.caption = "Test";
-    v.width = 120;
-    v.height = 80;
+    v.width = width;
+    v.height = height;
     v.controls.push_back({"B", ControlKind::Button, "", 10, 10, 40, 20});
     v.controls.push_back({"L", ControlKind::ComboBox, "none", 10, 40, 100, 21, {"a", "b"}, 5});  // index past the end
     return v;
@@ -34,13 +34,11 @@ TEST(Form, ControlsLandOnTheirRectanglesOverTheWindowGrey) {
     const platform::Frame f = platform::render_form(small_form());
     ASSERT_EQ(f.width, 120);
     ASSERT_EQ(f.height, 80);
-    EXPECT_EQ(rgb(f, 2, 2), kWindow);
-    EXPECT_EQ(rgb(f, 12, 12), kButton);   // inside the button, 10..49 x 10..29
-    EXPECT_EQ(rgb(f, 47, 27), kButton);
-    EXPECT_EQ(rgb(f, 51, 12), kWindow);   // just right of it
-    EXPECT_EQ(rgb(f, 12, 31), kWindow);   // just under it
-    EXPECT_EQ(rgb(f, 12, 42), kWhite);    // the list, from y 40
-    EXPECT_EQ(rgb(f, 12, 62), kWindow);   // 40 + 21 = 61 is the first row below it
+    // Inside the button (10..49 x 10..29), just right of it, just under it; the list from y 40, and
+    // 40 + 21 = 61 the first row below it.
+    for (auto [x, y, want] : {std::tuple{2, 2, kWindow}, {12, 12, kButton}, {47, 27, kButton}, {51, 12, kWindow},
+                              {12, 31, kWindow}, {12, 42, kWhite}, {12, 62, kWindow}})
+        EXPECT_EQ(rgb(f, x, y), want) << x << ", " << y;
 }
 
 TEST(Form, TextAndPicturesDraw) {
@@ -54,9 +52,8 @@ TEST(Form, TextAndPicturesDraw) {
     for (int y = 10; y < 30; ++y)
         for (int x = 10; x < 50; ++x) dark += (rgb(f, x, y) & 0xFF) < 64;
     EXPECT_GT(dark, 16);  // "O" and "K" take about 12 each, black on whole pixels
-    EXPECT_EQ(rgb(f, 61, 61), 0x0000FFu);  // stretched over 60..79 x 60..69
-    EXPECT_EQ(rgb(f, 78, 68), 0x0000FFu);
-    EXPECT_EQ(rgb(f, 81, 65), kWindow);
+    for (auto [x, y, want] : {std::tuple{61, 61, 0x0000FFu}, {78, 68, 0x0000FFu}, {81, 65, kWindow}})
+        EXPECT_EQ(rgb(f, x, y), want) << x << ", " << y;  // stretched over 60..79 x 60..69
 }
 
 TEST(Form, DrawingLeavesTheCallTraceAlone) {
@@ -68,10 +65,7 @@ TEST(Form, DrawingLeavesTheCallTraceAlone) {
 
 TEST(Form, ASizeOutsideOneTo4096PixelsIsRefused) {
     for (auto [w, h] : {std::pair{0, 80}, {120, -1}, {5000, 80}}) {
-        platform::FormView v = small_form();
-        v.width = w;
-        v.height = h;
-        EXPECT_EQ(error_of([&] { platform::render_form(v); }), platform::DDERR_INVALIDPARAMS) << w << "x" << h;
+        EXPECT_EQ(error_of([&] { platform::render_form(small_form(w, h)); }), platform::DDERR_INVALIDPARAMS) << w << "x" << h;
     }
     platform::FormView empty_picture = small_form();
     Image none;

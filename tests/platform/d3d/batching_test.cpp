@@ -134,16 +134,14 @@ TEST(Batching, WritesOverTheTargetComeAfterTheGatheredDraws) {
     Scene s(kW, kH);
     s.dev->beginScene();
     s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, tl_quad(0, 0, 10, 10, 0xFFFFFFFF, 0.5f));
-    // The host paints one pixel red after the draw: the draw must not cover it.
     DDSURFACEDESC2 d;
-    s.target->lock(RECT{}, d, 0, 0);
+    s.target->lock(RECT{}, d, 0, 0);  // the host paints one pixel red after the draw: the draw must not cover it
     s.target->setLockedPixel(5, 5, static_cast<Long>(PixelFormat::x8r8g8b8().from_argb(0xFF0000)));
     s.target->unlock(RECT{});
     s.target->bltColorFill(RECT{0, 8, 2, 10}, static_cast<Long>(0x0000FF));
     s.dev->endScene();
-    EXPECT_EQ(s.argb(5, 5), 0xFF0000u);
-    EXPECT_EQ(s.argb(1, 9), 0x0000FFu);
-    EXPECT_EQ(s.argb(6, 6), 0xFFFFFFu);
+    for (auto [x, y, want] : {std::tuple{5, 5, 0xFF0000u}, {1, 9, 0x0000FFu}, {6, 6, 0xFFFFFFu}})
+        EXPECT_EQ(s.argb(x, y), want) << x << ", " << y;
 }
 
 TEST(Batching, ALargeBatchLandsWithoutBeingAsked) {
@@ -172,11 +170,10 @@ TEST(Batching, TheTargetAsATextureSeesTheDrawsBeforeIt) {
         s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, q);
     };
     s.dev->beginScene();
-    copy_of_55(0);                       // still black there
-    s.dev->setTexture(0, {});
-    // No texture: the stage reads white.
+    copy_of_55(0);  // still black there
+    s.dev->setTexture(0, {});  // no texture: the stage reads white
     s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, tl_quad(50, 50, 60, 60, 0xFF00FF00));
-    copy_of_55(20);                      // white now
+    copy_of_55(20);  // white now
     s.dev->endScene();
     EXPECT_EQ(s.argb(5, 5), 0u);
     EXPECT_EQ(s.argb(25, 5), 0xFFFFFFu);
@@ -187,9 +184,7 @@ TEST(Batching, TheTargetAsATextureSeesTheDrawsBeforeIt) {
 TEST(Batching, ASecondDeviceOnTheTargetKeepsTheOrderOfDraws) {
     Scene s(kW, kH);
     Direct3DDevice7 other(platform::kRgbGuid, s.target);
-    // No depth test: the later draw wins.
-    s.dev->setRenderState(dx::D3DRENDERSTATE_ZENABLE, 0);
-    other.setRenderState(dx::D3DRENDERSTATE_ZENABLE, 0);
+    for (Direct3DDevice7* d : {s.dev.get(), &other}) d->setRenderState(dx::D3DRENDERSTATE_ZENABLE, 0);  // the later draw wins
     s.dev->beginScene();
     s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, tl_quad(0, 0, 10, 10, 0xFFFF0000, 0.5f));
     auto green = tl_quad(0, 0, 10, 10, 0xFF00FF00, 0.4f);
