@@ -46,7 +46,10 @@ struct GuardBand {
 // through with their screen position.
 class VertexStage {
 public:
+    VertexStage() = default;
     VertexStage(const DeviceState& state, Long fvf, const GuardBand& guard, const D3DVIEWPORT7& vp);
+    // Takes a draw's state, keeping the light list's room from the last one.
+    void set(const DeviceState& state, Long fvf, const GuardBand& guard, const D3DVIEWPORT7& vp);
     void run(const std::byte* vertices, std::size_t first, std::size_t count, ClipVertex* out) const;
 
 private:
@@ -61,17 +64,17 @@ private:
     void set_matrices(const DeviceState& s);
     void set_viewport_and_state(const DeviceState& s, const D3DVIEWPORT7& vp);
 
-    Long fvf_;
-    GuardBand guard_;
+    Long fvf_ = 0;
+    GuardBand guard_{};
     float wvp_[4][4] = {};
     float wv_[4][4] = {};
     float normal_m_[3][3] = {};
-    float vp_x_, vp_y_, vp_hw_, vp_hh_, vp_minz_, vp_dz_;
-    bool lighting_, specular_, fog_, normalize_ = true;
-    int fog_mode_;
-    float fog_start_, fog_end_, fog_density_;
-    float global_ambient_[3];
-    D3DMATERIAL7 mat_;
+    float vp_x_ = 0, vp_y_ = 0, vp_hw_ = 0, vp_hh_ = 0, vp_minz_ = 0, vp_dz_ = 0;
+    bool lighting_ = false, specular_ = false, fog_ = false;
+    int fog_mode_ = 0;
+    float fog_start_ = 0, fog_end_ = 0, fog_density_ = 0;
+    float global_ambient_[3] = {};
+    D3DMATERIAL7 mat_{};
     std::vector<Light> lights_;
 };
 

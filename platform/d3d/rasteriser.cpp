@@ -4,6 +4,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 #include "platform/constants.h"
 
@@ -64,6 +67,196 @@ bool is_texture_on_current(const StageSetup& s) {
     const bool op = s.colour_op == dx::D3DTOP_MODULATE || s.colour_op == dx::D3DTOP_MODULATE2X ||
                     s.colour_op == dx::D3DTOP_MODULATE4X || s.colour_op == dx::D3DTOP_ADD;
     return args && op && s.alpha_op == dx::D3DTOP_DISABLE;
+}
+
+using Tris = std::vector<SetupTriangle>;
+
+// lrint, inlined: the nearest integer, halves to even.
+std::int64_t round_to_int(float v) {
+#if defined(__x86_64__)
+    return _mm_cvtss_si64(_mm_set_ss(v));
+#else
+    return std::lrint(v);
+#endif
+}
+
+void setup(const SetupParams& sp, const ClipVertex& v0, const ClipVertex& v1, const ClipVertex& v2, int cull,
+           const ClipVertex& provoking, Tris& out) {
+    const ClipVertex* v[3] = {&v0, &v1, &v2};
+    std::int64_t X[3], Y[3];
+    for (int i = 0; i < 3; ++i) {
+        // Clipping keeps vertices inside the guard band; anything beyond it
+        // (rounding at the band's edge) is dropped rather than overflowing.
+        const float sx = v[i]->sx, sy = v[i]->sy;
+        if (!(std::fabs(sx) < 65536.0f && std::fabs(sy) < 65536.0f)) return;
+        X[i] = round_to_int(sx * 16.0f);
+        Y[i] = round_to_int(sy * 16.0f);
+    }
+    std::int64_t area = (X[1] - X[0]) * (Y[2] - Y[0]) - (X[2] - X[0]) * (Y[1] - Y[0]);
+    if (area == 0) return;
+    // Positive area is clockwise on screen (y down): the front under CULL_CCW.
+    if ((cull == dx::D3DCULL_CCW && area < 0) || (cull == dx::D3DCULL_CW && area > 0)) return;
+    if (area < 0) {
+        std::swap(v[1], v[2]);
+        std::swap(X[1], X[2]);
+        std::swap(Y[1], Y[2]);
+        area = -area;
+    }
+
+    const Scissor& sc = sp.scissor;
+    const std::int64_t minX = std::min({X[0], X[1], X[2]}), maxX = std::max({X[0], X[1], X[2]});
+    const std::int64_t minY = std::min({Y[0], Y[1], Y[2]}), maxY = std::max({Y[0], Y[1], Y[2]});
+    const int minx = static_cast<int>(std::max<std::int64_t>((minX + 15) >> 4, sc.x0));
+    const int maxx = static_cast<int>(std::min<std::int64_t>(maxX >> 4, sc.x1 - 1));
+    const int miny = static_cast<int>(std::max<std::int64_t>((minY + 15) >> 4, sc.y0));
+    const int maxy = static_cast<int>(std::min<std::int64_t>(maxY >> 4, sc.y1 - 1));
+    if (minx > maxx || miny > maxy) return;
+
+    SetupTriangle& t = out.emplace_back();
+    t.minx = minx, t.maxx = maxx, t.miny = miny, t.maxy = maxy;
+
+    for (int k = 0; k < 3; ++k) {
+        const int a = k, b = (k + 1) % 3;
+        const std::int64_t dx = X[b] - X[a], dy = Y[b] - Y[a];
+        t.a[k] = static_cast<std::int32_t>(-dy);
+        t.b[k] = static_cast<std::int32_t>(dx);
+        t.c[k] = dy * X[a] - dx * Y[a];
+        // Top-left rule: pixels on a top or left edge belong to the triangle,
+        // pixels on the others do not. Exception: an edge lying exactly on the
+        // viewport's last column or row keeps its pixels, so that a screen quad
+        // from 0 to width-1 (as TL vertices give it) covers the whole screen.
+        const bool top_left = dy < 0 || (dy == 0 && dx > 0);
+        const bool last_column = dx == 0 && dy > 0 && X[a] == static_cast<std::int64_t>(sp.vp_right) * 16;
+        const bool last_row = dy == 0 && dx < 0 && Y[a] == static_cast<std::int64_t>(sp.vp_bottom) * 16;
+        if (!top_left && !last_column && !last_row) t.c[k] -= 1;
+    }
+
+    // Attribute planes from the snapped positions, in double for the set-up.
+    const double x0 = static_cast<double>(X[0]) / 16, y0 = static_cast<double>(Y[0]) / 16;
+    const double d1x = static_cast<double>(X[1] - X[0]) / 16, d1y = static_cast<double>(Y[1] - Y[0]) / 16;
+    const double d2x = static_cast<double>(X[2] - X[0]) / 16, d2y = static_cast<double>(Y[2] - Y[0]) / 16;
+    const double inv_area = 1.0 / (d1x * d2y - d2x * d1y);
+    t.ref_x = static_cast<float>(x0);
+    t.ref_y = static_cast<float>(y0);
+    auto plane = [&](double f0, double f1, double f2) {
+        const double df1 = f1 - f0, df2 = f2 - f0;
+        return Plane{static_cast<float>(f0), static_cast<float>((df1 * d2y - df2 * d1y) * inv_area),
+                     static_cast<float>((df2 * d1x - df1 * d2x) * inv_area)};
+    };
+    // A triangle whose vertices share their colours is drawn in that colour,
+    // as a flat one is in its first vertex's: its colour planes go unread.
+    const int src[7] = {kDiffR, kDiffG, kDiffB, kDiffA, kSpecR, kSpecG, kSpecB};
+    const int compared = sp.specular ? 7 : 4;
+    bool one_colour = true;
+    for (int i = 0; i < compared && one_colour; ++i) {
+        const auto a = static_cast<std::size_t>(src[i]);
+        one_colour = v[0]->a[a] == v[1]->a[a] && v[0]->a[a] == v[2]->a[a];
+    }
+    t.is_flat = sp.flat || one_colour;
+    if (t.is_flat) {
+        const ClipVertex& from = sp.flat ? provoking : *v[0];
+        for (int i = 0; i < 7; ++i) t.flat[i] = from.a[static_cast<std::size_t>(src[i])];
+        t.flat[7] = 0;
+    }
+
+    const double r0 = v[0]->rhw, r1 = v[1]->rhw, r2 = v[2]->rhw;
+    t.p[kPlaneRhw] = plane(r0, r1, r2);
+    t.p[kPlaneZ] = plane(v[0]->sz, v[1]->sz, v[2]->sz);
+    static constexpr std::pair<int, int> kMap[] = {{kPlaneU, kTexU},  {kPlaneV, kTexV},  {kPlaneR, kDiffR},
+                                                   {kPlaneG, kDiffG}, {kPlaneB, kDiffB}, {kPlaneA, kDiffA},
+                                                   {kPlaneSR, kSpecR}, {kPlaneSG, kSpecG}, {kPlaneSB, kSpecB},
+                                                   {kPlaneFog, kFog}};
+    for (auto [p, a] : kMap) {
+        // Planes the pixels never read stay zero: texture coordinates without
+        // a texture, colours of a one-coloured triangle, specular and fog
+        // while those are off.
+        const bool used = p <= kPlaneV               ? sp.textured
+                          : p <= kPlaneA             ? !t.is_flat
+                          : p <= kPlaneSB            ? sp.specular && !t.is_flat
+                                                     : sp.fog;
+        if (!used) {
+            t.p[p] = Plane{0, 0, 0};
+            continue;
+        }
+        const auto ai = static_cast<std::size_t>(a);
+        t.p[p] = plane(v[0]->a[ai] * r0, v[1]->a[ai] * r1, v[2]->a[ai] * r2);
+    }
+}
+
+void point(const SetupParams& sp, const ClipVertex& v, Tris& out) {
+    if (!v.finite || v.outcode) return;
+    // A pixel-sized square around the nearest pixel centre.
+    const float px = std::nearbyint(v.sx), py = std::nearbyint(v.sy);
+    ClipVertex q[4] = {v, v, v, v};
+    const float ox[4] = {-0.5f, 0.5f, 0.5f, -0.5f}, oy[4] = {-0.5f, -0.5f, 0.5f, 0.5f};
+    for (int i = 0; i < 4; ++i) q[i].sx = px + ox[i], q[i].sy = py + oy[i];
+    setup(sp, q[0], q[1], q[2], dx::D3DCULL_NONE, v, out);
+    setup(sp, q[0], q[2], q[3], dx::D3DCULL_NONE, v, out);
+}
+
+void line(const SetupParams& sp, const ClipVertex& a, const ClipVertex& b, Tris& out) {
+    if (!a.finite || !b.finite || a.outcode || b.outcode) return;
+    // A one-pixel-wide quad along the major axis.
+    const bool x_major = std::fabs(b.sx - a.sx) >= std::fabs(b.sy - a.sy);
+    const float ox = x_major ? 0.0f : 0.5f, oy = x_major ? 0.5f : 0.0f;
+    ClipVertex q[4] = {a, b, b, a};
+    q[0].sx -= ox, q[0].sy -= oy;
+    q[1].sx -= ox, q[1].sy -= oy;
+    q[2].sx += ox, q[2].sy += oy;
+    q[3].sx += ox, q[3].sy += oy;
+    setup(sp, q[0], q[1], q[2], dx::D3DCULL_NONE, a, out);
+    setup(sp, q[0], q[2], q[3], dx::D3DCULL_NONE, a, out);
+}
+
+void triangle(const SetupParams& sp, const ClipVertex* a, const ClipVertex* b, const ClipVertex* c, Tris& out) {
+    const int cull = sp.cull;
+    if (!a || !b || !c) return;
+    if (!a->finite || !b->finite || !c->finite) return;
+    if (a->outcode & b->outcode & c->outcode) return;
+    if (sp.fill != dx::D3DFILL_SOLID) {
+        if ((a->outcode | b->outcode | c->outcode) == 0 && cull != dx::D3DCULL_NONE) {
+            const double area = (static_cast<double>(b->sx) - a->sx) * (static_cast<double>(c->sy) - a->sy) -
+                                (static_cast<double>(c->sx) - a->sx) * (static_cast<double>(b->sy) - a->sy);
+            if ((cull == dx::D3DCULL_CCW && area < 0) || (cull == dx::D3DCULL_CW && area > 0)) return;
+        }
+        if (sp.fill == dx::D3DFILL_POINT) {
+            for (const ClipVertex* v : {a, b, c})
+                if (v->outcode == 0) point(sp, *v, out);
+        } else {
+            line(sp, *a, *b, out);
+            line(sp, *b, *c, out);
+            line(sp, *c, *a, out);
+        }
+        return;
+    }
+    if ((a->outcode | b->outcode | c->outcode) == 0) {
+        setup(sp, *a, *b, *c, cull, *a, out);
+        return;
+    }
+    // Sutherland-Hodgman against each plane some vertex lies outside of.
+    ClipVertex buf[2][16];
+    int count = 3;
+    buf[0][0] = *a, buf[0][1] = *b, buf[0][2] = *c;
+    int cur = 0;
+    const std::uint32_t planes = a->outcode | b->outcode | c->outcode;
+    for (std::uint32_t plane : {kClipW, kClipNear, kClipFar, kClipLeft, kClipRight, kClipTop, kClipBottom}) {
+        if (!(planes & plane)) continue;
+        int out = 0;
+        for (int i = 0; i < count && out < 14; ++i) {
+            const ClipVertex& p = buf[cur][i];
+            const ClipVertex& q = buf[cur][(i + 1) % count];
+            const float dp = clip_distance(p, plane, sp.guard), dq = clip_distance(q, plane, sp.guard);
+            if (dp >= 0) buf[1 - cur][out++] = p;
+            if ((dp >= 0) != (dq >= 0)) buf[1 - cur][out++] = lerp_vertex(p, q, dp / (dp - dq));
+        }
+        cur = 1 - cur;
+        count = out;
+        if (count < 3) return;
+    }
+    for (int i = 1; i + 1 < count; ++i) {
+        if (!buf[cur][0].finite || !buf[cur][i].finite || !buf[cur][i + 1].finite) continue;
+        setup(sp, buf[cur][0], buf[cur][i], buf[cur][i + 1], cull, *a, out);
+    }
 }
 
 }  // namespace
@@ -132,10 +325,11 @@ void Rasteriser::clear(const DeviceState& state, std::span<const D3DRECT> rects,
     }
 }
 
-bool Rasteriser::build_context(const DeviceState& s, Long fvf, DrawContext& ctx) {
+bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q) {
     auto rs = [&s](int i) { return s.render[static_cast<std::size_t>(i)]; };
+    DrawContext& ctx = q.ctx;
     ctx = DrawContext{};
-    held_.clear();
+    q.held.clear();
     if (!target_.byte_size() || target_.width() <= 0 || target_.height() <= 0) return false;
 
     const PixelFormat& fmt = target_.format();
@@ -193,7 +387,7 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, DrawContext& ctx)
         if (surface) {
             auto tex = textures_.get(surface.shared(), ctx.colour_key);
             out.texture = tex.get();
-            if (tex) held_.push_back(std::move(tex));
+            if (tex) q.held.push_back(std::move(tex));
             if (i == 0 && surface->has_color_key()) any_key = true;
         }
         auto reads_texture = [](int arg) { return (arg & 0xF) == dx::D3DTA_TEXTURE; };
@@ -230,295 +424,137 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, DrawContext& ctx)
     ctx.raster_narrow = lanes_of(routines_) == 16 ? select_raster(target, depth, cascade, Routines::EightLanes)
                                                   : ctx.raster;
 
-    flat_ = rs(dx::D3DRENDERSTATE_SHADEMODE) == dx::D3DSHADE_FLAT;
-    fill_ = rs(dx::D3DRENDERSTATE_FILLMODE);
-    if (fill_ != dx::D3DFILL_POINT && fill_ != dx::D3DFILL_WIREFRAME) fill_ = dx::D3DFILL_SOLID;
-
-    guard_.left = static_cast<float>(vp.lX) - kGuardPixels;
-    guard_.top = static_cast<float>(vp.lY) - kGuardPixels;
-    guard_.right = static_cast<float>(vp.lX + vp.lWidth) + kGuardPixels;
-    guard_.bottom = static_cast<float>(vp.lY + vp.lHeight) + kGuardPixels;
-    guard_.minz = vp.minz;
-    guard_.maxz = vp.maxz;
-    guard_.clip_z = fvf != dx::D3DFVF_TLVERTEX;
-    vp_right_ = ctx.scissor.x1 - 1;
-    vp_bottom_ = ctx.scissor.y1 - 1;
-
-    tiles_x_ = (target_.width() + kTileSize - 1) / kTileSize;
-    tiles_y_ = (target_.height() + kTileSize - 1) / kTileSize;
-    bins_.resize(static_cast<std::size_t>(tiles_x_) * static_cast<std::size_t>(tiles_y_));
+    SetupParams& sp = q.params;
+    sp.flat = rs(dx::D3DRENDERSTATE_SHADEMODE) == dx::D3DSHADE_FLAT;
+    sp.fill = rs(dx::D3DRENDERSTATE_FILLMODE);
+    if (sp.fill != dx::D3DFILL_POINT && sp.fill != dx::D3DFILL_WIREFRAME) sp.fill = dx::D3DFILL_SOLID;
+    const Long cull_mode = rs(dx::D3DRENDERSTATE_CULLMODE);
+    sp.cull = (cull_mode == dx::D3DCULL_CW || cull_mode == dx::D3DCULL_CCW) ? cull_mode : dx::D3DCULL_NONE;
+    sp.scissor = ctx.scissor;
+    sp.specular = ctx.specular;
+    sp.fog = ctx.fog;
+    sp.textured = ctx.textured;
+    sp.guard.left = static_cast<float>(vp.lX) - kGuardPixels;
+    sp.guard.top = static_cast<float>(vp.lY) - kGuardPixels;
+    sp.guard.right = static_cast<float>(vp.lX + vp.lWidth) + kGuardPixels;
+    sp.guard.bottom = static_cast<float>(vp.lY + vp.lHeight) + kGuardPixels;
+    sp.guard.minz = vp.minz;
+    sp.guard.maxz = vp.maxz;
+    sp.guard.clip_z = fvf != dx::D3DFVF_TLVERTEX;
+    sp.vp_right = ctx.scissor.x1 - 1;
+    sp.vp_bottom = ctx.scissor.y1 - 1;
     return true;
 }
+
+namespace {
+
+// Split draws are transformed in chunks of this many vertices and set up in
+// parts of this many primitives.
+constexpr std::size_t kTransformChunk = 1024;
+constexpr std::size_t kSetupPart = 2048;
+
+std::size_t primitive_count(Long type, std::size_t n) {
+    switch (type) {
+    case dx::D3DPT_POINTLIST: return n;
+    case dx::D3DPT_LINELIST: return n / 2;
+    case dx::D3DPT_LINESTRIP: return n >= 2 ? n - 1 : 0;
+    case dx::D3DPT_TRIANGLELIST: return n / 3;
+    case dx::D3DPT_TRIANGLESTRIP:
+    case dx::D3DPT_TRIANGLEFAN: return n >= 3 ? n - 2 : 0;
+    default: return 0;
+    }
+}
+
+}  // namespace
 
 void Rasteriser::draw(const DeviceState& state, Long primitive_type, Long fvf, std::span<const std::byte> vertices,
                       std::size_t vertex_count, std::span<const Integer> indices) {
     vertex_count = std::min(vertex_count, vertices.size() / 32);
     if (vertex_count == 0) return;
-    if (!build_context(state, fvf, ctx_)) return;
-
-    const VertexStage stage(state, fvf, guard_, state.viewport);
-    verts_.resize(vertex_count);
-    constexpr std::size_t kChunk = 1024;
-    if (vertex_count >= 2 * kChunk && pool_->size() > 1) {
-        const int chunks = static_cast<int>((vertex_count + kChunk - 1) / kChunk);
-        pool_->run(chunks, [&](int c) {
-            const std::size_t first = static_cast<std::size_t>(c) * kChunk;
-            stage.run(vertices.data(), first, std::min(kChunk, vertex_count - first), verts_.data() + first);
-        });
-    } else {
-        stage.run(vertices.data(), 0, vertex_count, verts_.data());
-    }
-
-    const bool indexed = !indices.empty();
-    const std::size_t n = indexed ? indices.size() : vertex_count;
-    auto at = [&](std::size_t i) -> const ClipVertex* {
-        if (!indexed) return &verts_[i];
-        const int idx = indices[i];
-        if (idx < 0 || static_cast<std::size_t>(idx) >= vertex_count) return nullptr;  // rejected, never read
-        return &verts_[static_cast<std::size_t>(idx)];
+    if (queued_ == queue_.size()) queue_.push_back(std::make_unique<QueuedDraw>());
+    // The draw is made in the first free slot. Reading a texture or letting a
+    // z-buffer go may land the batch on the way, freeing the slots before it:
+    // then the draw moves down to the first.
+    std::size_t slot = queued_;
+    QueuedDraw& q = *queue_[slot];
+    auto keep_first_free = [&] {
+        if (slot != queued_) std::swap(queue_[slot], queue_[queued_]), slot = queued_;
     };
-    const Long cull_mode = state.render[dx::D3DRENDERSTATE_CULLMODE];
-    const int cull = (cull_mode == dx::D3DCULL_CW || cull_mode == dx::D3DCULL_CCW) ? cull_mode : dx::D3DCULL_NONE;
+    const bool drawable = build_context(state, fvf, q);
+    keep_first_free();
+    if (!drawable) {
+        q.held.clear();
+        return;
+    }
+    q.params.primitive = primitive_type;
+    q.primitives = primitive_count(primitive_type, indices.empty() ? vertex_count : indices.size());
+    if (q.primitives == 0) {
+        q.held.clear();
+        return;
+    }
+    settle_hooks(q);
+    keep_first_free();
+    q.stage.set(state, fvf, q.params.guard, state.viewport);
+    q.vertices.assign(vertices.begin(), vertices.begin() + static_cast<std::ptrdiff_t>(vertex_count * 32));
+    q.vertex_count = vertex_count;
+    q.indices.assign(indices.begin(), indices.end());
+    ++queued_;
+    queued_primitives_ += q.primitives;
+    queued_vertices_ += vertex_count;
+    if (!batching_ || queued_primitives_ >= kBatchPrimitives || queued_vertices_ >= kBatchVertices ||
+        queued_ >= kBatchDraws)
+        flush();
+}
 
-    constexpr std::size_t kSetupPart = 2048;  // triangles per set-up job
-    const bool parallel_setup = primitive_type == dx::D3DPT_TRIANGLELIST && fill_ == dx::D3DFILL_SOLID &&
-                                pool_->size() > 1 && n / 3 >= 2 * kSetupPart;
-    tri_parts_ = parallel_setup ? (n / 3 + kSetupPart - 1) / kSetupPart : 1;
-    if (tris_.size() < tri_parts_) tris_.resize(tri_parts_);
-    for (std::size_t p = 0; p < tri_parts_; ++p) tris_[p].clear();
-    Tris& out = tris_[0];
-    switch (primitive_type) {
+// Primitives [from, to) of a draw, from its transformed vertices, in order.
+void Rasteriser::assemble(const QueuedDraw& q, const ClipVertex* verts, std::size_t from, std::size_t to, Tris& out) {
+    const SetupParams& sp = q.params;
+    const bool indexed = !q.indices.empty();
+    auto at = [&](std::size_t i) -> const ClipVertex* {
+        if (!indexed) return &verts[i];
+        const int idx = q.indices[i];
+        if (idx < 0 || static_cast<std::size_t>(idx) >= q.vertex_count) return nullptr;  // rejected, never read
+        return &verts[static_cast<std::size_t>(idx)];
+    };
+    switch (sp.primitive) {
     case dx::D3DPT_POINTLIST:
-        for (std::size_t i = 0; i < n; ++i)
-            if (const auto* v = at(i)) point(*v, out);
+        for (std::size_t i = from; i < to; ++i)
+            if (const auto* v = at(i)) point(sp, *v, out);
         break;
     case dx::D3DPT_LINELIST:
-        for (std::size_t i = 0; i + 1 < n; i += 2) {
-            const auto *a = at(i), *b = at(i + 1);
-            if (a && b) line(*a, *b, out);
+    case dx::D3DPT_LINESTRIP: {
+        const std::size_t step = sp.primitive == dx::D3DPT_LINELIST ? 2 : 1;
+        for (std::size_t i = from; i < to; ++i) {
+            const auto *a = at(i * step), *b = at(i * step + 1);
+            if (a && b) line(sp, *a, *b, out);
         }
         break;
-    case dx::D3DPT_LINESTRIP:
-        for (std::size_t i = 0; i + 1 < n; ++i) {
-            const auto *a = at(i), *b = at(i + 1);
-            if (a && b) line(*a, *b, out);
-        }
-        break;
+    }
     case dx::D3DPT_TRIANGLELIST:
-        if (parallel_setup) {
-            // Each part keeps its triangles in order; the parts are binned in order.
-            pool_->run(static_cast<int>(tri_parts_), [&](int part) {
-                const std::size_t first = static_cast<std::size_t>(part) * kSetupPart;
-                const std::size_t last = std::min(first + kSetupPart, n / 3);
-                Tris& mine = tris_[static_cast<std::size_t>(part)];
-                for (std::size_t t = first; t < last; ++t) triangle(at(3 * t), at(3 * t + 1), at(3 * t + 2), cull, mine);
-            });
-        } else {
-            for (std::size_t i = 0; i + 2 < n; i += 3) triangle(at(i), at(i + 1), at(i + 2), cull, out);
-        }
+        for (std::size_t i = from; i < to; ++i) triangle(sp, at(3 * i), at(3 * i + 1), at(3 * i + 2), out);
         break;
     case dx::D3DPT_TRIANGLESTRIP:
         // Odd triangles swap their last two vertices to keep the winding; the
         // first vertex stays the one flat shading takes.
-        for (std::size_t i = 0; i + 2 < n; ++i)
-            triangle(at(i), at(i + (i & 1 ? 2 : 1)), at(i + (i & 1 ? 1 : 2)), cull, out);
+        for (std::size_t i = from; i < to; ++i)
+            triangle(sp, at(i), at(i + (i & 1 ? 2 : 1)), at(i + (i & 1 ? 1 : 2)), out);
         break;
     case dx::D3DPT_TRIANGLEFAN:
-        for (std::size_t i = 1; i + 1 < n; ++i) triangle(at(i), at(i + 1), at(0), cull, out);
+        for (std::size_t i = from; i < to; ++i) triangle(sp, at(i + 1), at(i + 2), at(0), out);
         break;
     default: break;
     }
-    queue_draw();
 }
 
-void Rasteriser::triangle(const ClipVertex* a, const ClipVertex* b, const ClipVertex* c, int cull, Tris& out) const {
-    if (!a || !b || !c) return;
-    if (!a->finite || !b->finite || !c->finite) return;
-    if (a->outcode & b->outcode & c->outcode) return;
-    if (fill_ != dx::D3DFILL_SOLID) {
-        if ((a->outcode | b->outcode | c->outcode) == 0 && cull != dx::D3DCULL_NONE) {
-            const double area = (static_cast<double>(b->sx) - a->sx) * (static_cast<double>(c->sy) - a->sy) -
-                                (static_cast<double>(c->sx) - a->sx) * (static_cast<double>(b->sy) - a->sy);
-            if ((cull == dx::D3DCULL_CCW && area < 0) || (cull == dx::D3DCULL_CW && area > 0)) return;
-        }
-        if (fill_ == dx::D3DFILL_POINT) {
-            for (const ClipVertex* v : {a, b, c})
-                if (v->outcode == 0) point(*v, out);
-        } else {
-            line(*a, *b, out);
-            line(*b, *c, out);
-            line(*c, *a, out);
-        }
-        return;
-    }
-    if ((a->outcode | b->outcode | c->outcode) == 0) {
-        setup(*a, *b, *c, cull, *a, out);
-        return;
-    }
-    // Sutherland-Hodgman against each plane some vertex lies outside of.
-    ClipVertex buf[2][16];
-    int count = 3;
-    buf[0][0] = *a, buf[0][1] = *b, buf[0][2] = *c;
-    int cur = 0;
-    const std::uint32_t planes = a->outcode | b->outcode | c->outcode;
-    for (std::uint32_t plane : {kClipW, kClipNear, kClipFar, kClipLeft, kClipRight, kClipTop, kClipBottom}) {
-        if (!(planes & plane)) continue;
-        int out = 0;
-        for (int i = 0; i < count && out < 14; ++i) {
-            const ClipVertex& p = buf[cur][i];
-            const ClipVertex& q = buf[cur][(i + 1) % count];
-            const float dp = clip_distance(p, plane, guard_), dq = clip_distance(q, plane, guard_);
-            if (dp >= 0) buf[1 - cur][out++] = p;
-            if ((dp >= 0) != (dq >= 0)) buf[1 - cur][out++] = lerp_vertex(p, q, dp / (dp - dq));
-        }
-        cur = 1 - cur;
-        count = out;
-        if (count < 3) return;
-    }
-    for (int i = 1; i + 1 < count; ++i) {
-        if (!buf[cur][0].finite || !buf[cur][i].finite || !buf[cur][i + 1].finite) continue;
-        setup(buf[cur][0], buf[cur][i], buf[cur][i + 1], cull, *a, out);
-    }
-}
-
-void Rasteriser::setup(const ClipVertex& v0, const ClipVertex& v1, const ClipVertex& v2, int cull,
-                       const ClipVertex& provoking, Tris& out) const {
-    const ClipVertex* v[3] = {&v0, &v1, &v2};
-    std::int64_t X[3], Y[3];
-    for (int i = 0; i < 3; ++i) {
-        // Clipping keeps vertices inside the guard band; anything beyond it
-        // (rounding at the band's edge) is dropped rather than overflowing.
-        const float sx = v[i]->sx, sy = v[i]->sy;
-        if (!(std::fabs(sx) < 65536.0f && std::fabs(sy) < 65536.0f)) return;
-        X[i] = std::lrint(sx * 16.0f);
-        Y[i] = std::lrint(sy * 16.0f);
-    }
-    std::int64_t area = (X[1] - X[0]) * (Y[2] - Y[0]) - (X[2] - X[0]) * (Y[1] - Y[0]);
-    if (area == 0) return;
-    // Positive area is clockwise on screen (y down): the front under CULL_CCW.
-    if ((cull == dx::D3DCULL_CCW && area < 0) || (cull == dx::D3DCULL_CW && area > 0)) return;
-    if (area < 0) {
-        std::swap(v[1], v[2]);
-        std::swap(X[1], X[2]);
-        std::swap(Y[1], Y[2]);
-        area = -area;
-    }
-
-    SetupTriangle t;
-    const Scissor& sc = ctx_.scissor;
-    const std::int64_t minX = std::min({X[0], X[1], X[2]}), maxX = std::max({X[0], X[1], X[2]});
-    const std::int64_t minY = std::min({Y[0], Y[1], Y[2]}), maxY = std::max({Y[0], Y[1], Y[2]});
-    t.minx = static_cast<int>(std::max<std::int64_t>((minX + 15) >> 4, sc.x0));
-    t.maxx = static_cast<int>(std::min<std::int64_t>(maxX >> 4, sc.x1 - 1));
-    t.miny = static_cast<int>(std::max<std::int64_t>((minY + 15) >> 4, sc.y0));
-    t.maxy = static_cast<int>(std::min<std::int64_t>(maxY >> 4, sc.y1 - 1));
-    if (t.minx > t.maxx || t.miny > t.maxy) return;
-
-    for (int k = 0; k < 3; ++k) {
-        const int a = k, b = (k + 1) % 3;
-        const std::int64_t dx = X[b] - X[a], dy = Y[b] - Y[a];
-        t.a[k] = static_cast<std::int32_t>(-dy);
-        t.b[k] = static_cast<std::int32_t>(dx);
-        t.c[k] = dy * X[a] - dx * Y[a];
-        // Top-left rule: pixels on a top or left edge belong to the triangle,
-        // pixels on the others do not. Exception: an edge lying exactly on the
-        // viewport's last column or row keeps its pixels, so that a screen quad
-        // from 0 to width-1 (as TL vertices give it) covers the whole screen.
-        const bool top_left = dy < 0 || (dy == 0 && dx > 0);
-        const bool last_column = dx == 0 && dy > 0 && X[a] == static_cast<std::int64_t>(vp_right_) * 16;
-        const bool last_row = dy == 0 && dx < 0 && Y[a] == static_cast<std::int64_t>(vp_bottom_) * 16;
-        if (!top_left && !last_column && !last_row) t.c[k] -= 1;
-    }
-
-    // Attribute planes from the snapped positions, in double for the set-up.
-    const double x0 = static_cast<double>(X[0]) / 16, y0 = static_cast<double>(Y[0]) / 16;
-    const double d1x = static_cast<double>(X[1] - X[0]) / 16, d1y = static_cast<double>(Y[1] - Y[0]) / 16;
-    const double d2x = static_cast<double>(X[2] - X[0]) / 16, d2y = static_cast<double>(Y[2] - Y[0]) / 16;
-    const double inv_area = 1.0 / (d1x * d2y - d2x * d1y);
-    t.ref_x = static_cast<float>(x0);
-    t.ref_y = static_cast<float>(y0);
-    auto plane = [&](double f0, double f1, double f2) {
-        const double df1 = f1 - f0, df2 = f2 - f0;
-        return Plane{static_cast<float>(f0), static_cast<float>((df1 * d2y - df2 * d1y) * inv_area),
-                     static_cast<float>((df2 * d1x - df1 * d2x) * inv_area)};
-    };
-    const double r0 = v[0]->rhw, r1 = v[1]->rhw, r2 = v[2]->rhw;
-    t.p[kPlaneRhw] = plane(r0, r1, r2);
-    t.p[kPlaneZ] = plane(v[0]->sz, v[1]->sz, v[2]->sz);
-    static constexpr std::pair<int, int> kMap[] = {{kPlaneU, kTexU},  {kPlaneV, kTexV},  {kPlaneR, kDiffR},
-                                                   {kPlaneG, kDiffG}, {kPlaneB, kDiffB}, {kPlaneA, kDiffA},
-                                                   {kPlaneSR, kSpecR}, {kPlaneSG, kSpecG}, {kPlaneSB, kSpecB},
-                                                   {kPlaneFog, kFog}};
-    for (auto [p, a] : kMap) {
-        // Specular and fog planes are only read when those are on.
-        const bool used = (p >= kPlaneSR && p <= kPlaneSB) ? ctx_.specular : p == kPlaneFog ? ctx_.fog : true;
-        if (!used) {
-            t.p[p] = Plane{0, 0, 0};
-            continue;
-        }
-        const auto ai = static_cast<std::size_t>(a);
-        t.p[p] = plane(v[0]->a[ai] * r0, v[1]->a[ai] * r1, v[2]->a[ai] * r2);
-    }
-    // A triangle whose vertices share their colours is drawn in that colour,
-    // as a flat one is in its first vertex's.
-    const int src[7] = {kDiffR, kDiffG, kDiffB, kDiffA, kSpecR, kSpecG, kSpecB};
-    const int compared = ctx_.specular ? 7 : 4;
-    bool one_colour = true;
-    for (int i = 0; i < compared && one_colour; ++i) {
-        const auto a = static_cast<std::size_t>(src[i]);
-        one_colour = v[0]->a[a] == v[1]->a[a] && v[0]->a[a] == v[2]->a[a];
-    }
-    t.is_flat = flat_ || one_colour;
-    if (t.is_flat) {
-        const ClipVertex& from = flat_ ? provoking : *v[0];
-        for (int i = 0; i < 7; ++i) t.flat[i] = from.a[static_cast<std::size_t>(src[i])];
-        t.flat[7] = 0;
-    }
-    out.push_back(t);
-}
-
-void Rasteriser::point(const ClipVertex& v, Tris& out) const {
-    if (!v.finite || v.outcode) return;
-    // A pixel-sized square around the nearest pixel centre.
-    const float px = std::nearbyint(v.sx), py = std::nearbyint(v.sy);
-    ClipVertex q[4] = {v, v, v, v};
-    const float ox[4] = {-0.5f, 0.5f, 0.5f, -0.5f}, oy[4] = {-0.5f, -0.5f, 0.5f, 0.5f};
-    for (int i = 0; i < 4; ++i) q[i].sx = px + ox[i], q[i].sy = py + oy[i];
-    setup(q[0], q[1], q[2], dx::D3DCULL_NONE, v, out);
-    setup(q[0], q[2], q[3], dx::D3DCULL_NONE, v, out);
-}
-
-void Rasteriser::line(const ClipVertex& a, const ClipVertex& b, Tris& out) const {
-    if (!a.finite || !b.finite || a.outcode || b.outcode) return;
-    // A one-pixel-wide quad along the major axis.
-    const bool x_major = std::fabs(b.sx - a.sx) >= std::fabs(b.sy - a.sy);
-    const float ox = x_major ? 0.0f : 0.5f, oy = x_major ? 0.5f : 0.0f;
-    ClipVertex q[4] = {a, b, b, a};
-    q[0].sx -= ox, q[0].sy -= oy;
-    q[1].sx -= ox, q[1].sy -= oy;
-    q[2].sx += ox, q[2].sy += oy;
-    q[3].sx += ox, q[3].sy += oy;
-    setup(q[0], q[1], q[2], dx::D3DCULL_NONE, a, out);
-    setup(q[0], q[2], q[3], dx::D3DCULL_NONE, a, out);
-}
-
-// The draw just set up joins the batch: its context and textures are kept
-// with it, its triangles binned after those of the draws before it. Nothing
-// it reads can change under it now: state and vertices were read at set-up,
-// textures are converted copies, and whatever touches the target or the
-// z-buffer settles the batch first.
-void Rasteriser::queue_draw() {
-    std::size_t total = 0;
-    for (std::size_t p = 0; p < tri_parts_; ++p) total += tris_[p].size();
+// The draw being made joins the batch. Nothing it reads can change under it
+// then: state and vertices are copies, textures are converted copies, and
+// whatever touches the target or the z-buffer settles the batch first.
+void Rasteriser::settle_hooks(QueuedDraw& q) {
     // The target's and z-buffer's generations move now, so a texture cache
     // looks at them again and, reading them, settles the batch.
     target_.touch();
-    const auto zbuffer = ctx_.depth ? target_.zbuffer() : nullptr;
-    if (zbuffer && ctx_.z_write) zbuffer->touch();
-    if (total == 0) {
-        held_.clear();
-        return;
-    }
+    const auto zbuffer = q.ctx.depth ? target_.zbuffer() : nullptr;
+    if (zbuffer && q.ctx.z_write) zbuffer->touch();
     // The surfaces this batch writes settle it; another device on the same
     // target takes the hook over only after settling this one.
     if (target_.pending_writer() != this) target_.set_pending_writer(this, [this] { flush(); });
@@ -528,65 +564,152 @@ void Rasteriser::queue_draw() {
         zbuffer->set_pending_writer(this, [this] { flush(); });
         hooked_zbuffer_ = zbuffer;
     }
-    if (queued_ == queue_.size()) queue_.push_back(std::make_unique<QueuedDraw>());
-    QueuedDraw& q = *queue_[queued_++];
-    q.ctx = ctx_;
-    q.held.swap(held_);
-    held_.clear();
     q.zbuffer = zbuffer;
-    // The set-up parts move into the queued draw; its old vectors come back
-    // for the next draw's set-up, capacity and all.
-    if (q.parts.size() < tri_parts_) q.parts.resize(tri_parts_);
-    for (std::size_t p = 0; p < tri_parts_; ++p) q.parts[p].swap(tris_[p]);
-    q.part_count = tri_parts_;
-    queued_tris_ += total;
+}
 
+// Shares the batch out: large draws alone in parts, the others in runs of
+// about equal work, a few runs a thread so that uneven runs even out.
+void Rasteriser::plan_jobs() {
+    std::size_t work = 0;
+    for (std::size_t d = 0; d < queued_; ++d) {
+        QueuedDraw& q = *queue_[d];
+        q.split = q.vertex_count >= 2 * kTransformChunk || q.primitives >= 2 * kSetupPart;
+        if (!q.split) work += q.vertex_count + q.primitives;
+    }
+    const std::size_t per_job = std::max<std::size_t>(512, work / (4 * static_cast<std::size_t>(pool_->size())));
+    job_count_ = 0;
+    transforms_.clear();
+    auto next_job = [this]() -> SetupJob& {
+        if (job_count_ == jobs_.size()) jobs_.emplace_back();
+        SetupJob& job = jobs_[job_count_++];
+        job.tris.clear();
+        job.ends.clear();
+        return job;
+    };
+    SetupJob* run = nullptr;
+    std::size_t run_work = 0;
+    for (std::size_t d = 0; d < queued_; ++d) {
+        QueuedDraw& q = *queue_[d];
+        if (q.split) {
+            run = nullptr;
+            q.verts.resize(q.vertex_count);
+            for (std::size_t v = 0; v < q.vertex_count; v += kTransformChunk) transforms_.emplace_back(d, v);
+            for (std::size_t p = 0; p < q.primitives; p += kSetupPart) {
+                SetupJob& job = next_job();
+                job.first = d, job.last = d + 1, job.part = true;
+                job.from = p, job.to = std::min(q.primitives, p + kSetupPart);
+            }
+            continue;
+        }
+        if (!run || run_work >= per_job) {
+            run = &next_job();
+            run->first = d, run->part = false;
+            run_work = 0;
+        }
+        run->last = d + 1;
+        run_work += q.vertex_count + q.primitives;
+    }
+}
+
+void Rasteriser::run_job(SetupJob& job) {
+    if (job.part) {
+        const QueuedDraw& q = *queue_[job.first];
+        assemble(q, q.verts.data(), job.from, job.to, job.tris);
+        job.ends.push_back(job.tris.size());
+    } else {
+        for (std::size_t d = job.first; d < job.last; ++d) {
+            const QueuedDraw& q = *queue_[d];
+            if (job.scratch.size() < q.vertex_count) job.scratch.resize(q.vertex_count);
+            q.stage.run(q.vertices.data(), 0, q.vertex_count, job.scratch.data());
+            assemble(q, job.scratch.data(), 0, q.primitives, job.tris);
+            job.ends.push_back(job.tris.size());
+        }
+    }
+    bin(job);
+}
+
+void Rasteriser::bin(SetupJob& job) {
+    const std::size_t tiles = static_cast<std::size_t>(tiles_x_) * static_cast<std::size_t>(tiles_y_);
+    if (job.bins.size() < tiles) job.bins.resize(tiles);
     const int shift = 6;  // kTileSize == 64
-    for (std::size_t p = 0; p < q.part_count; ++p)
-        for (const SetupTriangle& t : q.parts[p])
+    std::size_t begin = 0;
+    for (std::size_t k = 0; k < job.ends.size(); ++k) {
+        const DrawContext* ctx = &queue_[job.first + (job.part ? 0 : k)]->ctx;
+        for (std::size_t i = begin; i < job.ends[k]; ++i) {
+            const SetupTriangle& t = job.tris[i];
             for (int ty = t.miny >> shift; ty <= t.maxy >> shift; ++ty)
                 for (int tx = t.minx >> shift; tx <= t.maxx >> shift; ++tx) {
-                    auto& bin = bins_[static_cast<std::size_t>(ty) * tiles_x_ + tx];
-                    if (bin.empty()) busy_bins_.push_back(ty * tiles_x_ + tx);
-                    bin.push_back(BinEntry{&t, &q.ctx});
+                    auto& bin = job.bins[static_cast<std::size_t>(ty) * tiles_x_ + tx];
+                    if (bin.empty()) job.busy.push_back(ty * tiles_x_ + tx);
+                    bin.push_back(BinEntry{&t, ctx});
                 }
-    if (!batching_ || queued_tris_ >= kBatchTriangles || queued_ >= kBatchDraws) flush();
+        }
+        begin = job.ends[k];
+    }
 }
 
 void Rasteriser::flush() {
     if (queued_ == 0 || flushing_) return;
     flushing_ = true;
-    // Each tile is drawn by one thread, its triangles in submission order.
-    auto run_tile = [&](int job) {
-        const int tile = busy_bins_[static_cast<std::size_t>(job)];
-        const int tx0 = (tile % tiles_x_) * kTileSize, ty0 = (tile / tiles_x_) * kTileSize;
-        for (const BinEntry& e : bins_[static_cast<std::size_t>(tile)]) {
-            const int width = std::min(e.tri->maxx, tx0 + kTileSize - 1) - std::max(e.tri->minx, tx0) + 1;
-            const auto raster = width <= 8 ? e.ctx->raster_narrow : e.ctx->raster;
-            raster(*e.ctx, *e.tri, tx0, ty0, tx0 + kTileSize, ty0 + kTileSize);
-        }
-    };
-    const int jobs = static_cast<int>(busy_bins_.size());
+    tiles_x_ = (target_.width() + kTileSize - 1) / kTileSize;
+    tiles_y_ = (target_.height() + kTileSize - 1) / kTileSize;
     auto done = [&] {
-        for (int b : busy_bins_) bins_[static_cast<std::size_t>(b)].clear();
-        busy_bins_.clear();
+        for (std::size_t j = 0; j < job_count_; ++j) {
+            SetupJob& job = jobs_[j];
+            for (int t : job.busy) job.bins[static_cast<std::size_t>(t)].clear();
+            job.busy.clear();
+            job.tris.clear();
+        }
+        job_count_ = 0;
+        for (int t : busy_tiles_) tile_busy_[static_cast<std::size_t>(t)] = 0;
+        busy_tiles_.clear();
         for (std::size_t i = 0; i < queued_; ++i) {
             QueuedDraw& q = *queue_[i];
             q.held.clear();
             q.zbuffer.reset();
-            for (std::size_t p = 0; p < q.part_count; ++p) q.parts[p].clear();
         }
         queued_ = 0;
-        queued_tris_ = 0;
+        queued_primitives_ = 0;
+        queued_vertices_ = 0;
         flushing_ = false;
     };
     try {
-        // A few triangles on a few tiles are not worth waking the workers.
-        if (queued_tris_ < 4 && jobs < 4) {
-            for (int j = 0; j < jobs; ++j) run_tile(j);
-        } else {
-            pool_->run(jobs, run_tile);
-        }
+        plan_jobs();
+        // Little work is not worth waking the workers for.
+        const bool inline_work = queued_vertices_ + queued_primitives_ < 256;
+        auto run = [&](std::size_t jobs, const std::function<void(int)>& fn) {
+            if (inline_work) {
+                for (std::size_t j = 0; j < jobs; ++j) fn(static_cast<int>(j));
+            } else {
+                pool_->run(static_cast<int>(jobs), fn);
+            }
+        };
+        run(transforms_.size(), [&](int c) {
+            const auto [d, first] = transforms_[static_cast<std::size_t>(c)];
+            const QueuedDraw& q = *queue_[d];
+            q.stage.run(q.vertices.data(), first, std::min(kTransformChunk, q.vertex_count - first),
+                        queue_[d]->verts.data() + first);
+        });
+        run(job_count_, [&](int j) { run_job(jobs_[static_cast<std::size_t>(j)]); });
+
+        tile_busy_.resize(static_cast<std::size_t>(tiles_x_) * static_cast<std::size_t>(tiles_y_));
+        for (std::size_t j = 0; j < job_count_; ++j)
+            for (int t : jobs_[j].busy)
+                if (!tile_busy_[static_cast<std::size_t>(t)]) {
+                    tile_busy_[static_cast<std::size_t>(t)] = 1;
+                    busy_tiles_.push_back(t);
+                }
+        // Each tile is drawn by one thread, its triangles in submission order.
+        run(busy_tiles_.size(), [&](int job) {
+            const int tile = busy_tiles_[static_cast<std::size_t>(job)];
+            const int tx0 = (tile % tiles_x_) * kTileSize, ty0 = (tile / tiles_x_) * kTileSize;
+            for (std::size_t j = 0; j < job_count_; ++j)
+                for (const BinEntry& e : jobs_[j].bins[static_cast<std::size_t>(tile)]) {
+                    const int width = std::min(e.tri->maxx, tx0 + kTileSize - 1) - std::max(e.tri->minx, tx0) + 1;
+                    const auto raster = width <= 8 ? e.ctx->raster_narrow : e.ctx->raster;
+                    raster(*e.ctx, *e.tri, tx0, ty0, tx0 + kTileSize, ty0 + kTileSize);
+                }
+        });
     } catch (...) {
         done();
         throw;

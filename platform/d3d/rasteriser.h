@@ -1,17 +1,19 @@
 // The drawing half of the device: clears and draws into the render target and
 // its z-buffer from the device state. A draw runs the stages in order:
 // transform and light (vertex_stage.cpp), assemble and clip, set up, bin into
-// 64x64 tiles, then the tiles are shared among the worker threads, each tile
-// drawn by one thread with its triangles in submission order (pixel_stage.cpp),
-// so pictures do not depend on the thread count.
+// 64x64 tiles, then each tile is drawn by one thread with its triangles in
+// submission order (pixel_stage.cpp), so pictures do not depend on the
+// thread count.
 //
-// Draws are gathered: each is transformed, set up and binned when it comes,
-// with a copy of its context (states, converted textures), and the tiles of
-// all gathered draws are drawn together at flush(): when the device ends a
-// scene, before a clear, when the batch grows large, and whenever anything
-// else touches the target or its z-buffer (the surfaces settle the batch
-// before a lock, blit, flip or pixel read). Pictures are the same as drawing
-// each call at once.
+// Draws are gathered: a draw keeps a copy of its vertices, its context
+// (states, converted textures) and its transform, and the gathered draws go
+// through the stages together at flush(): when the device ends a scene,
+// before a clear, when the batch grows large, and whenever anything else
+// touches the target or its z-buffer (the surfaces settle the batch before a
+// lock, blit, flip or pixel read). At a flush the workers transform and set
+// up runs of draws (a large draw in parts) side by side, each into bins of
+// its own, then draw the tiles, each tile reading the bins in submission
+// order. Pictures are the same as drawing each call at once.
 #pragma once
 
 #include <cstddef>
@@ -26,6 +28,16 @@
 #include "platform/surface.h"
 
 namespace tarko::platform::d3d {
+
+// What set-up reads of a draw besides its vertices.
+struct SetupParams {
+    Scissor scissor;
+    GuardBand guard{};
+    int vp_right = 0, vp_bottom = 0;  // last pixel column and row of the viewport
+    bool flat = false, specular = false, fog = false, textured = false;
+    int fill = 3, cull = 1;
+    Long primitive = 0;
+};
 
 class Rasteriser {
 public:
@@ -48,55 +60,66 @@ public:
     void set_pixel_routines(Routines kind) { routines_ = kind; }
 
     static constexpr int kTileSize = 64;
-    // A batch is drawn once it holds this many triangles or draws.
-    static constexpr std::size_t kBatchTriangles = 1 << 16;
+    // A batch is drawn once it holds this many primitives, vertices or draws.
+    static constexpr std::size_t kBatchPrimitives = 1 << 16;
+    static constexpr std::size_t kBatchVertices = 1 << 17;
     static constexpr std::size_t kBatchDraws = 4096;
 
 private:
-    bool build_context(const DeviceState& state, Long fvf, DrawContext& ctx);
-    // Set-up appends to `out`; it only reads the draw's state, so parts of
-    // a triangle list may be set up on several threads at once.
-    using Tris = std::vector<SetupTriangle>;
-    void triangle(const ClipVertex* v0, const ClipVertex* v1, const ClipVertex* v2, int cull, Tris& out) const;
-    void setup(const ClipVertex& v0, const ClipVertex& v1, const ClipVertex& v2, int cull, const ClipVertex& provoking,
-               Tris& out) const;
-    void point(const ClipVertex& v, Tris& out) const;
-    void line(const ClipVertex& a, const ClipVertex& b, Tris& out) const;
-    void queue_draw();
     // A gathered draw: its context, the textures the context points into and
-    // the z-buffer it writes, and its set-up triangles.
+    // the z-buffer it writes, and what its vertices need to reach set-up.
     struct QueuedDraw {
         DrawContext ctx;
+        SetupParams params;
+        VertexStage stage;
         std::vector<std::shared_ptr<const Texture>> held;
         std::shared_ptr<DirectDrawSurface7> zbuffer;
-        std::vector<std::vector<SetupTriangle>> parts;
-        std::size_t part_count = 0;
+        std::vector<std::byte> vertices;  // vertex_count records of 32 bytes
+        std::size_t vertex_count = 0;
+        std::vector<Integer> indices;
+        std::size_t primitives = 0;       // points, lines or triangles it assembles
+        bool split = false;               // transformed ahead, set up in parts
+        std::vector<ClipVertex> verts;    // a split draw's transformed vertices
     };
     struct BinEntry {
         const SetupTriangle* tri;
         const DrawContext* ctx;
     };
+    // Set-up work for one thread: draws [first, last) whole, or primitives
+    // [from, to) of the split draw `first`. Its triangles are binned into
+    // bins of its own, which the tiles read job after job.
+    struct SetupJob {
+        std::size_t first = 0, last = 0, from = 0, to = 0;
+        bool part = false;
+        std::vector<ClipVertex> scratch;
+        std::vector<SetupTriangle> tris;
+        std::vector<std::size_t> ends;  // per draw of the job, the end of its triangles in `tris`
+        std::vector<std::vector<BinEntry>> bins;
+        std::vector<int> busy;
+    };
+    using Tris = std::vector<SetupTriangle>;
+
+    bool build_context(const DeviceState& state, Long fvf, QueuedDraw& q);
+    void settle_hooks(QueuedDraw& q);
+    void plan_jobs();
+    void run_job(SetupJob& job);
+    void bin(SetupJob& job);
+    static void assemble(const QueuedDraw& q, const ClipVertex* verts, std::size_t from, std::size_t to, Tris& out);
 
     DirectDrawSurface7& target_;
     std::unique_ptr<WorkerPool> pool_;
     TextureCache textures_;
-    std::vector<std::shared_ptr<const Texture>> held_;  // textures of the draw in progress
-    DrawContext ctx_;
-    GuardBand guard_{};
-    int vp_right_ = 0, vp_bottom_ = 0;  // last pixel column and row of the viewport
-    bool flat_ = false;
     bool fast_paths_ = true;
     Routines routines_ = Routines::Best;
-    int fill_ = 3;
-    std::vector<ClipVertex> verts_;
-    std::vector<Tris> tris_;       // set-up triangles in submission order, part after part
-    std::size_t tri_parts_ = 0;    // parts of tris_ in use
     std::vector<std::unique_ptr<QueuedDraw>> queue_;  // kept across batches for their capacity
-    std::size_t queued_ = 0, queued_tris_ = 0;
+    std::size_t queued_ = 0, queued_primitives_ = 0, queued_vertices_ = 0;
     bool batching_ = true, flushing_ = false;
     std::weak_ptr<DirectDrawSurface7> hooked_zbuffer_;
-    std::vector<std::vector<BinEntry>> bins_;
-    std::vector<int> busy_bins_;
+    std::vector<SetupJob> jobs_;
+    std::size_t job_count_ = 0;
+    std::vector<std::pair<std::size_t, std::size_t>> transforms_;  // (draw, first vertex) chunks of split draws
+    std::vector<int> busy_tiles_;
+    std::vector<char> tile_busy_;
     int tiles_x_ = 0, tiles_y_ = 0;
 };
 

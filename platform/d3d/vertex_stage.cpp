@@ -53,8 +53,14 @@ float clamp01f(float v) { return v > 0 ? (v < 1 ? v : 1) : 0; }  // NaN -> 0
 
 }  // namespace
 
-VertexStage::VertexStage(const DeviceState& s, Long fvf, const GuardBand& guard, const D3DVIEWPORT7& vp)
-    : fvf_(fvf), guard_(guard) {
+VertexStage::VertexStage(const DeviceState& s, Long fvf, const GuardBand& guard, const D3DVIEWPORT7& vp) {
+    set(s, fvf, guard, vp);
+}
+
+void VertexStage::set(const DeviceState& s, Long fvf, const GuardBand& guard, const D3DVIEWPORT7& vp) {
+    fvf_ = fvf;
+    guard_ = guard;
+    lights_.clear();
     set_matrices(s);
     set_viewport_and_state(s, vp);
 }
@@ -278,8 +284,14 @@ void VertexStage::run(const std::byte* vertices, std::size_t first, std::size_t 
         }
 
         v.finite = std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z) && std::isfinite(v.w);
-        for (float& a : v.a)
-            if (!std::isfinite(a)) a = 0;
+        // Colours from bytes are always finite; lighting and fog may not be.
+        if (lighting_ || fog_) {
+            for (float& a : v.a)
+                if (!std::isfinite(a)) a = 0;
+        } else {
+            if (!std::isfinite(v.a[kTexU])) v.a[kTexU] = 0;
+            if (!std::isfinite(v.a[kTexV])) v.a[kTexV] = 0;
+        }
         std::uint32_t code = 0;
         if (v.x < guard_.left * v.w) code |= kClipLeft;
         if (v.x > guard_.right * v.w) code |= kClipRight;
