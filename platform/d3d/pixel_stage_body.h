@@ -579,7 +579,10 @@ void raster_triangle(const DrawContext& ctx, const SetupTriangle& t, int tx0, in
     const int xs = std::max(t.minx, tx0), xe = std::min(t.maxx, tx1 - 1);
     const int ys = std::max(t.miny, ty0), ye = std::min(t.maxy, ty1 - 1);
     if (xs > xe || ys > ye) return;
-    const int gx0 = xs & ~(kLanes - 1);  // tiles start on multiples of 16, so this stays in the tile
+    // A triangle no wider than a group takes one group a row, starting at its
+    // left column but kept within the tile; a wider one steps in groups
+    // aligned to their width (tiles start on multiples of 16).
+    const int gx0 = xe - xs < kLanes ? std::min(xs, tx1 - kLanes) : xs & ~(kLanes - 1);
     // Screen-space triangles often have one rhw for all three vertices: then
     // c + 0 dx + 0 dy is c exactly (c non-zero) and its reciprocal is taken once.
     const Plane& rhw = t.p[kPlaneRhw];

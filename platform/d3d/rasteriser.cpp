@@ -333,9 +333,11 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q) {
     if (!target_.byte_size() || target_.width() <= 0 || target_.height() <= 0) return false;
 
     const PixelFormat& fmt = target_.format();
+    static const PixelFormat r5g6b5 = PixelFormat::r5g6b5(), x8r8g8b8 = PixelFormat::x8r8g8b8(),
+                             a8r8g8b8 = PixelFormat::a8r8g8b8();
     TargetKind target = TargetKind::Other;
-    if (fmt == PixelFormat::r5g6b5()) target = TargetKind::R5G6B5;
-    else if (fmt == PixelFormat::x8r8g8b8() || fmt == PixelFormat::a8r8g8b8()) target = TargetKind::X8R8G8B8;
+    if (fmt == r5g6b5) target = TargetKind::R5G6B5;
+    else if (fmt == x8r8g8b8 || fmt == a8r8g8b8) target = TargetKind::X8R8G8B8;
     ctx.colour = target_.pixels();
     ctx.colour_pitch = target_.pitch();
     ctx.colour_format = &target_.format();
