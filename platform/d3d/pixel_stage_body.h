@@ -80,6 +80,15 @@ inline void texel_pairs(const std::uint32_t* tex, const std::int32_t* idx, __m12
 }
 #endif
 
+#if TARKO_D3D_ISA_IS(avx2)
+// Gathers are fast on processors that have AVX-512 and microcoded on many
+// that stop at AVX2: eight lanes gather only on the former.
+inline bool fast_gathers() {
+    static const bool fast = widest_pixels_available();
+    return fast;
+}
+#endif
+
 // Bilinear filtering: the four texels are weighted across, then down, with
 // weights in 1/256 (256 - x on the left texel, x on the right, x < 256),
 // rounding at each step. `adjacent`: every right-hand texel follows its
@@ -96,7 +105,21 @@ TARKO_D3D_INLINE Iv bilinear_texels(const std::uint32_t* tex, Iv i00, Iv i10, Iv
         texel_pairs(tex, idx + 4, t01.v, t11.v);
     } else
 #elif TARKO_D3D_ISA_IS(avx2)
-    if (adjacent) {
+    if (adjacent && fast_gathers()) {
+        // As the sixteen-lane fetch: each pair in one 64-bit gather lane, the
+        // lefts and rights sorted out of the even and odd words.
+        const auto eight = [tex](Iv idx, Iv& left, Iv& right) {
+            const auto* base = reinterpret_cast<const long long*>(tex);
+            const __m256i lo = _mm256_i32gather_epi64(base, _mm256_castsi256_si128(idx.v), 4);
+            const __m256i hi = _mm256_i32gather_epi64(base, _mm256_extracti128_si256(idx.v, 1), 4);
+            const __m256i split = _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7);
+            const __m256i l = _mm256_permutevar8x32_epi32(lo, split), h = _mm256_permutevar8x32_epi32(hi, split);
+            left = Iv(_mm256_permute2x128_si256(l, h, 0x20));
+            right = Iv(_mm256_permute2x128_si256(l, h, 0x31));
+        };
+        eight(i00, t00, t10);
+        eight(i01, t01, t11);
+    } else if (adjacent) {
         alignas(32) std::int32_t idx[16];
         i00.store(idx), i01.store(idx + 8);
         const auto eight = [tex, &idx](int k, Iv& left, Iv& right) {
