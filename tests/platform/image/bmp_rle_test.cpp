@@ -1,4 +1,4 @@
-// Run-length BMPs in memory: the plain image, and every refusal with its reason and byte.
+// Run-length BMPs: every refusal with its reason and byte (their pixels: picture_loader_test).
 #include <gtest/gtest.h>
 
 #include "images/image_files.h"
@@ -9,7 +9,6 @@ namespace image = tarko::platform::image;
 using namespace tarko::test;
 
 namespace {
-constexpr std::uint32_t K = 0xFF000000, R = 0xFFFF0000, G = 0xFF00FF00, B = 0xFF0000FF;
 const std::vector<std::uint32_t> kKRGB = {0x000000, 0xFF0000, 0x00FF00, 0x0000FF};
 
 Bytes patched(Bytes b, std::size_t at, std::uint32_t v) {
@@ -17,13 +16,6 @@ Bytes patched(Bytes b, std::size_t at, std::uint32_t v) {
     return b;
 }
 }  // namespace
-
-TEST(BmpRle, DecodesIntoAnOpaqueImageTopRowFirst) {
-    // RLE4 absolute run of 3 (indices 1, 2, 3 in 2 bytes, no pad), end of line; then a delta of
-    // (2, 0) and a run of one index 2. Rows count from the bottom: bottom R G B, top K K G
-    const auto img = image::decode_rle(rle_bmp(4, 3, 2, kKRGB, {0, 3, 0x12, 0x30, 0, 0, 0, 2, 2, 0, 1, 0x22, 0, 1}));
-    EXPECT_EQ(img.pixels, (std::vector<std::uint32_t>{K, K, G, R, G, B}));
-}
 
 TEST(BmpRle, DamagedFilesAreRefusedSayingWhyAndWhere) {
     // Offsets: pixel data offset 10, header size 14, width 18, height 22, bits 28, colours used 46;

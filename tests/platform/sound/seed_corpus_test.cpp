@@ -163,11 +163,9 @@ TEST(WavReader, RefusesEveryTruncationHostileSizesAndFormatsItCannotPlay) {
     with_stray.insert(with_stray.end(), {'d', 'a', 't', 'a'});
     with_stray[4] += 4;
     const tarko::test::Refusal cases[] = {
-        {"RIFF size", patched({{4, 4, 1000}}, good), "RIFF size runs past", 4},
         {"not WAVE", patched({{8, 1, 'X'}}, good), "not a RIFF WAVE", 0},
         {"fmt size", patched({{16, 4, 0xFFFFFFF0}}, good), "chunk size runs past", 16},
         {"fmt 14 bytes", patched({{16, 4, 14}}, good), "shorter than 16", 16},
-        {"data size", patched({{40, 4, 0x7FFFFFFF}}, good), "chunk size runs past", 40},
         {"data one over", patched({{40, 4, 65}}, good), "chunk size runs past", 40},  // 64 bytes present
         {"ADPCM", patched({{20, 2, 2}}, good), "format 2 is not PCM", 20},
         {"six channels", patched({{22, 2, 6}, {32, 2, 12}}, good), "6 channels", 22},
