@@ -6,7 +6,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 
 #include "platform/music/smf_reader.h"
 #include "platform/music/smf_writer.h"
@@ -79,9 +78,7 @@ std::vector<Seed> midi_seeds() {
 
 void write_all(const std::filesystem::path& dir, const std::vector<Seed>& seeds) {
     std::filesystem::create_directories(dir);
-    for (const auto& seed : seeds)
-        std::ofstream(dir / seed.name, std::ios::binary)
-            .write(reinterpret_cast<const char*>(seed.bytes.data()), static_cast<std::streamsize>(seed.bytes.size()));
+    for (const auto& seed : seeds) tarko::test::write_file(dir / seed.name, seed.bytes);
 }
 
 }  // namespace
