@@ -88,10 +88,9 @@ TEST(PictureDecode, BmpsPlainAndRunLength) {
 
 TEST(PictureDecode, DamagedFilesOfEveryKindAreInvalidPictures) {
     const Bytes bmp = bmp24(3, 2, kSix);
-    auto bmp_with = [&](std::size_t at, std::uint32_t v, int bpp = 24) {
+    auto bmp_with = [&](std::size_t at, std::uint32_t v) {
         Bytes b = bmp;
         put32(b, at, v);
-        b[28] = static_cast<std::uint8_t>(bpp);
         return b;
     };
     const Bytes gif400 = gif(20, 20, {0xFF}, std::vector<std::uint8_t>(400, 0));
