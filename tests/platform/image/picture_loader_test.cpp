@@ -76,7 +76,7 @@ TEST(PictureDecode, BmpsPlainAndRunLength) {
         {"RLE8 runs", rle_bmp(8, 3, 2, kKRGB, {2, 1, 1, 3, 0, 0, 0, 3, 2, 3, 2, 0, 0, 1}), {G, B, G, R, R, B}},
         // a run of 4 of 0x12 gives indices 1, 2, 1, 2
         {"RLE4 run", rle_bmp(4, 4, 1, kKRGB, {4, 0x12, 0, 1}), {R, G, R, G}},
-        // absolute 3 (1, 2, 3 in 2 bytes, no pad), end of line; delta (2, 0), one 2; codes stop at the end
+        // absolute 3 (1, 2, 3 in 2 bytes, no pad), end of line; delta (2, 0), one 2; the last row full, codes may stop
         {"RLE4 absolute", rle_bmp(4, 3, 2, kKRGB, {0, 3, 0x12, 0x30, 0, 0, 0, 2, 2, 0, 1, 0x22}), {K, K, G, R, G, B}},
         // delta (2, 1) then one blue: the top row's last pixel; the rest stays black
         {"RLE8 delta", rle_bmp(8, 3, 2, kKRGB, {0, 2, 2, 1, 1, 3, 0, 1}), {K, K, B, K, K, K}},

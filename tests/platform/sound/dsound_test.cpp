@@ -110,7 +110,8 @@ TEST(LoopbackRender, SourceOnTheLeftIsLouderOnTheLeft) {
     auto loopback = open_loopback_audio(44100);
     if (!loopback) GTEST_SKIP() << "no OpenAL loopback device";
     ScopedAudioFactory factory([&] { return std::static_pointer_cast<AudioBackend>(loopback); });
-    const auto path = tarko::test::write_file(tarko::test::scratch_dir("loopback") / "tone.wav", make_tone_wav(440, 1.0, 22050));
+    const auto path =
+        tarko::test::write_file(tarko::test::scratch_dir("loopback") / "tone.wav", make_tone_wav(440, 1.0, 22050));
     auto ds = DirectX7().directSoundCreate("");
     DSBUFFERDESC desc;
     desc.lFlags = dx::DSBCAPS_PRIMARYBUFFER | dx::DSBCAPS_CTRL3D;
