@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "platform/gdi/gdi.h"
+#include "platform/gdi/picture.h"
+
 namespace tarko::test {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -146,6 +149,17 @@ inline Bytes gif_blocks(int width, int height, const std::vector<std::uint32_t>&
 inline Bytes gif(int width, int height, const std::vector<std::uint32_t>& palette,
                  const std::vector<std::uint8_t>& indices, int transparent_index = -1) {
     return gif_blocks(width, height, palette, {{0, 0, width, height, indices, {}, false, transparent_index}});
+}
+
+// The COLORREF at (x, y) of a picture, read through a memory DC.
+inline platform::gdi::COLORREF picture_pixel(const Ref<platform::gdi::StdPicture>& picture, int x, int y) {
+    namespace gdi = platform::gdi;
+    const gdi::HDC dc = gdi::CreateCompatibleDC(0);
+    const auto previous = gdi::SelectObject(dc, picture->Handle());
+    const gdi::COLORREF pixel = gdi::GetPixel(dc, x, y);
+    gdi::SelectObject(dc, previous);
+    gdi::DeleteDC(dc);
+    return pixel;
 }
 
 }  // namespace tarko::test

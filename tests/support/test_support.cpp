@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
 
 #include "runtime/byte_reader.h"
 #include "runtime/errors.h"
@@ -42,6 +43,12 @@ std::filesystem::path scratch_dir(const std::string& name) {
     std::filesystem::remove_all(dir, ec);
     std::filesystem::create_directories(dir);
     return dir;
+}
+
+std::string write_file(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes) {
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    return path.string();
 }
 
 }  // namespace tarko::test

@@ -51,5 +51,7 @@ struct Refusal {
 
 // A fresh empty folder of this process under the temporary area, named after the test.
 std::filesystem::path scratch_dir(const std::string& name);
+// Writes `bytes` to `path` (its folder must exist) and gives the path back.
+std::string write_file(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes);
 
 }  // namespace tarko::test

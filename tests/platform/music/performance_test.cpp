@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cmath>
-#include <fstream>
 
 #include "platform/dx_root.h"
 #include "platform/music/dmusic.h"
@@ -22,11 +21,6 @@ namespace {
 
 class PerformanceTest : public ::testing::Test {
 protected:
-    std::string write(const std::string& name, const std::vector<std::uint8_t>& bytes) {
-        std::ofstream(dir_ / name, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
-        return (dir_ / name).string();
-    }
     tarko::Ref<DirectMusicPerformance> make_performance() {
         auto p = DirectX7().directMusicPerformanceCreate();
         p->init(tarko::Ref<DirectSound>(), 0);
@@ -35,7 +29,7 @@ protected:
     }
     // Four quarter notes at 120 bpm unless told otherwise: 3072 ticks, 2 seconds.
     tarko::Ref<DirectMusicSegment> load(const std::vector<std::uint8_t>& smf = make_scale_smf(4, 500000, 480)) {
-        return DirectX7().directMusicLoaderCreate()->loadSegment(write("piece.mid", smf));
+        return DirectX7().directMusicLoaderCreate()->loadSegment(tarko::test::write_file(dir_ / "piece.mid", smf));
     }
     int note_ons() const { return port_->count(0x90); }
     void advance(std::int64_t ms) { services_.clock().advance(ms); }

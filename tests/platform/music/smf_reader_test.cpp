@@ -83,8 +83,6 @@ TEST(SmfReader, RefusesHostileFilesSayingWhyAndWhere) {
     };
     SmfTrackWriter end_only;
     end_only.end();
-    auto missing_track = make_smf(1, 96, {end_only});
-    missing_track[11] = 2;  // two tracks announced, one present (14..25)
     SmfTrackWriter sum;     // many large deltas that add up past the limit
     for (int i = 0; i < 200; ++i) sum.note_on(0x0FFFFFFF, 0, 60, 1);
     sum.end();
@@ -97,12 +95,8 @@ TEST(SmfReader, RefusesHostileFilesSayingWhyAndWhere) {
         {"division 0", one_track(0, end_only), "zero ticks per quarter", 12},
         {"SMPTE -28", patched({{12, 0xE4}, {13, 40}}), "bad SMPTE frame rate", 12},
         {"SMPTE -25, 0 a frame", patched({{12, 0xE7}, {13, 0}}), "zero ticks per frame", 13},
-        {"track size", patched({{21, 0xFF}}), "chunk size runs past", 18},  // 255 bytes, 12 present
-        {"missing track", missing_track, "missing track 2", 26},
         {"no end of track", track(96, [](auto& w) { w.note_on(0, 0, 60, 100).note_off(96, 0, 60); }),
          "track 1 has no end-of-track event", 30},
-        // 0x0FFFFFFF ticks at division 1 is 2.06e11 music ticks: beyond a Long (the delta is 22..25)
-        {"huge delta", track(1, [](auto& w) { w.note_on(0x0FFFFFFF, 0, 60, 100).end(); }), "beyond the music clock", 26},
         // the limit at 960 is 2147483647 / 768 * 960 = 2684353920; nine deltas are 2415919095,
         // ten 2684354550: the tenth event's delta ends at 22 + 9 * 7 + 4
         {"deltas adding up", one_track(960, sum), "beyond the music clock", 89},

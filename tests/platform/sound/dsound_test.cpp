@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <fstream>
 
 #include "platform/constants.h"
 #include "platform/dx_root.h"
@@ -25,18 +24,13 @@ namespace {
 class DirectSoundTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        tone_ = write("tone.wav", make_tone_wav(440, 0.5, 8000));  // 4000 frames, 500 ms
+        tone_ = tarko::test::write_file(dir_ / "tone.wav", make_tone_wav(440, 0.5, 8000));  // 4000 frames, 500 ms
         ds_ = DirectX7().directSoundCreate("");
         ds_->setCooperativeLevel(1, dx::DSSCL_PRIORITY);
         DSBUFFERDESC desc;
         desc.lFlags = dx::DSBCAPS_PRIMARYBUFFER | dx::DSBCAPS_CTRL3D;
         WAVEFORMATEX fmt;
         listener_ = ds_->createSoundBuffer(desc, fmt)->getDirectSound3dListener();
-    }
-    std::string write(const std::string& name, const std::vector<std::uint8_t>& bytes) {
-        std::ofstream(dir_ / name, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
-        return (dir_ / name).string();
     }
     tarko::Ref<DirectSoundBuffer> load(const std::string& file, tarko::Long flags) {
         DSBUFFERDESC desc;
@@ -116,9 +110,8 @@ TEST(LoopbackRender, SourceOnTheLeftIsLouderOnTheLeft) {
     auto loopback = open_loopback_audio(44100);
     if (!loopback) GTEST_SKIP() << "no OpenAL loopback device";
     ScopedAudioFactory factory([&] { return std::static_pointer_cast<AudioBackend>(loopback); });
-    const auto path = tarko::test::scratch_dir("loopback") / "tone.wav";
-    const auto wav = make_tone_wav(440, 1.0, 22050);
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(wav.data()), std::ssize(wav));
+    const auto path =
+        tarko::test::write_file(tarko::test::scratch_dir("loopback") / "tone.wav", make_tone_wav(440, 1.0, 22050));
     auto ds = DirectX7().directSoundCreate("");
     DSBUFFERDESC desc;
     desc.lFlags = dx::DSBCAPS_PRIMARYBUFFER | dx::DSBCAPS_CTRL3D;
@@ -126,7 +119,7 @@ TEST(LoopbackRender, SourceOnTheLeftIsLouderOnTheLeft) {
     auto listener = ds->createSoundBuffer(desc, fmt)->getDirectSound3dListener();
     listener->setOrientation(0, 0, 1, 0, 1, 0, dx::DS3D_IMMEDIATE);  // facing +z, y up: -x is left
     desc.lFlags = k3d;
-    auto buffer = ds->createSoundBufferFromFile(path.string(), desc, fmt);
+    auto buffer = ds->createSoundBufferFromFile(path, desc, fmt);
     buffer->getDirectSound3dBuffer()->setPosition(-2, 0, 0, dx::DS3D_IMMEDIATE);
     buffer->play(dx::DSBPLAY_LOOPING);
     std::vector<float> out(2 * 13230);  // 300 ms
