@@ -172,8 +172,10 @@ TEST_F(Constructions, WallTestsFollowTheirBoundaries) {
         EXPECT_EQ(engine.Colision_BOX(r.pos, room, r.type, r.style, Variant(r.step)), r.hit)
             << "type " << r.type << " style " << r.style << " at " << r.pos.x << ", " << r.pos.y << ", " << r.pos.z;
     // Defaults: IN_BLOX, step 5; a step given as text is coerced.
-    EXPECT_TRUE(engine.Colision_BOX(D3DVECTOR{95, 10, 50}, room, MUR_EST));
-    EXPECT_FALSE(engine.Colision_BOX(D3DVECTOR{94.5f, 10, 50}, room, MUR_EST));
+    for (float x : {95.0f, 94.5f}) {
+        EXPECT_EQ(engine.Colision_BOX(D3DVECTOR{x, 10, 50}, room, MUR_EST), x == 95) << x;
+        EXPECT_EQ(engine.Colision_BOX(D3DVECTOR{x, 10, 50}, room, MUR_EST, IN_BLOX, Variant::missing()), x == 95) << x;
+    }
     EXPECT_TRUE(engine.Colision_BOX(D3DVECTOR{98, 10, 50}, room, MUR_EST, IN_BLOX, Variant("2")));
     EXPECT_EQ(error_of([&] { engine.Colision_BOX(D3DVECTOR{}, room, MUR_EST, IN_BLOX, Variant("wall")); }),
               err::TypeMismatch);

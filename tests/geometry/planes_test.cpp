@@ -158,6 +158,8 @@ TEST_F(Planes, RenderOperationsSendTheirStripsAndStopAtTheFirstMissingStart) {
     SafeArray<D3DLVERTEX> none, short_cube(0, 20);   // starts 0, 8, 16 exist; 24 does not
     SafeArray<D3DVERTEX> never;
     EXPECT_EQ(error_of([&] { engine.Render_surf(none); }), err::SubscriptOutOfRange);
+    SafeArray<D3DLVERTEX> empty(0, -1);                    // dimensioned, no element 0
+    EXPECT_EQ(error_of([&] { engine.Render_surf(empty, 0); }), err::SubscriptOutOfRange);
     EXPECT_EQ(error_of([&] { engine.RenderPlane_SURF(never); }), err::SubscriptOutOfRange);
     EXPECT_TRUE(device_calls().empty());
     EXPECT_EQ(error_of([&] { engine.Render_AUXcube(short_cube); }), err::SubscriptOutOfRange);

@@ -131,7 +131,8 @@ TEST_F(Altitude, DetectCollisionLeavesTheDirectionInTheCallersDest) {
 TEST_F(Altitude, NothingAnswersBeforeLoadTerrain) {
     cTarko_landScape fresh;
     fresh.INITIALIZE(engine);
-    test::expect_floats({fresh.Get_Altitude_EX(at(32, 33)), fresh.Get_Altitude_U(at(32, 33))}, {0, 0});
+    test::expect_floats({fresh.Get_Altitude_EX(at(32, 33)), fresh.Get_Altitude_U(at(32, 33)), fresh.Get_Angle_V(at(32, 33))},
+                        {0, 0, 0});
     D3DVECTOR o{32, 20, 33}, d{32, 0, 33};
     EXPECT_FALSE(fresh.DetectCollision(o, d));
     EXPECT_EQ(d.y, 0);   // Dest left alone
