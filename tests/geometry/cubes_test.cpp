@@ -35,6 +35,27 @@ protected:
         tex->unlock(RECT{});
         return tex;
     }
+    // Edge-2 cube turned by `yaw` degrees, eye at z = -5 on the origin, one
+    // directional light, a texture of one colour; white material without
+    // ambient: a face shows texture x (N.L).
+    void draw_lit_cube(const D3DVECTOR& light, std::uint32_t rgb, double yaw) {
+        open(160, 120);
+        engine.device_CLEAR_COLOR = 0x000040;
+        engine.SET_camera_DirectioN(D3DVECTOR{0, 0, -5}, D3DVECTOR{0, 0, 0});
+        engine.USE_default_RENDERSTATE();
+        engine.SetMaterial(D3DCOLORVALUE{1, 1, 1, 1}, D3DCOLORVALUE{0, 0, 0, 0});
+        engine.ADD_light(D3DLIGHT_DIRECTIONAL, D3DVECTOR{0, 0, 0}, D3DCOLORVALUE{0, 0, 0, 0}, D3DCOLORVALUE{1, 1, 1, 1}, 0,
+                         light);
+        engine.CreateCube(cube, 2);
+        engine.D3D_DEV->setTexture(0, plain(rgb));
+        engine.Clear_3D();
+        engine.D3D_DEV->beginScene();
+        engine.OBJECT_rotate(Variant(0.0), Variant(yaw), Variant(0.0));
+        engine.RenderCUBE(cube);
+        engine.CLearMATRIX();
+        engine.D3D_DEV->endScene();
+        engine.FLIPP(hwnd);
+    }
     std::uint32_t at(int x, int y) const { return window->frame().at(x, y) & 0xFFFFFFu; }
 
     SafeArray<D3DVERTEX> cube;
@@ -69,25 +90,21 @@ TEST_F(Cubes, RenderCubeDrawsSixStripsOfFourAndStopsAtTheFirstMissingStart) {
 
 TEST_F(Cubes, LitTexturedCubeFillsTheMiddleAndLeavesTheCorners) {
     // Edge 2 at the origin, eye at z = -5: the -z face at depth 4 spans
-    // columns 80 -+ 80 s / 4 = 31.8..128.2 and rows 23.8..96.2. White
-    // material without ambient, light along +z: that face meets it head on,
-    // N.L = 1, so it shows the texture's yellow.
-    open(160, 120);
-    engine.device_CLEAR_COLOR = 0x000040;
-    engine.SET_camera_DirectioN(D3DVECTOR{0, 0, -5}, D3DVECTOR{0, 0, 0});
-    engine.USE_default_RENDERSTATE();
-    engine.SetMaterial(D3DCOLORVALUE{1, 1, 1, 1}, D3DCOLORVALUE{0, 0, 0, 0});
-    engine.ADD_light(D3DLIGHT_DIRECTIONAL, D3DVECTOR{0, 0, 0}, D3DCOLORVALUE{0, 0, 0, 0}, D3DCOLORVALUE{1, 1, 1, 1}, 0,
-                     D3DVECTOR{0, 0, 1});
-    engine.CreateCube(cube, 2);
-    engine.D3D_DEV->setTexture(0, plain(0xFFFF00));
-    engine.Clear_3D();
-    engine.D3D_DEV->beginScene();
-    engine.RenderCUBE(cube);
-    engine.D3D_DEV->endScene();
-    engine.FLIPP(hwnd);
-
+    // columns 80 -+ 80 s / 4 = 31.8..128.2 and rows 23.8..96.2. Light along
+    // +z meets that face head on: N.L = 1, so it shows the texture's yellow.
+    draw_lit_cube(D3DVECTOR{0, 0, 1}, 0xFFFF00, 0);
     for (auto [x, y] : {std::pair{80, 60}, {34, 26}, {126, 94}}) EXPECT_EQ(at(x, y), 0xFFFF00u) << x << ", " << y;
     for (auto [x, y] : {std::pair{0, 0}, {29, 60}, {131, 60}, {80, 21}, {80, 99}})
         EXPECT_EQ(at(x, y), 0x000040u) << x << ", " << y;
+}
+
+TEST_F(Cubes, TheLitSideIsBrighterThanTheUnlitSide) {
+    // Turned 45 degrees about y, the cube shows two faces meeting at column
+    // 80, with world normals (-0.707, 0, -0.707) on the left and (0.707, 0,
+    // -0.707) on the right. Light travelling +x: N.L = 0.707 on the left, so
+    // 255 x 0.7071 = 180.3; the right face faces away and, with no ambient
+    // term, is black. Column 60 meets the left face at depth 4.0, x = -0.41.
+    draw_lit_cube(D3DVECTOR{1, 0, 0}, 0xFFFFFF, 45);
+    EXPECT_NEAR(static_cast<int>(at(60, 60) >> 16), 180, 3);
+    EXPECT_EQ(at(100, 60), 0u);
 }
