@@ -6,12 +6,14 @@
 
 #include <cmath>
 #include <cstring>
+#include <vector>
 
 #include "runtime/errors.h"
 #include "support/test_support.h"
 
 namespace {
 
+using tarko::Long;
 using tarko::SafeArray;
 using tarko::geometry::textured_cube;
 using tarko::geometry::write_textured_cube;
@@ -45,9 +47,7 @@ TEST(Cube, EachFaceLiesOutwardRunsClockwiseAndShowsItsTextureUpright) {
         const D3DVERTEX* v = &cube[static_cast<std::size_t>(4 * f)];
         const float half = std::fabs(n.x) * 1 + std::fabs(n.y) * 2 + std::fabs(n.z) * 3;
         for (int k = 0; k < 4; ++k) {
-            EXPECT_EQ(v[k].nx, n.x);
-            EXPECT_EQ(v[k].ny, n.y);
-            EXPECT_EQ(v[k].nz, n.z);
+            EXPECT_EQ((std::vector<float>{v[k].nx, v[k].ny, v[k].nz}), (std::vector<float>{n.x, n.y, n.z}));
             EXPECT_FLOAT_EQ(dot(pos(v[k]), n), half);  // the plane lies at +half along the normal
             EXPECT_EQ(v[k].tu, dot(pos(v[k]), kFaces[f].u_dir) > 0 ? 3.0f : 0.0f) << k;
             EXPECT_EQ(v[k].tv, dot(pos(v[k]), kFaces[f].v_dir) > 0 ? 2.0f : 0.0f) << k;
@@ -67,24 +67,21 @@ TEST(CubeArray, BoundsAreFixedUpOrRefused) {
     SafeArray<D3DVERTEX> never, longer(0, 99);
     for (SafeArray<D3DVERTEX>* a : {&never, &longer}) {
         write_textured_cube(*a, {1, 1, 1}, 1, 1);
-        EXPECT_EQ(a->LBound(), 0);
-        EXPECT_EQ(a->UBound(), 23);
+        EXPECT_EQ((std::vector<Long>{a->LBound(), a->UBound()}), (std::vector<Long>{0, 23}));
         EXPECT_EQ(std::memcmp(a->data(), expected.data(), sizeof expected), 0);
     }
     // A negative lower bound is kept with the elements below zero.
     SafeArray<D3DVERTEX> neg(-2, 5);
     neg(-2).x = 42;
     write_textured_cube(neg, {1, 1, 1}, 1, 1);
-    EXPECT_EQ(neg.LBound(), -2);
-    EXPECT_EQ(neg.UBound(), 23);
-    EXPECT_EQ(neg(-2).x, 42.0f);
-    EXPECT_EQ(neg(0).x, -1.0f);  // element 0 is the cube's first vertex, not storage slot 0
+    EXPECT_EQ((std::vector<Long>{neg.LBound(), neg.UBound()}), (std::vector<Long>{-2, 23}));
+    // Element 0 is the cube's first vertex, not storage slot 0.
+    EXPECT_EQ((std::vector<float>{neg(-2).x, neg(0).x}), (std::vector<float>{42, -1}));
     // A lower bound above zero raises 9 and leaves the array as it was.
     SafeArray<D3DVERTEX> a(1, 5);
     a(1).x = 42;
     EXPECT_EQ(error_of([&] { write_textured_cube(a, {1, 1, 1}, 1, 1); }), tarko::err::SubscriptOutOfRange);
-    EXPECT_EQ(a.LBound(), 1);
-    EXPECT_EQ(a.UBound(), 5);
+    EXPECT_EQ((std::vector<Long>{a.LBound(), a.UBound()}), (std::vector<Long>{1, 5}));
     EXPECT_EQ(a(1).x, 42.0f);
 }
 
