@@ -31,6 +31,10 @@ TEST(Transforms, MovePointsAsWorkedOutByHand) {
         {"s then t", multiply(s, t), {1, 0, 0}, {3, 0, 0}},  // (2,0,0) + (1,0,0)
         {"t then s", multiply(t, s), {1, 0, 0}, {4, 0, 0}},  // (2,0,0) * 2
         {"SRM unscaled move", scale_rotate_move({2, 2, 2}, {}, {1, 0, 0}, kEngineDegreeFactor, scratch), {1, 0, 0}, {3, 0, 0}},
+        // Scale, then turn, then move: (2,0,0), Z's row 1 (0,-2,0), + (3,0,0). Turned before the scale it
+        // would be (0,-1,0); moved before the turn, (0,-5,0).
+        {"SRM order", scale_rotate_move({2, 1, 1}, {0, 0, 90}, {3, 0, 0}, kEngineDegreeFactor, scratch), {1, 0, 0},
+         {3, -2, 0}},
         {"create", matrix_create({}, {2, 3, 4}, {5, 6, 7}), {1, 1, 1}, {7, 9, 11}},
     };
     for (const auto& r : rows) {
