@@ -12,6 +12,7 @@
 #include "images/image_files.h"
 #include "images/resample.h"
 #include "support/engine_test_support.h"
+#include "platform/base/dx_math.h"
 #include "platform/constants.h"
 #include "platform/image/jpeg_writer.h"
 #include "platform/image/picture_loader.h"
@@ -359,15 +360,8 @@ TEST_F(Textures, WhiteKeyedTexelsLetTheClearedBackgroundShowThrough) {
     engine.D3D_DEV->setTexture(0, engine.CreateTexture_ALPHA(name, D3DTEXTR_TRANSPARENTWHITE, 0, 0));
     D3DTLVERTEX quad[4];
     const float xs[4] = {0, 64, 0, 64}, ys[4] = {0, 0, 48, 48};
-    for (int i = 0; i < 4; ++i) {  // white diffuse: modulation keeps the texel
-        quad[i].sx = xs[i];
-        quad[i].sy = ys[i];
-        quad[i].sz = 0.5f;
-        quad[i].rhw = 1.0f;
-        quad[i].color = -1;
-        quad[i].tu = xs[i] / 64.0f;
-        quad[i].tv = ys[i] / 48.0f;
-    }
+    for (int i = 0; i < 4; ++i)  // white diffuse: modulation keeps the texel
+        dxmath::createD3DTLVertex(xs[i], ys[i], 0.5f, 1.0f, -1, 0, xs[i] / 64.0f, ys[i] / 48.0f, quad[i]);
     engine.D3D_DEV->drawPrimitive(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX, std::span<D3DTLVERTEX>(quad), 4,
                                   dx::D3DDP_WAIT);
     engine.D3D_DEV->endScene();
