@@ -65,7 +65,6 @@ TEST_F(SoundTest, PositionsAreDividedByTheUnitFactorAndReadBack) {
     snd_.Set_ListenerPosition({100, 0, 50});
     // 100/50 = 2, 50/50 = 1; applied at once (DS3D_IMMEDIATE = 0)
     EXPECT_TRUE(traced("DirectSound3DListener.setPosition 2, 0, 1, 0"));
-    EXPECT_EQ(audio_->last_listener().position, (snd::Vec3{2, 0, -1}));  // z flips for OpenAL
     EXPECT_EQ(snd_.Get_ListenerPosition().x, 100.0f);  // read back times 50
 
     cTarko_Sound four, zero;
