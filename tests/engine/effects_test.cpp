@@ -7,11 +7,9 @@ using namespace tarko;
 using tarko::test::Calls;
 using tarko::test::EngineFixture;
 
-namespace {
 // After a reseed from the tests' fixed clock the generator gives, in order:
 // 0.387010813, 0.265462339, 0.116618991, 0.291115344, 0.0212273598,
 // 0.757588089, 0.70591557, 0.576204121, 0.25702548, 0.0270003676, 0.217258811.
-}  // namespace
 
 class Effects : public EngineFixture {
 protected:

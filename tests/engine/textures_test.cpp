@@ -98,7 +98,6 @@ protected:
         test::scratch_dir(std::string("textures-") + ::testing::UnitTest::GetInstance()->current_test_info()->name());
 };
 
-// ---- internals: the format tests, the walk, names, bump offsets
 
 TEST(TextureFormatTest, EachCreatorsTest) {
     struct Row {
@@ -157,7 +156,6 @@ TEST(TextureBump, OffsetsFollowTheWaves) {
     EXPECT_EQ(error_of([] { tx::bump_offset(1, 1, 4, 0); }), err::DivisionByZero);
 }
 
-// ---- CreateTexture
 
 TEST_F(Textures, CreateTextureSizes) {
     open();
@@ -202,7 +200,6 @@ TEST_F(Textures, ZeroAndNegativeSizesAreRefused) {
     EXPECT_FALSE(engine.LoadSimpleTexture("", -1, -1));
 }
 
-// ---- CreateTexture_ALPHA
 
 TEST_F(Textures, AlphaTexturesTakeA16BitFormatWithOrWithoutAlpha) {
     open();
@@ -234,7 +231,6 @@ TEST_F(Textures, ColourKeysWorkOnTheFiveBitChannels) {
     EXPECT_EQ(raw_pixels(*t), (Pixels{0x0000, 0x0000, 0x8400, 0xFFFF}));
 }
 
-// ---- CreateTexture_BUMPmap
 
 TEST_F(Textures, BumpMapHasTheDuDvFormat) {
     open();
@@ -251,7 +247,6 @@ TEST_F(Textures, BumpMapHasTheDuDvFormat) {
     EXPECT_EQ(error_of([&] { engine.CreateTexture_BUMPmap(bmp, 0, 0); }), err::DivisionByZero);
 }
 
-// ---- LoadSimpleTexture and KreateSurfaceFromFile
 
 TEST_F(Textures, SimpleTextureStretchesAJpegToTheAskedSize) {
     open();
@@ -276,7 +271,6 @@ TEST_F(Textures, SimpleAndSurfaceLoadersGiveNothingSilentlyOnAnyFailure) {
     EXPECT_TRUE(services.messages().empty());
 }
 
-// ---- CreateTextureEX
 
 TEST_F(Textures, TextureExCopiesEachPictureTypeExactlyAtTheGivenSize) {
     open();
@@ -346,7 +340,6 @@ TEST_F(Textures, TextureExResamplesOnlyWhenTheSizeDiffers) {
     EXPECT_EQ(error_of([&] { engine.CreateTextureEX(file("zero.bmp", bmp), 0, 3); }), platform::DDERR_INVALIDPARAMS);
 }
 
-// ---- a frame
 
 TEST_F(Textures, WhiteKeyedTexelsLetTheClearedBackgroundShowThrough) {
     open(64, 48);
