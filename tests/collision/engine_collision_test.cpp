@@ -20,7 +20,7 @@ template <class Vertex = D3DVERTEX>
 SafeArray<Vertex> points(std::initializer_list<D3DVECTOR> list, Long lower = 0) {
     SafeArray<Vertex> v(lower, lower + static_cast<Long>(list.size()) - 1);
     Long i = lower;
-    for (const D3DVECTOR& p : list) v(i).x = p.x, v(i).y = p.y, v(i).z = p.z, ++i;
+    for (const D3DVECTOR& p : list) v(i++) = Vertex{p.x, p.y, p.z};
     return v;
 }
 

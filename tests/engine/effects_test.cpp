@@ -59,7 +59,11 @@ TEST_F(Effects, FlashingDrawsOneScreenStripUnderAnAdditiveBlend) {
 TEST_F(Effects, FadeAddsBlackAndLeavesTheFrameAsItWas) {
     const auto before = frame_after(0x336699, [] {});
     EXPECT_EQ(frame_after(0x336699, [&] { engine.FaDE_IN(); }), before);
-    const auto calls_of = [&](bool on) { platform::trace().clear(); engine.FaDE_IN(on); return device_calls(); };
+    const auto calls_of = [&](bool on) {
+        platform::trace().clear();
+        engine.FaDE_IN(on);
+        return device_calls();
+    };
     const Calls on = calls_of(true);
     EXPECT_EQ(calls_of(false), on);
     ASSERT_FALSE(on.empty());
