@@ -1,6 +1,7 @@
 // Texture creators: sizes, the format walk over the device's list, placement,
 // colour keys, bump maps, the picture roads of CreateTextureEX, each
 // creator's error policy, and a colour-keyed texture drawn on a frame.
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -98,7 +99,6 @@ protected:
         test::scratch_dir(std::string("textures-") + ::testing::UnitTest::GetInstance()->current_test_info()->name());
 };
 
-
 TEST(TextureFormatTest, EachCreatorsTest) {
     struct Row {
         DDPIXELFORMAT format;
@@ -156,7 +156,6 @@ TEST(TextureBump, OffsetsFollowTheWaves) {
     EXPECT_EQ(error_of([] { tx::bump_offset(1, 1, 4, 0); }), err::DivisionByZero);
 }
 
-
 TEST_F(Textures, CreateTextureSizes) {
     open();
     auto t = engine.CreateTexture("");
@@ -200,7 +199,6 @@ TEST_F(Textures, ZeroAndNegativeSizesAreRefused) {
     EXPECT_FALSE(engine.LoadSimpleTexture("", -1, -1));
 }
 
-
 TEST_F(Textures, AlphaTexturesTakeA16BitFormatWithOrWithoutAlpha) {
     open();
     EXPECT_EQ(engine.CreateTexture_ALPHA("", D3DTEXTR_DEFAULT, 8, 4)->format(), PixelFormat::r5g6b5());
@@ -231,7 +229,6 @@ TEST_F(Textures, ColourKeysWorkOnTheFiveBitChannels) {
     EXPECT_EQ(raw_pixels(*t), (Pixels{0x0000, 0x0000, 0x8400, 0xFFFF}));
 }
 
-
 TEST_F(Textures, BumpMapHasTheDuDvFormat) {
     open();
     auto t = engine.CreateTexture_BUMPmap("", 32, 16);
@@ -246,7 +243,6 @@ TEST_F(Textures, BumpMapHasTheDuDvFormat) {
     const auto bmp = file("bump.bmp", bmp24(6, 3, Pixels(18, kWhite)));
     EXPECT_EQ(error_of([&] { engine.CreateTexture_BUMPmap(bmp, 0, 0); }), err::DivisionByZero);
 }
-
 
 TEST_F(Textures, SimpleTextureStretchesAJpegToTheAskedSize) {
     open();
@@ -270,7 +266,6 @@ TEST_F(Textures, SimpleAndSurfaceLoadersGiveNothingSilentlyOnAnyFailure) {
     }
     EXPECT_TRUE(services.messages().empty());
 }
-
 
 TEST_F(Textures, TextureExCopiesEachPictureTypeExactlyAtTheGivenSize) {
     open();
@@ -339,7 +334,6 @@ TEST_F(Textures, TextureExResamplesOnlyWhenTheSizeDiffers) {
     // a size no surface takes fails where the surface is made
     EXPECT_EQ(error_of([&] { engine.CreateTextureEX(file("zero.bmp", bmp), 0, 3); }), platform::DDERR_INVALIDPARAMS);
 }
-
 
 TEST_F(Textures, WhiteKeyedTexelsLetTheClearedBackgroundShowThrough) {
     open(64, 48);
