@@ -17,7 +17,9 @@ using tarko::SafeArray;
 using tarko::test::error_of;
 
 void expect_vec(const D3DVECTOR& v, const D3DVECTOR& want, float tol = 1e-6f) {
-    EXPECT_NEAR(v.x, want.x, tol); EXPECT_NEAR(v.y, want.y, tol); EXPECT_NEAR(v.z, want.z, tol);
+    EXPECT_NEAR(v.x, want.x, tol);
+    EXPECT_NEAR(v.y, want.y, tol);
+    EXPECT_NEAR(v.z, want.z, tol);
 }
 
 SafeArray<D3DVERTEX> vertices(std::initializer_list<D3DVECTOR> points, tarko::Long lower = 0) {
@@ -58,36 +60,38 @@ TEST_F(Collision, SegmentsAgainstATriangle) {
     EXPECT_FALSE(col.GetPoint_FacetCollision({1, 1, 0}, {0, 0, 0}, a, b, c).to_bool());
 }
 
-TEST_F(Collision, RayGrazingAnEdgeIsAHitAndJustOutsideIsNot) {
-    // orig (0.5, 0, -1), dir +z: edge1 = x, edge2 = y, pvec = dir x edge2 = (-1,0,0),
-    // det = -1; tvec = (0.5,0,-1): U = 0.5; qvec = tvec x edge1 = (0,-1,0): V = 0;
-    // T = edge2 . qvec / det = 1.
-    D3DVECTOR dir{0, 0, 1};
-    EXPECT_EQ(col.RayCollision({0.5f, 0, -1}, dir, v0, v1, v2, T, U, V), 1);
-    EXPECT_DOUBLE_EQ(U, 0.5); EXPECT_DOUBLE_EQ(V, 0.0); EXPECT_DOUBLE_EQ(T, 1.0);
-    // Along the hypotenuse U + V = 1 exactly: still a hit.
-    EXPECT_EQ(col.RayCollision({0.5f, 0.5f, -1}, dir, v0, v1, v2, T, U, V), 1);
-    EXPECT_DOUBLE_EQ(U + V, 1.0);
-    T = -7;
-    EXPECT_EQ(col.RayCollision({0.5f, -0.001f, -1}, dir, v0, v1, v2, T, U, V), 0);
-    EXPECT_LT(V, 0); EXPECT_EQ(T, -7);  // T only on a hit
-    // A triangle behind the origin is a hit with negative T.
-    EXPECT_EQ(col.RayCollision({0.25f, 0.25f, 3}, dir, v0, v1, v2, T, U, V), 1);
-    EXPECT_DOUBLE_EQ(T, -3.0);
-    // The direction is normalised in place, so T is in unit lengths.
-    dir = {0, 0, 2};
-    EXPECT_EQ(col.RayCollision({0.25f, 0.25f, -4}, dir, v0, v1, v2, T, U, V), 1);
-    expect_vec(dir, {0, 0, 1}, 0); EXPECT_DOUBLE_EQ(T, 4.0);
-}
-
-TEST_F(Collision, ZeroDirectionAndDegenerateTrianglesMissTheRay) {
-    D3DVECTOR dir{0, 0, 0};
-    EXPECT_EQ(col.RayCollision({0.25f, 0.25f, -1}, dir, v0, v1, v2, T, U, V), 0);
-    expect_vec(dir, {0, 0, 0}, 0); EXPECT_EQ(U, -7);  // det 0: nothing written
-    dir = {0, 0, 1};
+TEST_F(Collision, RayAgainstTheUnitTriangle) {
+    // T is written on a hit only, U and V as soon as they are known; NaN: not checked.
+    const double kKept = -7, kAny = NAN;
+    const struct { D3DVECTOR orig, dir; bool hit; double t, t_tol, u, v; } rows[] = {
+        // dir +z: edge1 = x, edge2 = y, pvec = dir x edge2 = (-1,0,0), det = -1; tvec = (0.5,0,-1):
+        // U = 0.5; qvec = tvec x edge1 = (0,-1,0): V = 0; T = edge2 . qvec / det = 1.
+        {{0.5f, 0, -1}, {0, 0, 1}, true, 1, 0, 0.5, 0},
+        {{0.5f, 0.5f, -1}, {0, 0, 1}, true, 1, 0, 0.5, 0.5},             // U + V = 1 exactly: a hit
+        {{0.5f, -0.001f, -1}, {0, 0, 1}, false, kKept, 0, 0.5, -0.001},  // V just below 0
+        {{0.25f, 0.8f, -2}, {0, 0, 1}, false, kKept, 0, 0.25, 0.8},      // U + V > 1
+        {{2, 0.25f, -2}, {0, 0, 1}, false, kKept, 0, 2, kKept},          // U > 1: V not reached
+        {{0.25f, 0.25f, 3}, {0, 0, 1}, true, -3, 0, 0.25, 0.25},         // behind the origin: T < 0
+        // det = -dz: 5e-5 is within the tolerance 1e-4, 2e-4 is not (T = 2 / 2e-4).
+        {{0.25f, 0.25f, -2}, {0, 0, 0.00005f}, false, kKept, 0, kKept, kKept},
+        {{0.25f, 0.25f, -2}, {0, 0, 0.0002f}, true, 10000, 1e-3, 0.25, 0.25},
+        {{0.25f, 0.25f, -1}, {0, 0, 0}, false, kKept, 0, kKept, kKept},
+        {{0.25f, 0.25f, -1}, {std::nanf(""), 0, 1}, false, kKept, 0, kAny, kAny},  // NaN never hits
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(testing::Message() << r.orig.x << ", " << r.orig.y << ", " << r.orig.z << " dz " << r.dir.z);
+        T = U = V = kKept;
+        EXPECT_EQ(tarko::collision::ray_triangle(r.orig, r.dir, v0, v1, v2, T, U, V), r.hit);
+        EXPECT_NEAR(T, r.t, r.t_tol);
+        if (!std::isnan(r.u)) {
+            EXPECT_NEAR(U, r.u, 1e-7);
+        }
+        if (!std::isnan(r.v)) {
+            EXPECT_NEAR(V, r.v, 1e-7);
+        }
+    }
+    D3DVECTOR dir{0, 0, 1};  // degenerate triangle
     EXPECT_EQ(col.RayCollision({0.25f, 0.25f, -1}, dir, v0, v1, {2, 0, 0}, T, U, V), 0);
-    dir = {std::nanf(""), 0, 1};  // NaN input never counts as a hit
-    EXPECT_EQ(col.RayCollision({0.25f, 0.25f, -1}, dir, v0, v1, v2, T, U, V), 0);
 }
 
 TEST_F(Collision, PointsOnTheBoxBoundaryAreOutsideButOnTheSphereInside) {
@@ -110,7 +114,8 @@ TEST_F(Collision, BoxesAreCopiedUnsortedAndBoundedFromTheFirstVertex) {
     EXPECT_TRUE(col.Create_BOX({5, 5, 5}, {1, 1, 1}, box).is_empty());
     EXPECT_EQ(box.min.x, 5.0f);  // minimum corner first, as given
     col.OBJECT_getBoundingBOX(vertices({{1, 1, 1}, {-1, 2, 0}, {0, 0, 3}}), box);
-    expect_vec(box.min, {-1, 0, 0}, 0); expect_vec(box.max, {1, 2, 3}, 0);
+    expect_vec(box.min, {-1, 0, 0}, 0);
+    expect_vec(box.max, {1, 2, 3}, 0);
     SafeArray<D3DVERTEX> empty(0, -1);
     EXPECT_EQ(error_of([&] { col.OBJECT_getBoundingBOX(empty, box); }), tarko::err::SubscriptOutOfRange);
     expect_vec(box.max, {1, 2, 3}, 0);

@@ -35,7 +35,6 @@ std::vector<std::string> last_console(const std::vector<std::string>& trace) {
 class Startup : public EngineFixture {};
 
 TEST_F(Startup, WindowedOpensInTheOrderOfTheDrawInputAndDeviceObjects) {
-    EXPECT_FLOAT_EQ(engine.PIFactor, 0.017453292f);  // pi / 180 as a Single
     EXPECT_FALSE(engine.Initialize_Windowed(open_window(300, 200)));  // no path sets the result
     EXPECT_EQ(engine.wType, Windowed);
     ASSERT_TRUE(engine.D3D_DEV);

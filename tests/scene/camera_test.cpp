@@ -79,7 +79,6 @@ TEST_F(Camera, TurnsScaleWithTheFrameTimeAndWalksDoNot) {
     frame(200);  // NBFrame 201
     engine.Camera_Move_Foward(Variant(5.0));
     EXPECT_EQ(engine.GET_CameraEYE().x, 5.0f);
-    EXPECT_EQ(engine.GET_CameraEYE().z, 0.0f);
     // Heading 90 degrees is 90 K = 1.5699382 rad, not a right angle: x moves
     // back by 2 cos(1.5699382) = 0.00171621 and z by 2 sin = 1.99999926.
     engine.SET_camera_DEGRE(Variant(90.0));
@@ -134,7 +133,6 @@ TEST_F(Camera, JumpRisesToThePeakAndLandsOnTheTakeOffHeight) {
     EXPECT_EQ(heights[0], 18.0f);
     EXPECT_EQ(heights[24], 210.0f);
     EXPECT_EQ(heights[25], 202.0f);
-    EXPECT_EQ(heights[48], 18.0f);
     EXPECT_EQ(heights[49], 10.0f);
     for (std::size_t i = 50; i < heights.size(); ++i) EXPECT_EQ(heights[i], 10.0f) << i;
     // Landed: FLIPP no longer updates the camera.
