@@ -6,15 +6,15 @@
 #include <fstream>
 #include <string>
 
-#include "support/engine_test_support.h"
 #include "models/3ds/cTarko_3DSfile.h"
+#include "models/3ds/threeds_writer.h"
 #include "platform/constants.h"
 #include "platform/profile.h"
-#include "threeds_writer.h"
+#include "support/engine_test_support.h"
 #include "tools/tarko-view/view_3ds.h"
 
 using namespace tarko;
-using namespace tarko::test::threeds;
+using namespace tarko::threeds;
 using tarko::test::Calls;
 using tarko::test::EngineFixture;
 

@@ -6,14 +6,14 @@
 #include <fstream>
 #include <limits>
 
-#include "md2_writer.h"
 #include "models/md2/md2.h"
+#include "models/md2/md2_writer.h"
 #include "support/test_support.h"
 
 namespace {
 
 using namespace tarko;
-using namespace tarko::test::md2;
+using namespace tarko::md2;
 
 // triangle_model of 3 frames: skins at 68 (one of 64 bytes), texture coordinates at
 // 132 (3 x 4), the triangle at 144 (12), frames at 156 (3 x 52), the GL commands'

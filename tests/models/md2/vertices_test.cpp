@@ -6,15 +6,15 @@
 #include <cstring>
 #include <limits>
 
-#include "md2_writer.h"
 #include "models/md2/md2.h"
+#include "models/md2/md2_writer.h"
 #include "runtime/errors.h"
 #include "support/test_support.h"
 
 namespace {
 
 using namespace tarko;
-using namespace tarko::test::md2;
+using namespace tarko::md2;
 using BuildFn = void (*)(const md2::Md2Data&, const md2::Blend&, std::int32_t, std::vector<D3DLVERTEX>&);
 
 md2::Md2Data load(const Model& m) {

@@ -6,12 +6,12 @@
 #include <tuple>
 
 #include "actor_fixture.h"
-#include "mdl_writer.h"
 #include "mesh/mesh.h"
+#include "models/mdl/mdl_writer.h"
 #include "platform/constants.h"
 
 using namespace tarko;
-using namespace tarko::test::mdl;
+using namespace tarko::mdl;
 using tarko::test::Calls;
 
 namespace {

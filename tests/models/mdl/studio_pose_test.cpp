@@ -5,11 +5,11 @@
 #include <cmath>
 #include <limits>
 
-#include "mdl_writer.h"
+#include "models/mdl/mdl_writer.h"
 #include "models/mdl/studio_pose.h"
 
 using namespace tarko;
-using namespace tarko::test::mdl;
+using namespace tarko::mdl;
 using tarko::mdl::StudioModel;
 using tarko::mdl::StudioPlay;
 

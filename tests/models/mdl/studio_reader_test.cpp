@@ -7,11 +7,11 @@
 #include <fstream>
 #include <map>
 
-#include "mdl_writer.h"
+#include "models/mdl/mdl_writer.h"
 #include "models/mdl/studio_file.h"
 
 using namespace tarko;
-using namespace tarko::test::mdl;
+using namespace tarko::mdl;
 using tarko::mdl::StudioModel;
 
 namespace {
@@ -348,7 +348,7 @@ TEST(StudioDamage, RunsWithoutTrianglesCannotMultiplyTheWork) {
     // (1,000 bytes): 300,000 runs, while the file (about 62,000 bytes) can hold
     // 62,000 / 8 = 7,750 points; the reads stop once those are spent.
     StudioDesc s = one_mesh({});
-    s.body_parts[0].models[0].meshes = {{0, 0, std::vector<tarko::test::mdl::Run>(100, tarko::test::mdl::Run{false, {{0}, {1}}})}};
+    s.body_parts[0].models[0].meshes = {{0, 0, std::vector<tarko::mdl::Run>(100, tarko::mdl::Run{false, {{0}, {1}}})}};
     Bytes f = write_studio(s).main;
     const auto mesh = f.begin() + static_cast<std::ptrdiff_t>(first_mesh(f));
     repeat_meshes(f, Bytes(mesh, mesh + 20), 3000);
