@@ -53,31 +53,6 @@ TEST(Md2Reader, ReadsEveryTableOfAWholeFile) {
     EXPECT_EQ((std::array{d.FirstPlayFrame, d.LastPlayFrame}), (std::array{0.0f, 2.0f}));
 }
 
-TEST(Md2Reader, DecodesEachAxisWithItsOwnScaleAndTranslateRoundedOnceFromDoubles) {
-    const struct {
-        const char* what;
-        std::array<float, 3> scale, translate;
-        std::array<std::uint8_t, 3> packed;
-        std::array<float, 3> point;
-    } rows[] = {
-        // 200 x 0.25 - 1 = 49; 7 x -2 + 100 = 86; 255 x 3 + 0.125 = 765.125 (no axis swaps places)
-        {"each axis its own", {0.25f, -2.0f, 3.0f}, {-1.0f, 100.0f, 0.125f}, {200, 7, 255}, {49.0f, 86.0f, 765.125f}},
-        // 3 x 1.1f + 0.2f: in Doubles 3.3000000715255737 + 0.20000000298023224 = 3.5000000745..., which
-        // rounds to 3.5f; in Singles 3 x 1.1f rounds to 3.3000002f first and the sum to 3.5000002f
-        {"rounded once", {1.1f, 1, 1}, {0.2f, 0, 0}, {3, 0, 0}, {3.5f, 0, 0}},
-    };
-    for (const auto& row : rows) {
-        Model m = triangle_model({"a01", "a02"});
-        m.frames[1].scale = row.scale;
-        m.frames[1].translate = row.translate;
-        m.frames[1].points[0] = row.packed;
-        md2::Md2Data d;
-        ASSERT_FALSE(read(write_md2(m), d).stopped) << row.what;
-        const D3DVECTOR p = d.Frames[1].Points[0];
-        EXPECT_EQ((std::array{p.x, p.y, p.z}), row.point) << row.what;
-    }
-}
-
 TEST(Md2Reader, EdgeScalesDecodeAsTheDoubleFormulaSays) {
     // Oracle for the two-at-a-time decode: packed x scale + translate in Doubles, rounded once.
     const float inf = std::numeric_limits<float>::infinity();
@@ -206,17 +181,6 @@ TEST(Md2Reader, EmptyTablesNeedNoOffsetsAndNoSkinSize) {
     EXPECT_FALSE(r.stopped);
     EXPECT_TRUE(r.loaded);
     EXPECT_TRUE(d.VertexIndices.empty());
-}
-
-TEST(Md2Reader, LargestFrameOf2049PointsIsRead) {
-    Model m = triangle_model({"big01", "big02"});
-    for (Frame& f : m.frames) f.points.resize(2049, {255, 255, 255});
-    md2::Md2Data d;
-    const Bytes b = write_md2(m);
-    EXPECT_EQ(b.size(), 68u + 64 + 12 + 12 + 2 * 8236 + 4);
-    ASSERT_FALSE(read(b, d).stopped);
-    EXPECT_EQ(d.Frames[1].Points.size(), 2049u);
-    EXPECT_EQ(d.Frames[1].Points[2048].y, 129.5f);  // 255 x 0.5 + 2
 }
 
 TEST(Md2Reader, SeedFilesReadToTheirEnd) {
