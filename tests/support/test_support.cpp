@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
 
 #include "runtime/byte_reader.h"
 #include "runtime/errors.h"
@@ -42,6 +43,19 @@ std::filesystem::path scratch_dir(const std::string& name) {
     std::filesystem::remove_all(dir, ec);
     std::filesystem::create_directories(dir);
     return dir;
+}
+
+std::string write_bytes(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes) {
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    return path.string();
+}
+
+void write_seed(const std::string& kind, const std::string& name, const std::vector<std::uint8_t>& bytes) {
+    const char* dir = std::getenv("TARKO_WRITE_SEEDS");
+    if (!dir) return;
+    std::filesystem::create_directories(std::filesystem::path(dir) / kind);
+    write_bytes(std::filesystem::path(dir) / kind / name, bytes);
 }
 
 }  // namespace tarko::test

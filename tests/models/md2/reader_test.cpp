@@ -1,9 +1,7 @@
 // The frame model reader: what it takes from a file, and how it refuses a damaged one.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <cstring>
-#include <fstream>
 #include <limits>
 
 #include "models/md2/md2.h"
@@ -93,9 +91,7 @@ TEST(Md2Reader, RefusesDamagedFilesWithReasonAndByte) {
         {"negative skin count", with(ok, at::SkinCount, -1), "negative skin count", at::SkinCount},
         {"skins past the end", with(ok, at::SkinCount, 5), "skin table runs past", at::SkinCount},  // 68 + 5 x 64 > 316
         {"skin table before the file", with(ok, at::SkinOffset, -4), "skin table offset outside", at::SkinOffset},
-        {"skin table after the file", with(ok, at::SkinOffset, 317), "skin table offset outside", at::SkinOffset},
         {"coordinates past the end", with(ok, at::StCount, 47), "texture coordinate table runs past", at::StCount},  // 132 + 47 x 4 = 320
-        {"coordinates far past", with(ok, at::StCount, 0x7fffffff), "texture coordinate table runs past", at::StCount},
         {"coordinates outside", with(ok, at::StOffset, 1 << 30), "texture coordinate table offset outside", at::StOffset},
         {"skin width 0", with(ok, at::SkinWidth, 0), "skin width of 0", at::SkinWidth},
         {"skin height 0", with(ok, at::SkinHeight, 0), "skin height of 0", at::SkinHeight},
@@ -196,17 +192,12 @@ TEST(Md2Reader, SeedFilesReadToTheirEnd) {
         {"odd_names.md2", write_md2(odd), 2},
         {"actor.md2", write_md2(actor(4, 6, 3)), 2},
     };
-    const char* dir = std::getenv("TARKO_WRITE_SEEDS");
     for (const auto& s : seeds) {
         md2::Md2Data d;
         const md2::ReadResult r = read(s.bytes, d);
         EXPECT_FALSE(r.stopped) << s.name;
         EXPECT_EQ(d.Animations.size(), s.animations) << s.name;
-        if (dir) {
-            std::filesystem::create_directories(std::filesystem::path(dir) / "md2");
-            std::ofstream(std::filesystem::path(dir) / "md2" / s.name, std::ios::binary)
-                .write(reinterpret_cast<const char*>(s.bytes.data()), static_cast<std::streamsize>(s.bytes.size()));
-        }
+        test::write_seed("md2", s.name, s.bytes);
     }
 }
 

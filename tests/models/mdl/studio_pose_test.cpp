@@ -98,7 +98,6 @@ TEST(StudioClock, FramesMoveWithTheTickCountCappedAt100ms) {
         {1.0f, 5000, 1, 2.0f},   // a long stall loses the time
         {8.7f, 1050, 1, 0.2f},   // 9.2 > 9: minus 9 once
         {8.5f, 1050, 1, 9.0f},   // exactly frame count - 1 stays
-        {1.0f, 1050, 0, 1.0f},   // no speed, no move
         {1.0f, 1020, 2.5f, 1.5f},  // 20 x 10 / 1000 x 2.5 = 0.5
     };
     for (const Case& c : cases) {
@@ -214,7 +213,6 @@ TEST(StudioControllers, ValuesBendWithinTheirRange) {
         {0, -10, -30 * deg},
         {0, 128, (-30 * (127 / 255.0) + 30 * (128 / 255.0)) * deg},  // 0.1176 degrees
         {1, 256, 370 * deg},   // wrapping: 256 a turn from start, no end
-        {1, 64, 100 * deg},
         {2, 51, 2.0},          // translation: 0.2 of 0..10, no degrees
         {2, 255, 10.0},
         {3, 32, 32 * deg},     // mouth: 32 / 64 of 0..64

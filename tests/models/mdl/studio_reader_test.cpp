@@ -2,13 +2,11 @@
 // file, sequence group files, hit boxes, and damaged files.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <map>
 
 #include "models/mdl/mdl_writer.h"
 #include "models/mdl/studio_file.h"
+#include "support/test_support.h"
 
 using namespace tarko;
 using namespace tarko::mdl;
@@ -286,18 +284,13 @@ TEST(StudioSeeds, SeedFilesReadToTheirEnd) {
                  {"textureless.mdl", textureless, 2},
                  {"tracks.mdl", tracks, 3},
                  {"walker.mdl", walker(2, 4), 5 * 2 * 2 * 4}};
-    const char* dir = std::getenv("TARKO_WRITE_SEEDS");
     for (const auto& s : seeds) {
         const Bytes bytes = write_studio(s.desc).main;
         const StudioModel m = read(bytes);
         // the textureless one misses its companion, and only that
         EXPECT_EQ(m.skipped.size(), s.desc.textures_in_companion ? 1u : 0u) << s.name;
         EXPECT_EQ(triangles(m), s.triangles) << s.name;
-        if (dir) {
-            std::filesystem::create_directories(std::filesystem::path(dir) / "mdl");
-            std::ofstream(std::filesystem::path(dir) / "mdl" / s.name, std::ios::binary)
-                .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        }
+        test::write_seed("mdl", s.name, bytes);
     }
 }
 
