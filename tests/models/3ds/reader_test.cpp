@@ -103,12 +103,12 @@ TEST(ThreedsReader, MaterialChunksFillTheSlotsFromOne) {
     // Single percentages: power 0.25 x 10, alpha taken as given (0.4, not 0.6).
     // The floating colour chunk sets nothing; a colour under 0xA060 has no effect.
     const Bytes glass = chunk_of(0xAFFF, {chunk_of(0xA000, {str("Glass")}),
-                                       chunk_of(0xA010, {chunk_of(0x0010, {f32(1), f32(1), f32(1)})}),
-                                       rgb(0xA060, 9, 9, 9), rgb(0xA030, 0, 0, 0),
-                                       chunk_of(0xA040, {chunk_of(0x0031, {f32(0.25f)})}),
-                                       chunk_of(0xA050, {chunk_of(0x0031, {f32(0.4f)})}), chunk_of(0xA100, {u16(0)}),
-                                       chunk_of(0xA200, {chunk_of(0xA300, {str("gl\xE9.bmp")})}),
-                                       chunk_of(0xA07F, {chunk_of(0xA081)})});  // read nested up to 0xA07F
+                                          chunk_of(0xA010, {chunk_of(0x0010, {f32(1), f32(1), f32(1)})}),
+                                          rgb(0xA060, 9, 9, 9), rgb(0xA030, 0, 0, 0),
+                                          chunk_of(0xA040, {chunk_of(0x0031, {f32(0.25f)})}),
+                                          chunk_of(0xA050, {chunk_of(0x0031, {f32(0.4f)})}), chunk_of(0xA100, {u16(0)}),
+                                          chunk_of(0xA200, {chunk_of(0xA300, {str("gl\xE9.bmp")})}),
+                                          chunk_of(0xA07F, {chunk_of(0xA081)})});  // read nested up to 0xA07F
     const Model m = read(file({red, glass}));
     const auto& t = m.Materials;
     ASSERT_EQ(t.MaterialCount, 3);  // the map name takes a slot of its own
@@ -178,8 +178,8 @@ TEST(ThreedsReader, RealExportersFilesLoad) {
     padded[2] = static_cast<std::uint8_t>(padded[2] + 3);
     const Bytes smoothing = chunk_of(0x4150, {u32(1)});
     const Bytes mesh = chunk_of(0x4000, {str("odd"), chunk_of(0x4100, {padded, chunk_of(0x4140, {u16(3), Bytes(24, 0)}),
-                                                                 chunk_of(0x4160, {Bytes(48, 0)}),
-                                                                 face_list({{0, 1, 2, 7}}, smoothing)})});
+                                                                       chunk_of(0x4160, {Bytes(48, 0)}),
+                                                                       face_list({{0, 1, 2, 7}}, smoothing)})});
     Bytes bytes = file({material("Mat", {}, {}), chunk_of(0x1234, {Bytes(50, 0x41)}), mesh,
                         chunk_of(0xB000, {chunk_of(0xB00A, {str("kf"), Bytes(5, 0)})})});
     bytes[2] = 0x10;  // main chunk length 16: read flat, it does not matter
