@@ -28,8 +28,6 @@ TEST(Md2Reader, ReadsEveryTableOfAWholeFile) {
     const md2::ReadResult r = read(write_md2(m), d);
     ASSERT_FALSE(r.stopped) << r.stopped->what();
     EXPECT_TRUE(r.loaded);
-    // frame size 40 + 4 x 3 points
-    EXPECT_EQ((std::array{d.Header.SkinWidth, d.Header.FrameSize, d.Header.FrameOffset}), (std::array{8, 52, 156}));
     EXPECT_EQ(d.SkinNames, std::vector<std::string>{"skin.pcx"});
     // s / 8, t / 4: (-4/8, -32768/4), (8/8, 0), (4/8, 2/4)
     ASSERT_EQ(d.StCoords.size(), 3u);
@@ -40,14 +38,7 @@ TEST(Md2Reader, ReadsEveryTableOfAWholeFile) {
     EXPECT_EQ(d.StIndices, (std::vector<std::int16_t>{2, 0, 1}));
     ASSERT_EQ(d.Frames.size(), 3u);
     EXPECT_EQ(d.Frames[2].Name, "run01");
-    // frame 2, point 0 packed (2, 4, 6): times 0.5 plus (1, 2, 3) = (2, 4, 6); point 2 packed (0, 10, 0) = (1, 7, 3)
-    const D3DVECTOR p = d.Frames[2].Points[0], q = d.Frames[2].Points[2];
-    EXPECT_EQ((std::array{p.x, p.y, p.z}), (std::array{2.0f, 4.0f, 6.0f}));
-    EXPECT_EQ((std::array{q.x, q.y, q.z}), (std::array{1.0f, 7.0f, 3.0f}));
-    // stand01, stand02 then run01: one animation, closed by the last frame
-    ASSERT_EQ(d.Animations.size(), 1u);
-    EXPECT_EQ(d.Animations[0].Name, "stand");
-    EXPECT_EQ(d.Animations[0].LastFrame, 2);
+    // the points are held by EdgeScalesDecodeAsTheDoubleFormulaSays, the split by the animation tests
     EXPECT_EQ((std::array{d.FirstPlayFrame, d.LastPlayFrame}), (std::array{0.0f, 2.0f}));
 }
 
@@ -139,7 +130,7 @@ TEST(Md2Reader, AnErrorKeepsTheTablesReadBeforeIt) {
     EXPECT_EQ(d.Frames[0].Name, "new01");
     EXPECT_TRUE(d.Frames[1].Points.empty());
     EXPECT_EQ(d.VertexIndices, (std::vector<std::int16_t>{0, 1, 2}));
-    EXPECT_EQ(d.Animations[0].Name, "old");
+    EXPECT_EQ(d.Animations.at(0).Name, "old");
 }
 
 TEST(Md2Reader, AFileWithoutFramesLoadsWithoutAnimations) {
