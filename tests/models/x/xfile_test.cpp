@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "support/engine_test_support.h"
 #include "models/x/cTarko_Xfile.h"
 #include "models/x/texture_scan.h"
 #include "models/x/x_writer.h"
 #include "platform/constants.h"
-#include "support/engine_test_support.h"
 #include "x_samples.h"
 
 using namespace tarko;
