@@ -55,6 +55,6 @@ std::filesystem::path scratch_dir(const std::string& name);
 // Writes `bytes` as the whole file `path`; returns the path as text.
 std::string write_bytes(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes);
 // A fuzz seed: with TARKO_WRITE_SEEDS=<dir> (fuzz/corpus) set, also written to <dir>/<kind>/<name>.
-void write_seed(const std::string& kind, const std::string& name, const std::vector<std::uint8_t>& bytes);
+void save_seed(const std::string& kind, const std::string& name, const std::vector<std::uint8_t>& bytes);
 
 }  // namespace tarko::test

@@ -316,6 +316,6 @@ TEST(ThreedsReader, SeedFilesReadToTheirEnd) {
         threeds::ReadResult r;
         EXPECT_EQ(read(s.bytes, &r).MeshCount, s.meshes) << s.name;
         EXPECT_FALSE(r.stopped) << s.name;
-        test::write_seed("threeds", s.name, s.bytes);
+        test::save_seed("threeds", s.name, s.bytes);
     }
 }

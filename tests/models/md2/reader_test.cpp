@@ -179,7 +179,7 @@ TEST(Md2Reader, SeedFilesReadToTheirEnd) {
         const md2::ReadResult r = read(s.bytes, d);
         EXPECT_FALSE(r.stopped) << s.name;
         EXPECT_EQ(d.Animations.size(), s.animations) << s.name;
-        test::write_seed("md2", s.name, s.bytes);
+        test::save_seed("md2", s.name, s.bytes);
     }
 }
 

@@ -286,7 +286,7 @@ TEST(StudioSeeds, SeedFilesReadToTheirEnd) {
         // the textureless one misses its companion, and only that
         EXPECT_EQ(m.skipped.size(), s.desc.textures_in_companion ? 1u : 0u) << s.name;
         EXPECT_EQ(triangles(m), s.triangles) << s.name;
-        test::write_seed("mdl", s.name, bytes);
+        test::save_seed("mdl", s.name, bytes);
     }
 }
 
