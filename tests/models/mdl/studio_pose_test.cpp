@@ -140,8 +140,6 @@ TEST(StudioTracks, AOneBoneTrackPutsTheVertexWhereTheRunsSay) {
         {2.5f, 16.0f},    // valid = n + 1: 30, no blend
         {3.5f, 21.0f},    // last frame of the run: 30 half way to the next run's 50 = 40
         {4.0f, 26.0f},    // second run, first frame: 50
-        {5.5f, 28.5f},    // second run's repeat, half way to 60: 55
-        {6.0f, 31.0f},    // third run: 60
         {7.5f, 31.0f},    // third run's repeats stay at 60 (total 4 > n + 1)
         {0.0f, 6.0f},     // 10
     };
