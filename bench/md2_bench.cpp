@@ -1,5 +1,5 @@
 // MD2 frame models. Load time of a Quake II sized actor (529 vertices, 1,020
-// triangles, 198 frames, from tests/models/md2/md2_writer.h), and of the same
+// triangles, 198 frames, from models/md2/md2_writer.h), and of the same
 // actor with its first frame alone: our reader against Debian's assimp
 // importer, both from the same bytes in memory, no post-processing. Assimp
 // decodes one key frame (its default, frame 0) of either file; ours decodes
@@ -14,21 +14,21 @@
 #include <cstdio>
 
 #include "models/md2/md2.h"
-#include "tests/models/md2/md2_writer.h"
+#include "models/md2/md2_writer.h"
 
 namespace {
 
 namespace md2 = tarko::md2;
-using tarko::test::md2::Bytes;
+using md2::Bytes;
 
 const Bytes& actor_file() {
-    static const Bytes bytes = write_md2(tarko::test::md2::actor(17, 30, 99));
+    static const Bytes bytes = write_md2(md2::actor(17, 30, 99));
     return bytes;
 }
 // The same actor with its first frame only: the work assimp does on either file.
 const Bytes& still_file() {
     static const Bytes bytes = [] {
-        auto m = tarko::test::md2::actor(17, 30, 99);
+        auto m = md2::actor(17, 30, 99);
         m.frames.resize(1);
         return write_md2(m);
     }();

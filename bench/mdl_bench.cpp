@@ -3,8 +3,8 @@
 // 640 x 480 on the software device with 2 threads (goal: 50 studio actors of
 // about 1,000 triangles at 100 frames a second, so at most 10 ms a frame).
 // The models come from the project's writers: the walking figure of
-// tests/models/mdl/mdl_writer.h (1,000 triangles, 5 bones) and the MD2
-// cylinder of tests/models/md2/md2_writer.h (800 triangles).
+// models/mdl/mdl_writer.h (1,000 triangles, 5 bones) and the MD2
+// cylinder of models/md2/md2_writer.h (800 triangles).
 // Usage: tarko_mdl_bench [Google Benchmark flags]
 #include <benchmark/benchmark.h>
 
@@ -18,12 +18,12 @@
 #include <vector>
 
 #include "engine/tarko_dx7.h"
+#include "models/md2/md2_writer.h"
 #include "models/mdl/cTarko_MDLfile.h"
+#include "models/mdl/mdl_writer.h"
 #include "models/mdl/studio_file.h"
 #include "platform/constants.h"
 #include "platform/window.h"
-#include "tests/models/md2/md2_writer.h"
-#include "tests/models/mdl/mdl_writer.h"
 
 namespace {
 
@@ -32,7 +32,7 @@ using Bytes = std::vector<std::uint8_t>;
 // The load file: the figure at 40 rings x 40 sides a bone (16,000 triangles,
 // 8,405 vertices), the scale of a detailed game character.
 const Bytes& load_file() {
-    static const Bytes bytes = tarko::test::mdl::write_studio(tarko::test::mdl::walker(40, 40, 18)).main;
+    static const Bytes bytes = tarko::mdl::write_studio(tarko::mdl::walker(40, 40, 18)).main;
     return bytes;
 }
 
@@ -78,8 +78,8 @@ struct Scene {
         const auto dir = std::filesystem::temp_directory_path() / "tarko_mdl_bench";
         std::filesystem::create_directories(dir);
         const auto file = dir / (studio ? "walker.mdl" : "actor.md2");
-        const Bytes bytes = studio ? tarko::test::mdl::write_studio(tarko::test::mdl::walker(10, 10, 18)).main
-                                   : tarko::test::md2::write_md2(tarko::test::md2::actor(21, 20, 8));
+        const Bytes bytes = studio ? tarko::mdl::write_studio(tarko::mdl::walker(10, 10, 18)).main
+                                   : tarko::md2::write_md2(tarko::md2::actor(21, 20, 8));
         std::ofstream(file, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
         const int side = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(count))));
         for (int i = 0; i < count; ++i) {
@@ -128,7 +128,7 @@ void Md2ActorsFrame(benchmark::State& state) { frames(state, false); }
 // lists, without the device (the actor is drawn into an engine with no
 // rasterising cost: a 1 x 1 window).
 void StudioActorsHostOnly(benchmark::State& state) {
-    const auto model = tarko::mdl::read_studio(tarko::test::mdl::write_studio(tarko::test::mdl::walker(10, 10, 18)).main,
+    const auto model = tarko::mdl::read_studio(tarko::mdl::write_studio(tarko::mdl::walker(10, 10, 18)).main,
                                                "w.mdl", [](const std::string&) { return Bytes{}; });
     tarko::mdl::StudioPlay play;
     tarko::mdl::start_play(model, play);

@@ -13,11 +13,11 @@
 #include <string>
 
 #include "models/3ds/chunk_reader.h"
-#include "tests/models/3ds/threeds_writer.h"
+#include "models/3ds/threeds_writer.h"
 
 namespace {
 
-using namespace tarko::test::threeds;
+using namespace tarko::threeds;
 
 const Bytes& large_file() {
     static const Bytes bytes = [] {

@@ -24,12 +24,12 @@
 #include <vector>
 
 #include "engine/tarko_dx7.h"
+#include "models/md2/md2_writer.h"
 #include "models/mdl/cTarko_MDLfile.h"
+#include "models/mdl/mdl_writer.h"
 #include "platform/constants.h"
 #include "platform/window.h"
 #include "runtime/errors.h"
-#include "tests/models/md2/md2_writer.h"
-#include "tests/models/mdl/mdl_writer.h"
 
 namespace platform = tarko::platform;
 using tarko::Variant;
@@ -63,8 +63,8 @@ std::vector<std::uint8_t> stripes_bmp() {
 // The sample files into `dir`: walker.mdl, actor.md2, actor.bmp.
 bool write_samples(const std::filesystem::path& dir) {
     std::filesystem::create_directories(dir);
-    return write_file(dir / "walker.mdl", tarko::test::mdl::write_studio(tarko::test::mdl::walker(10, 10, 18)).main) &&
-           write_file(dir / "actor.md2", tarko::test::md2::write_md2(tarko::test::md2::actor(21, 20, 8, 40, "actor.bmp"))) &&
+    return write_file(dir / "walker.mdl", tarko::mdl::write_studio(tarko::mdl::walker(10, 10, 18)).main) &&
+           write_file(dir / "actor.md2", tarko::md2::write_md2(tarko::md2::actor(21, 20, 8, 40, "actor.bmp"))) &&
            write_file(dir / "actor.bmp", stripes_bmp());
 }
 

@@ -51,4 +51,11 @@ std::string write_file(const std::filesystem::path& path, const std::vector<std:
     return path.string();
 }
 
+void save_seed(const std::string& kind, const std::string& name, const std::vector<std::uint8_t>& bytes) {
+    const char* dir = std::getenv("TARKO_WRITE_SEEDS");
+    if (!dir) return;
+    std::filesystem::create_directories(std::filesystem::path(dir) / kind);
+    write_file(std::filesystem::path(dir) / kind / name, bytes);
+}
+
 }  // namespace tarko::test

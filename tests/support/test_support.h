@@ -53,5 +53,7 @@ struct Refusal {
 std::filesystem::path scratch_dir(const std::string& name);
 // Writes `bytes` to `path` (its folder must exist) and gives the path back.
 std::string write_file(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes);
+// A fuzz seed: with TARKO_WRITE_SEEDS=<dir> (fuzz/corpus) set, also written to <dir>/<kind>/<name>.
+void save_seed(const std::string& kind, const std::string& name, const std::vector<std::uint8_t>& bytes);
 
 }  // namespace tarko::test

@@ -3,29 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
-#include "support/engine_test_support.h"
 #include "models/3ds/cTarko_3DSfile.h"
+#include "models/3ds/threeds_writer.h"
 #include "platform/constants.h"
 #include "platform/profile.h"
-#include "threeds_writer.h"
+#include "support/engine_test_support.h"
 #include "tools/tarko-view/view_3ds.h"
 
 using namespace tarko;
-using namespace tarko::test::threeds;
+using namespace tarko::threeds;
 using tarko::test::Calls;
 using tarko::test::EngineFixture;
 
 namespace {
-
-std::string write_file(const std::filesystem::path& dir, const std::string& name, const Bytes& bytes) {
-    const auto path = dir / name;
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                                 static_cast<std::streamsize>(bytes.size()));
-    return path.string();
-}
 
 // Three quads side by side, each with vertices of its own (file axes: y and
 // z swapped), seen from z = -5: A upright facing the eye (normal -z), B and C
@@ -67,7 +59,7 @@ class ThreedsModel : public EngineFixture {
 protected:
     std::string save(const Bytes& bytes, const std::string& file = "model.3DS") {
         if (dir_.empty()) dir_ = test::scratch_dir(::testing::UnitTest::GetInstance()->current_test_info()->name());
-        return write_file(dir_, file, bytes);
+        return test::write_file(dir_ / file, bytes);
     }
     std::filesystem::path dir_;
     cTarko_3DSfile model;

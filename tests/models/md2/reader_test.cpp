@@ -1,19 +1,17 @@
 // The frame model reader: what it takes from a file, and how it refuses a damaged one.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <cstring>
-#include <fstream>
 #include <limits>
 
-#include "md2_writer.h"
 #include "models/md2/md2.h"
+#include "models/md2/md2_writer.h"
 #include "support/test_support.h"
 
 namespace {
 
 using namespace tarko;
-using namespace tarko::test::md2;
+using namespace tarko::md2;
 
 // triangle_model of 3 frames: skins at 68 (one of 64 bytes), texture coordinates at
 // 132 (3 x 4), the triangle at 144 (12), frames at 156 (3 x 52), the GL commands'
@@ -30,8 +28,6 @@ TEST(Md2Reader, ReadsEveryTableOfAWholeFile) {
     const md2::ReadResult r = read(write_md2(m), d);
     ASSERT_FALSE(r.stopped) << r.stopped->what();
     EXPECT_TRUE(r.loaded);
-    // frame size 40 + 4 x 3 points
-    EXPECT_EQ((std::array{d.Header.SkinWidth, d.Header.FrameSize, d.Header.FrameOffset}), (std::array{8, 52, 156}));
     EXPECT_EQ(d.SkinNames, std::vector<std::string>{"skin.pcx"});
     // s / 8, t / 4: (-4/8, -32768/4), (8/8, 0), (4/8, 2/4)
     ASSERT_EQ(d.StCoords.size(), 3u);
@@ -42,40 +38,8 @@ TEST(Md2Reader, ReadsEveryTableOfAWholeFile) {
     EXPECT_EQ(d.StIndices, (std::vector<std::int16_t>{2, 0, 1}));
     ASSERT_EQ(d.Frames.size(), 3u);
     EXPECT_EQ(d.Frames[2].Name, "run01");
-    // frame 2, point 0 packed (2, 4, 6): times 0.5 plus (1, 2, 3) = (2, 4, 6); point 2 packed (0, 10, 0) = (1, 7, 3)
-    const D3DVECTOR p = d.Frames[2].Points[0], q = d.Frames[2].Points[2];
-    EXPECT_EQ((std::array{p.x, p.y, p.z}), (std::array{2.0f, 4.0f, 6.0f}));
-    EXPECT_EQ((std::array{q.x, q.y, q.z}), (std::array{1.0f, 7.0f, 3.0f}));
-    // stand01, stand02 then run01: one animation, closed by the last frame
-    ASSERT_EQ(d.Animations.size(), 1u);
-    EXPECT_EQ(d.Animations[0].Name, "stand");
-    EXPECT_EQ(d.Animations[0].LastFrame, 2);
+    // the points are held by EdgeScalesDecodeAsTheDoubleFormulaSays, the split by the animation tests
     EXPECT_EQ((std::array{d.FirstPlayFrame, d.LastPlayFrame}), (std::array{0.0f, 2.0f}));
-}
-
-TEST(Md2Reader, DecodesEachAxisWithItsOwnScaleAndTranslateRoundedOnceFromDoubles) {
-    const struct {
-        const char* what;
-        std::array<float, 3> scale, translate;
-        std::array<std::uint8_t, 3> packed;
-        std::array<float, 3> point;
-    } rows[] = {
-        // 200 x 0.25 - 1 = 49; 7 x -2 + 100 = 86; 255 x 3 + 0.125 = 765.125 (no axis swaps places)
-        {"each axis its own", {0.25f, -2.0f, 3.0f}, {-1.0f, 100.0f, 0.125f}, {200, 7, 255}, {49.0f, 86.0f, 765.125f}},
-        // 3 x 1.1f + 0.2f: in Doubles 3.3000000715255737 + 0.20000000298023224 = 3.5000000745..., which
-        // rounds to 3.5f; in Singles 3 x 1.1f rounds to 3.3000002f first and the sum to 3.5000002f
-        {"rounded once", {1.1f, 1, 1}, {0.2f, 0, 0}, {3, 0, 0}, {3.5f, 0, 0}},
-    };
-    for (const auto& row : rows) {
-        Model m = triangle_model({"a01", "a02"});
-        m.frames[1].scale = row.scale;
-        m.frames[1].translate = row.translate;
-        m.frames[1].points[0] = row.packed;
-        md2::Md2Data d;
-        ASSERT_FALSE(read(write_md2(m), d).stopped) << row.what;
-        const D3DVECTOR p = d.Frames[1].Points[0];
-        EXPECT_EQ((std::array{p.x, p.y, p.z}), row.point) << row.what;
-    }
 }
 
 TEST(Md2Reader, EdgeScalesDecodeAsTheDoubleFormulaSays) {
@@ -118,9 +82,7 @@ TEST(Md2Reader, RefusesDamagedFilesWithReasonAndByte) {
         {"negative skin count", with(ok, at::SkinCount, -1), "negative skin count", at::SkinCount},
         {"skins past the end", with(ok, at::SkinCount, 5), "skin table runs past", at::SkinCount},  // 68 + 5 x 64 > 316
         {"skin table before the file", with(ok, at::SkinOffset, -4), "skin table offset outside", at::SkinOffset},
-        {"skin table after the file", with(ok, at::SkinOffset, 317), "skin table offset outside", at::SkinOffset},
         {"coordinates past the end", with(ok, at::StCount, 47), "texture coordinate table runs past", at::StCount},  // 132 + 47 x 4 = 320
-        {"coordinates far past", with(ok, at::StCount, 0x7fffffff), "texture coordinate table runs past", at::StCount},
         {"coordinates outside", with(ok, at::StOffset, 1 << 30), "texture coordinate table offset outside", at::StOffset},
         {"skin width 0", with(ok, at::SkinWidth, 0), "skin width of 0", at::SkinWidth},
         {"skin height 0", with(ok, at::SkinHeight, 0), "skin height of 0", at::SkinHeight},
@@ -146,18 +108,9 @@ TEST(Md2Reader, RefusesDamagedFilesWithReasonAndByte) {
     }
 }
 
-TEST(Md2Reader, EveryCutBeforeTheLastFrameEndsStopsWithoutLoading) {
-    const Bytes ok = three_frames();
-    for (std::size_t size = 0; size < 312; ++size) {
-        md2::Md2Data d;
-        const md2::ReadResult r = md2::read_md2(std::span(ok).first(size), d);
-        ASSERT_TRUE(r.stopped) << size;
-        EXPECT_FALSE(r.loaded) << size;
-        EXPECT_LE(r.stopped->offset(), ok.size()) << size;
-    }
-    // the GL commands behind the frames are not read
+TEST(Md2Reader, TheGlCommandsBehindTheFramesAreNotRead) {
     md2::Md2Data d;
-    EXPECT_FALSE(md2::read_md2(std::span(ok).first(312), d).stopped);
+    EXPECT_FALSE(read(cut(three_frames(), 312), d).stopped);
 }
 
 TEST(Md2Reader, AnErrorKeepsTheTablesReadBeforeIt) {
@@ -177,7 +130,7 @@ TEST(Md2Reader, AnErrorKeepsTheTablesReadBeforeIt) {
     EXPECT_EQ(d.Frames[0].Name, "new01");
     EXPECT_TRUE(d.Frames[1].Points.empty());
     EXPECT_EQ(d.VertexIndices, (std::vector<std::int16_t>{0, 1, 2}));
-    EXPECT_EQ(d.Animations[0].Name, "old");
+    EXPECT_EQ(d.Animations.at(0).Name, "old");
 }
 
 TEST(Md2Reader, AFileWithoutFramesLoadsWithoutAnimations) {
@@ -208,17 +161,6 @@ TEST(Md2Reader, EmptyTablesNeedNoOffsetsAndNoSkinSize) {
     EXPECT_TRUE(d.VertexIndices.empty());
 }
 
-TEST(Md2Reader, LargestFrameOf2049PointsIsRead) {
-    Model m = triangle_model({"big01", "big02"});
-    for (Frame& f : m.frames) f.points.resize(2049, {255, 255, 255});
-    md2::Md2Data d;
-    const Bytes b = write_md2(m);
-    EXPECT_EQ(b.size(), 68u + 64 + 12 + 12 + 2 * 8236 + 4);
-    ASSERT_FALSE(read(b, d).stopped);
-    EXPECT_EQ(d.Frames[1].Points.size(), 2049u);
-    EXPECT_EQ(d.Frames[1].Points[2048].y, 129.5f);  // 255 x 0.5 + 2
-}
-
 TEST(Md2Reader, SeedFilesReadToTheirEnd) {
     // The fuzz seeds; with TARKO_WRITE_SEEDS=<fuzz/corpus> they are also written to <dir>/md2.
     Model odd = triangle_model({"x", "pain01", "pain02", "death1"});
@@ -232,17 +174,12 @@ TEST(Md2Reader, SeedFilesReadToTheirEnd) {
         {"odd_names.md2", write_md2(odd), 2},
         {"actor.md2", write_md2(actor(4, 6, 3)), 2},
     };
-    const char* dir = std::getenv("TARKO_WRITE_SEEDS");
     for (const auto& s : seeds) {
         md2::Md2Data d;
         const md2::ReadResult r = read(s.bytes, d);
         EXPECT_FALSE(r.stopped) << s.name;
         EXPECT_EQ(d.Animations.size(), s.animations) << s.name;
-        if (dir) {
-            std::filesystem::create_directories(std::filesystem::path(dir) / "md2");
-            std::ofstream(std::filesystem::path(dir) / "md2" / s.name, std::ios::binary)
-                .write(reinterpret_cast<const char*>(s.bytes.data()), static_cast<std::streamsize>(s.bytes.size()));
-        }
+        test::save_seed("md2", s.name, s.bytes);
     }
 }
 

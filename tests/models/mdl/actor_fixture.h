@@ -6,7 +6,6 @@
 
 #include <array>
 #include <filesystem>
-#include <fstream>
 
 #include "models/mdl/cTarko_MDLfile.h"
 #include "support/engine_test_support.h"
@@ -17,10 +16,7 @@ class ActorFixture : public EngineFixture {
 protected:
     std::string save(const std::vector<std::uint8_t>& bytes, const std::string& name = "actor.mdl") {
         if (dir_.empty()) dir_ = scratch_dir(::testing::UnitTest::GetInstance()->current_test_info()->name());
-        const auto path = dir_ / name;
-        std::ofstream(path, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        return path.string();
+        return write_file(dir_ / name, bytes);
     }
     std::array<int, 3> rgb(int x, int y) {
         const std::uint32_t c = window->frame().at(x, y);

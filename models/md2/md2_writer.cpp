@@ -1,70 +1,34 @@
-// Builds Quake II frame model files ("IDP2") in memory for the tests, the
-// fuzz seeds, the benchmark and sample files: the header worked out from the
-// tables, then skins, texture coordinates, triangles and frames in that order.
-// `actor` makes a whole animated model (a bending, breathing cylinder).
-#pragma once
+// MD2 writing: the header from the table sizes, the tables, the sample actor.
+#include "models/md2/md2_writer.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdint>
 #include <cstring>
-#include <string>
 #include <utility>
-#include <vector>
 
-namespace tarko::test::md2 {
+namespace tarko::md2 {
 
-using Bytes = std::vector<std::uint8_t>;
-
-inline void put16(Bytes& b, std::int16_t v) {
+void put16(Bytes& b, std::int16_t v) {
     b.push_back(static_cast<std::uint8_t>(v));
     b.push_back(static_cast<std::uint8_t>(static_cast<std::uint16_t>(v) >> 8));
 }
-inline void put32(Bytes& b, std::int32_t v) {
+void put32(Bytes& b, std::int32_t v) {
     for (int i = 0; i < 4; ++i) b.push_back(static_cast<std::uint8_t>(static_cast<std::uint32_t>(v) >> (8 * i)));
 }
-inline void putf(Bytes& b, float f) {
+void putf(Bytes& b, float f) {
     std::int32_t u;
     put32(b, (std::memcpy(&u, &f, 4), u));
 }
-// A name in a zero-filled field of `size` bytes (cut to it, without a zero, when as long).
-inline void put_name(Bytes& b, const std::string& s, std::size_t size) {
+void put_name(Bytes& b, const std::string& s, std::size_t size) {
     const std::size_t start = b.size();
     b.resize(start + size, 0);
     std::memcpy(b.data() + start, s.data(), std::min(s.size(), size));
 }
-// Overwrites the Long at `offset` (a header field, for damaged files).
-inline void set32(Bytes& b, std::size_t offset, std::int32_t v) {
+void set32(Bytes& b, std::size_t offset, std::int32_t v) {
     for (std::size_t i = 0; i < 4; ++i) b.at(offset + i) = static_cast<std::uint8_t>(static_cast<std::uint32_t>(v) >> (8 * i));
 }
 
-// Header field offsets.
-namespace at {
-inline constexpr std::size_t SkinWidth = 8, SkinHeight = 12, FrameSize = 16, SkinCount = 20, VertexCount = 24,
-                             StCount = 28, TriangleCount = 32, CommandCount = 36, FrameCount = 40, SkinOffset = 44,
-                             StOffset = 48, TriangleOffset = 52, FrameOffset = 56, CommandOffset = 60, EndOffset = 64;
-}
-
-struct Frame {
-    std::array<float, 3> scale{1, 1, 1};
-    std::array<float, 3> translate{0, 0, 0};
-    std::string name;                             // 16 characters or more are written without a zero
-    std::vector<std::array<std::uint8_t, 3>> points;  // packed x, y, z; normal index 0
-};
-
-struct Model {
-    std::int32_t skin_width = 64, skin_height = 64;
-    std::vector<std::string> skins;
-    std::vector<std::array<std::int16_t, 2>> st;        // s, t
-    std::vector<std::array<std::int16_t, 6>> triangles;  // three vertex numbers, three s/t numbers
-    std::vector<Frame> frames;                          // all with the same number of points
-    std::vector<std::int32_t> gl_commands{0};           // after the frames, as Quake II writes them; not read
-};
-
-// The file: header, then the tables in file order, frame size 40 + 4 per point,
-// the GL commands last.
-inline Bytes write_md2(const Model& m) {
+Bytes write_md2(const Model& m) {
     const auto vertex_count = static_cast<std::int32_t>(m.frames.empty() ? 0 : m.frames[0].points.size());
     const std::int32_t frame_size = 40 + 4 * vertex_count;
     const auto n = [](const auto& v) { return static_cast<std::int32_t>(v.size()); };
@@ -90,9 +54,7 @@ inline Bytes write_md2(const Model& m) {
     return b;
 }
 
-// One triangle over three points, in as many frames as names are given; frame k's
-// points are packed (k, 2k, 3k), (10, 0, 0), (0, 10, 0) with scale 0.5 and translate (1, 2, 3).
-inline Model triangle_model(const std::vector<std::string>& frame_names) {
+Model triangle_model(const std::vector<std::string>& frame_names) {
     Model m;
     m.skin_width = 8;
     m.skin_height = 4;
@@ -107,12 +69,7 @@ inline Model triangle_model(const std::vector<std::string>& frame_names) {
     return m;
 }
 
-// An actor for examples and the benchmark: a closed cylinder of `rings` x
-// `segments` points (plus two caps), about 2 * rings * segments triangles,
-// `height` units tall and centred on its axis, with two animations: "stand"
-// (a slow breath, frames stand01..) and "run" (a sway, frames run01..), each
-// `frames_each` frames long. The skin is a 256 x 256 picture named `skin`.
-inline Model actor(int rings, int segments, int frames_each, float height = 40.0f, const std::string& skin = "actor.pcx") {
+Model actor(int rings, int segments, int frames_each, float height, const std::string& skin) {
     Model m;
     m.skin_width = 256;
     m.skin_height = 256;
@@ -161,4 +118,4 @@ inline Model actor(int rings, int segments, int frames_each, float height = 40.0
     return m;
 }
 
-}  // namespace tarko::test::md2
+}  // namespace tarko::md2

@@ -1,94 +1,14 @@
-// Builds small studio model files in memory: bones, controllers, hit boxes,
-// body parts with models and meshes (strip and fan commands), 8-bit textures
-// with palettes, sequences with compressed tracks, in the main file or in
-// companion files ("t" textures, numbered sequence groups).
-#pragma once
+// Studio model writing: the header's tables filled in as the records are laid
+// out, the companion files, the sample walker.
+#include "models/mdl/mdl_writer.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdint>
 #include <cstring>
-#include <string>
-#include <vector>
 
-#include "platform/records.h"
+namespace tarko::mdl {
 
-namespace tarko::test::mdl {
-
-using Bytes = std::vector<std::uint8_t>;
-
-struct Point {
-    std::int16_t v = 0, s = 0, t = 0;
-};
-struct Run {
-    bool fan = false;
-    std::vector<Point> points;
-};
-struct MeshDesc {
-    std::int32_t skin = 0;
-    std::int32_t triangles = -1;  // -1: counted from the runs
-    std::vector<Run> runs;
-};
-struct ModelDesc {
-    std::string name = "model";
-    std::vector<D3DVECTOR> vertices;
-    std::vector<std::uint8_t> bones;  // default: all bone 0
-    std::vector<MeshDesc> meshes;
-};
-struct BodyPartDesc {
-    std::string name = "body";
-    std::vector<ModelDesc> models;
-};
-struct BoneDesc {
-    std::string name = "bone";
-    std::int32_t parent = -1;
-    std::array<std::int32_t, 6> controller{-1, -1, -1, -1, -1, -1};
-    std::array<float, 6> value{};
-    std::array<float, 6> scale{1, 1, 1, 1, 1, 1};
-};
-struct ControllerDesc {
-    std::int32_t bone = 0, type = 0;
-    float start = 0, end = 0;
-    std::int32_t index = 0;
-};
-struct TextureDesc {
-    std::string name = "skin.bmp";
-    std::int32_t width = 2, height = 2;
-    std::vector<std::uint8_t> indices;     // default: all 0
-    std::array<std::uint8_t, 768> palette{};
-};
-// A track run: `total` frames, the first values.size() with a value of their own.
-struct TrackRun {
-    std::uint8_t total = 0;
-    std::vector<std::int16_t> values;
-};
-using Track = std::vector<TrackRun>;  // empty: no track
-struct SequenceDesc {
-    std::string label = "idle";
-    float fps = 10;
-    std::int32_t frames = 10;
-    std::int32_t group = 0;
-    std::vector<std::array<Track, 6>> bones;  // per bone, per channel X Y Z XR YR ZR
-};
-struct StudioDesc {
-    std::vector<BoneDesc> bones{BoneDesc{}};
-    std::vector<ControllerDesc> controllers;
-    std::vector<std::array<D3DVECTOR, 2>> hitboxes;  // min, max
-    std::vector<BodyPartDesc> body_parts;
-    std::vector<TextureDesc> textures;
-    bool textures_in_companion = false;
-    std::int32_t group_count = 1;
-    std::vector<SequenceDesc> sequences;
-};
-
-struct StudioFiles {
-    Bytes main;
-    Bytes textures;             // the "t" file, when textures_in_companion
-    std::vector<Bytes> groups;  // group 1, 2, ...
-};
-
-namespace detail {
+namespace {
 
 struct Out {
     Bytes b;
@@ -126,14 +46,14 @@ enum : std::size_t {
     kBodyParts = 204
 };
 
-inline void header(Out& o, const char* id = "IDST") {
+void header(Out& o, const char* id = "IDST") {
     o.text(id, 4);
     o.i32(10);
     o.text("test", 64);
     o.zeros(244 - 72);
 }
 
-inline void textures(Out& o, const std::vector<TextureDesc>& list) {
+void textures(Out& o, const std::vector<TextureDesc>& list) {
     o.table(kTextures, list.size());
     const std::size_t table = o.size();
     for (const TextureDesc& t : list) {
@@ -150,7 +70,7 @@ inline void textures(Out& o, const std::vector<TextureDesc>& list) {
 }
 
 // The bone records and tracks of one sequence, at the end of `o`; returns their offset.
-inline std::int32_t animation(Out& o, const SequenceDesc& s, std::size_t bone_count) {
+std::int32_t animation(Out& o, const SequenceDesc& s, std::size_t bone_count) {
     const std::int32_t base = o.here();
     o.zeros(12 * bone_count);
     for (std::size_t b = 0; b < s.bones.size() && b < bone_count; ++b)
@@ -168,22 +88,22 @@ inline std::int32_t animation(Out& o, const SequenceDesc& s, std::size_t bone_co
     return base;
 }
 
-}  // namespace detail
+}  // namespace
 
-inline std::int32_t triangles_of(const MeshDesc& m) {
+
+std::int32_t triangles_of(const MeshDesc& m) {
     if (m.triangles >= 0) return m.triangles;
     std::int32_t n = 0;
     for (const Run& r : m.runs) n += static_cast<std::int32_t>(r.points.size()) - 2;
     return n;
 }
 
-inline StudioFiles write_studio(const StudioDesc& desc) {
-    using detail::Out;
+StudioFiles write_studio(const StudioDesc& desc) {
     StudioFiles files;
     Out o;
-    detail::header(o);
+    header(o);
 
-    o.table(detail::kBones, desc.bones.size());
+    o.table(kBones, desc.bones.size());
     for (const BoneDesc& b : desc.bones) {
         o.text(b.name, 32);
         o.i32(b.parent), o.i32(0);
@@ -191,13 +111,13 @@ inline StudioFiles write_studio(const StudioDesc& desc) {
         for (float v : b.value) o.f32(v);
         for (float v : b.scale) o.f32(v);
     }
-    o.table(detail::kControllers, desc.controllers.size());
+    o.table(kControllers, desc.controllers.size());
     for (const ControllerDesc& c : desc.controllers) o.i32(c.bone), o.i32(c.type), o.f32(c.start), o.f32(c.end), o.i32(0), o.i32(c.index);
-    o.table(detail::kHitBoxes, desc.hitboxes.size());
+    o.table(kHitBoxes, desc.hitboxes.size());
     for (const auto& h : desc.hitboxes) o.i32(0), o.i32(0), o.vec(h[0]), o.vec(h[1]);
 
     // Body parts, then their models, vertices, bones, meshes and commands.
-    o.table(detail::kBodyParts, desc.body_parts.size());
+    o.table(kBodyParts, desc.body_parts.size());
     const std::size_t parts = o.size();
     for (const BodyPartDesc& p : desc.body_parts) {
         o.text(p.name, 64);
@@ -251,11 +171,11 @@ inline StudioFiles write_studio(const StudioDesc& desc) {
 
     if (desc.textures_in_companion) {
         Out t;
-        detail::header(t);
-        detail::textures(t, desc.textures);
+        header(t);
+        textures(t, desc.textures);
         files.textures = t.b;
     } else {
-        detail::textures(o, desc.textures);
+        textures(o, desc.textures);
     }
 
     // Sequence groups: group 0's data offset is 0 (the main file), the others'
@@ -269,17 +189,17 @@ inline StudioFiles write_studio(const StudioDesc& desc) {
         Out& target = s.group >= 1 && static_cast<std::size_t>(s.group) <= group_out.size()
                           ? group_out[static_cast<std::size_t>(s.group - 1)]
                           : o;
-        anim[i] = detail::animation(target, s, desc.bones.size());
+        anim[i] = animation(target, s, desc.bones.size());
     }
     for (std::size_t g = 0; g < group_out.size(); ++g) files.groups[g] = group_out[g].b;
 
-    o.table(detail::kGroups, static_cast<std::size_t>(desc.group_count));
+    o.table(kGroups, static_cast<std::size_t>(desc.group_count));
     for (std::int32_t g = 0; g < desc.group_count; ++g) {
         o.text(g == 0 ? "default" : "group", 32);
         o.text("", 64);
         o.i32(0), o.i32(0);
     }
-    o.table(detail::kSequences, desc.sequences.size());
+    o.table(kSequences, desc.sequences.size());
     for (std::size_t i = 0; i < desc.sequences.size(); ++i) {
         const SequenceDesc& s = desc.sequences[i];
         o.text(s.label, 32);
@@ -297,8 +217,7 @@ inline StudioFiles write_studio(const StudioDesc& desc) {
     return files;
 }
 
-// A palette whose entry i is the given colour (others black).
-inline std::array<std::uint8_t, 768> palette(std::initializer_list<std::array<std::uint8_t, 3>> colours) {
+std::array<std::uint8_t, 768> palette(std::initializer_list<std::array<std::uint8_t, 3>> colours) {
     std::array<std::uint8_t, 768> p{};
     std::size_t i = 0;
     for (const auto& c : colours) {
@@ -308,12 +227,7 @@ inline std::array<std::uint8_t, 768> palette(std::initializer_list<std::array<st
     return p;
 }
 
-// A walking figure for examples and benches, z up, about 2 units tall: pelvis, torso, two
-// legs and a head, each a tube of rings x sides quads (2 x rings x sides triangles a bone),
-// body in skin 0 (a check), head in skin 1. Sequences "idle" (8 frames at 8 fps, the head
-// turning) and "walk" (16 at 16 fps); controllers: the head's turn (-45 to 45 degrees) and
-// the mouth (a nod, 0 to 10 degrees). `size` scales every length (the tracks too).
-inline StudioDesc walker(int rings = 10, int sides = 10, float size = 1) {
+StudioDesc walker(int rings, int sides, float size) {
     StudioDesc s;
     const float pi = 3.14159265f;
     // pelvis 0, torso 1, left leg 2, right leg 3, head 4 (z up, x forward)
@@ -384,4 +298,4 @@ inline StudioDesc walker(int rings = 10, int sides = 10, float size = 1) {
     return s;
 }
 
-}  // namespace tarko::test::mdl
+}  // namespace tarko::mdl
