@@ -158,6 +158,7 @@ enum PlaneIndex : int { kPlaneRhw, kPlaneZ, kPlaneU, kPlaneV, kPlaneR, kPlaneG, 
 // scaled so that a pixel is covered when all three are >= 0 at its centre
 // (the top-left rule is folded into c).
 struct SetupTriangle {
+    SetupTriangle() {}  // set-up fills what the pixels read; nothing is cleared first
     std::int32_t a[3], b[3];  // per 1/16 pixel step in x and in y
     std::int64_t c[3];
     int minx, miny, maxx, maxy;  // pixel bounds, inclusive, within the scissor

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
 
 #include "platform/constants.h"
 #include "platform/d3d/pipeline.h"
@@ -33,6 +36,24 @@ void colour_of(std::int32_t argb, float out[4]) {
     out[1] = static_cast<float>((c >> 8) & 255u) * (1.0f / 255.0f);
     out[2] = static_cast<float>(c & 255u) * (1.0f / 255.0f);
     out[3] = static_cast<float>(c >> 24) * (1.0f / 255.0f);
+}
+
+// Diffuse and specular bytes as 0..1, red first; the same values colour_of gives.
+void colours_of(std::int32_t diffuse, std::int32_t specular, float out[8]) {
+#if defined(__SSE2__)
+    const __m128i zero = _mm_setzero_si128();
+    const __m128 scale = _mm_set1_ps(1.0f / 255.0f);
+    auto four = [&](std::int32_t argb) {
+        const __m128i bytes = _mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(argb), zero), zero);
+        const __m128 bgra = _mm_mul_ps(_mm_cvtepi32_ps(bytes), scale);
+        return _mm_shuffle_ps(bgra, bgra, _MM_SHUFFLE(3, 0, 1, 2));
+    };
+    _mm_storeu_ps(out, four(diffuse));
+    _mm_storeu_ps(out + 4, four(specular));
+#else
+    colour_of(diffuse, out);
+    colour_of(specular, out + 4);
+#endif
 }
 
 float dot3(const float a[3], const float b[3]) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
@@ -205,6 +226,9 @@ void VertexStage::light_vertex(const float p[3], const float n[3], const float* 
 }
 
 void VertexStage::run(const std::byte* vertices, std::size_t first, std::size_t count, ClipVertex* out) const {
+#if defined(__SSE2__)
+    const __m128 rows[4] = {_mm_loadu_ps(wvp_[0]), _mm_loadu_ps(wvp_[1]), _mm_loadu_ps(wvp_[2]), _mm_loadu_ps(wvp_[3])};
+#endif
     for (std::size_t i = 0; i < count; ++i) {
         float f[8];
         std::memcpy(f, vertices + (first + i) * 32, 32);
@@ -221,16 +245,21 @@ void VertexStage::run(const std::byte* vertices, std::size_t first, std::size_t 
             v.rhw = good_rhw ? rhw : 1.0f;
             v.sx = f[0], v.sy = f[1], v.sz = f[2];
             v.x = f[0] * v.w, v.y = f[1] * v.w, v.z = f[2] * v.w;
-            float c[4], s[4];
-            colour_of(words[4], c);
-            colour_of(words[5], s);
-            v.a[kDiffR] = c[0], v.a[kDiffG] = c[1], v.a[kDiffB] = c[2], v.a[kDiffA] = c[3];
-            v.a[kSpecR] = s[0], v.a[kSpecG] = s[1], v.a[kSpecB] = s[2];
+            static_assert(kDiffR == 0 && kSpecR == 4 && kFog == 7);
+            colours_of(words[4], words[5], v.a.data());  // the specular alpha lands in fog's place
+            v.a[kFog] = 1;
             v.a[kTexU] = f[6], v.a[kTexV] = f[7];
         } else {
             const float px = f[0], py = f[1], pz = f[2];
-            float c[4];
+            alignas(16) float c[4];
+#if defined(__SSE2__)
+            _mm_store_ps(c, _mm_add_ps(_mm_add_ps(_mm_add_ps(_mm_mul_ps(_mm_set1_ps(px), rows[0]),
+                                                             _mm_mul_ps(_mm_set1_ps(py), rows[1])),
+                                                  _mm_mul_ps(_mm_set1_ps(pz), rows[2])),
+                                       rows[3]));
+#else
             for (int j = 0; j < 4; ++j) c[j] = px * wvp_[0][j] + py * wvp_[1][j] + pz * wvp_[2][j] + wvp_[3][j];
+#endif
             float cam[3];
             if (lighting_ || fog_)
                 for (int j = 0; j < 3; ++j) cam[j] = px * wv_[0][j] + py * wv_[1][j] + pz * wv_[2][j] + wv_[3][j];
@@ -255,16 +284,15 @@ void VertexStage::run(const std::byte* vertices, std::size_t first, std::size_t 
                     v.a[kDiffR] = v.a[kDiffG] = v.a[kDiffB] = v.a[kDiffA] = 1;  // no colour in the vertex: white
                 }
             } else {  // LVERTEX
-                float dcol[4], scol[4];
-                colour_of(words[4], dcol);
-                colour_of(words[5], scol);
                 if (lighting_) {
                     // No normal: ambient and emissive only, the vertex colour as diffuse source.
+                    float col[8];
+                    colours_of(words[4], words[5], col);
                     const float zero[3] = {0, 0, 0};
-                    light_vertex(cam, zero, dcol, scol, v.a.data());
+                    light_vertex(cam, zero, col, col + 4, v.a.data());
                 } else {
-                    v.a[kDiffR] = dcol[0], v.a[kDiffG] = dcol[1], v.a[kDiffB] = dcol[2], v.a[kDiffA] = dcol[3];
-                    v.a[kSpecR] = scol[0], v.a[kSpecG] = scol[1], v.a[kSpecB] = scol[2];
+                    colours_of(words[4], words[5], v.a.data());
+                    v.a[kFog] = 1;
                 }
             }
             if (fog_) {
