@@ -157,46 +157,43 @@ void setup(const SetupParams& sp, const ClipVertex& v0, const ClipVertex& v1, co
     // Each plane's values at the three vertices, divided by w. Planes the
     // pixels never read stay zero: texture coordinates without a texture,
     // colours of a one-coloured triangle, specular and fog while those are off.
-    const double r0 = v[0]->rhw, r1 = v[1]->rhw, r2 = v[2]->rhw;
-    alignas(16) double f[3][kPlaneCount];
-    f[0][kPlaneRhw] = r0, f[1][kPlaneRhw] = r1, f[2][kPlaneRhw] = r2;
-    f[0][kPlaneZ] = v[0]->sz, f[1][kPlaneZ] = v[1]->sz, f[2][kPlaneZ] = v[2]->sz;
-    static constexpr std::pair<int, int> kMap[] = {{kPlaneU, kTexU},  {kPlaneV, kTexV},  {kPlaneR, kDiffR},
-                                                   {kPlaneG, kDiffG}, {kPlaneB, kDiffB}, {kPlaneA, kDiffA},
-                                                   {kPlaneSR, kSpecR}, {kPlaneSG, kSpecG}, {kPlaneSB, kSpecB},
-                                                   {kPlaneFog, kFog}};
-    for (auto [p, a] : kMap) {
-        const bool used = p <= kPlaneV    ? sp.textured
-                          : p <= kPlaneA  ? !t.is_flat
-                          : p <= kPlaneSB ? sp.specular && !t.is_flat
-                                          : sp.fog;
-        const auto ai = static_cast<std::size_t>(a);
-        f[0][p] = used ? v[0]->a[ai] * r0 : 0.0;
-        f[1][p] = used ? v[1]->a[ai] * r1 : 0.0;
-        f[2][p] = used ? v[2]->a[ai] * r2 : 0.0;
-    }
+    const double r[3] = {v[0]->rhw, v[1]->rhw, v[2]->rhw};
+    static constexpr int kSource[kPlaneCount] = {-1, -1, kTexU, kTexV, kDiffR, kDiffG,
+                                                 kDiffB, kDiffA, kSpecR, kSpecG, kSpecB, kFog};
+    bool used[kPlaneCount];
+    for (int p = kPlaneU; p < kPlaneCount; ++p)
+        used[p] = p <= kPlaneV    ? sp.textured
+                  : p <= kPlaneA  ? !t.is_flat
+                  : p <= kPlaneSB ? sp.specular && !t.is_flat
+                                  : sp.fog;
+    auto value = [&](int k, int p) -> double {
+        if (p == kPlaneRhw) return r[k];
+        if (p == kPlaneZ) return v[k]->sz;
+        return used[p] ? v[k]->a[static_cast<std::size_t>(kSource[p])] * r[k] : 0.0;
+    };
     // c = f0, dx and dy from the differences across the two edges from
     // vertex 0; a plane of zeros comes out as zeros.
 #if defined(__SSE2__)
-    static_assert(kPlaneCount % 2 == 0);
+    static_assert(kPlaneCount % 2 == 0 && sizeof(Plane) == 12);
     const __m128d D1x = _mm_set1_pd(d1x), D1y = _mm_set1_pd(d1y), D2x = _mm_set1_pd(d2x), D2y = _mm_set1_pd(d2y);
     const __m128d Inv = _mm_set1_pd(inv_area);
     for (int p = 0; p < kPlaneCount; p += 2) {
-        const __m128d f0 = _mm_load_pd(&f[0][p]);
-        const __m128d df1 = _mm_sub_pd(_mm_load_pd(&f[1][p]), f0), df2 = _mm_sub_pd(_mm_load_pd(&f[2][p]), f0);
+        const __m128d f0 = _mm_set_pd(value(0, p + 1), value(0, p));
+        const __m128d df1 = _mm_sub_pd(_mm_set_pd(value(1, p + 1), value(1, p)), f0);
+        const __m128d df2 = _mm_sub_pd(_mm_set_pd(value(2, p + 1), value(2, p)), f0);
         const __m128d dx = _mm_mul_pd(_mm_sub_pd(_mm_mul_pd(df1, D2y), _mm_mul_pd(df2, D1y)), Inv);
         const __m128d dy = _mm_mul_pd(_mm_sub_pd(_mm_mul_pd(df2, D1x), _mm_mul_pd(df1, D2x)), Inv);
-        alignas(16) float c[4], x[4], y[4];
-        _mm_store_ps(c, _mm_cvtpd_ps(f0));
-        _mm_store_ps(x, _mm_cvtpd_ps(dx));
-        _mm_store_ps(y, _mm_cvtpd_ps(dy));
-        t.p[p] = Plane{c[0], x[0], y[0]};
-        t.p[p + 1] = Plane{c[1], x[1], y[1]};
+        const __m128 c = _mm_cvtpd_ps(f0), x = _mm_cvtpd_ps(dx), y = _mm_cvtpd_ps(dy);
+        // c0 x0 y0 c1 | x1 y1: the two planes lie side by side.
+        const __m128 cx = _mm_unpacklo_ps(c, x);  // c0 x0 c1 x1
+        _mm_storeu_ps(&t.p[p].c, _mm_shuffle_ps(cx, _mm_unpacklo_ps(y, c), _MM_SHUFFLE(3, 0, 1, 0)));
+        const __m128 xy = _mm_unpacklo_ps(x, y);  // x0 y0 x1 y1
+        _mm_storel_pi(reinterpret_cast<__m64*>(&t.p[p + 1].dx), _mm_movehl_ps(xy, xy));
     }
 #else
     for (int p = 0; p < kPlaneCount; ++p) {
-        const double df1 = f[1][p] - f[0][p], df2 = f[2][p] - f[0][p];
-        t.p[p] = Plane{static_cast<float>(f[0][p]), static_cast<float>((df1 * d2y - df2 * d1y) * inv_area),
+        const double f0 = value(0, p), df1 = value(1, p) - f0, df2 = value(2, p) - f0;
+        t.p[p] = Plane{static_cast<float>(f0), static_cast<float>((df1 * d2y - df2 * d1y) * inv_area),
                        static_cast<float>((df2 * d1x - df1 * d2x) * inv_area)};
     }
 #endif
