@@ -82,21 +82,5 @@ TEST(ColourArithmetic, MixesAndSaturatingSumsStayWithinEightBits) {
     EXPECT_EQ(static_cast<std::uint32_t>(out[0]), 0xFF321400u);
 }
 
-TEST(ColourArithmetic, AlphaAndSpreadFillTheirPixelsLanes) {
-    SKIP_WITHOUT_LANES();
-    // Every lane different, so a lane taken from the wrong pixel shows.
-    std::int32_t in[kLanes], v[kLanes];
-    for (int i = 0; i < kLanes; ++i) {
-        in[i] = static_cast<std::int32_t>(0x10203040u + 0x0F0E0D0Cu * static_cast<std::uint32_t>(i));
-        v[i] = (i * 37 + 1) & 255;
-    }
-    alignas(64) std::int32_t out[kLanes];
-    narrow(alpha_of(widen(Iv::load(in)))).store(out);
-    for (int i = 0; i < kLanes; ++i)
-        EXPECT_EQ(static_cast<std::uint32_t>(out[i]), (static_cast<std::uint32_t>(in[i]) >> 24) * 0x01010101u) << i;
-    narrow(spread(Iv::load(v))).store(out);
-    for (int i = 0; i < kLanes; ++i) EXPECT_EQ(static_cast<std::uint32_t>(out[i]), static_cast<std::uint32_t>(v[i]) * 0x01010101u) << i;
-}
-
 }  // namespace
 }  // namespace tarko::platform::d3d
