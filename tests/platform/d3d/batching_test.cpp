@@ -94,7 +94,6 @@ TEST(Batching, EveryObservationOfTheTargetSeesTheGatheredDraws) {
         std::function<std::uint32_t(Scene&)> observe;  // the pixel (5, 5) as seen, 0RGB
     };
     const Row rows[] = {
-        {"argb_at", [](Scene& s) { return s.argb(5, 5); }},
         {"to_frame", [](Scene& s) { return s.target->to_frame().at(5, 5); }},
         {"getLockedPixel", [](Scene& s) {
              DDSURFACEDESC2 d;

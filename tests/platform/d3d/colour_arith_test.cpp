@@ -57,7 +57,7 @@ TEST(ColourArithmetic, ProductsOfTwoChannelsRoundToNearestForEveryPair) {
         }
 }
 
-TEST(ColourArithmetic, MixesAndSaturatingSumsStayWithinEightBits) {
+TEST(ColourArithmetic, FilterAndBlendMixesRoundExactlyForEveryWeight) {
     SKIP_WITHOUT_LANES();
     // Filter weights in 1/256: halves round up, as (a (256 - w) + b w + 128) / 256.
     for (int w = 0; w < 256; ++w)
@@ -76,26 +76,6 @@ TEST(ColourArithmetic, MixesAndSaturatingSumsStayWithinEightBits) {
             for (int i = 0; i < kChannels; ++i)
                 ASSERT_EQ(lane(mix, i), round_div(a * f + vb[i] * (255 - f), 255)) << a << " " << vb[i] << " " << f;
         }
-    // 200 + 100 saturates, 20 + 30 does not, channel by channel.
-    alignas(64) std::int32_t out[kLanes];
-    adds_u8(Iv(static_cast<std::int32_t>(0xC8140A00u)), Iv(static_cast<std::int32_t>(0x641E0A00u))).store(out);
-    EXPECT_EQ(static_cast<std::uint32_t>(out[0]), 0xFF321400u);
-}
-
-TEST(ColourArithmetic, AlphaAndSpreadFillTheirPixelsLanes) {
-    SKIP_WITHOUT_LANES();
-    // Every lane different, so a lane taken from the wrong pixel shows.
-    std::int32_t in[kLanes], v[kLanes];
-    for (int i = 0; i < kLanes; ++i) {
-        in[i] = static_cast<std::int32_t>(0x10203040u + 0x0F0E0D0Cu * static_cast<std::uint32_t>(i));
-        v[i] = (i * 37 + 1) & 255;
-    }
-    alignas(64) std::int32_t out[kLanes];
-    narrow(alpha_of(widen(Iv::load(in)))).store(out);
-    for (int i = 0; i < kLanes; ++i)
-        EXPECT_EQ(static_cast<std::uint32_t>(out[i]), (static_cast<std::uint32_t>(in[i]) >> 24) * 0x01010101u) << i;
-    narrow(spread(Iv::load(v))).store(out);
-    for (int i = 0; i < kLanes; ++i) EXPECT_EQ(static_cast<std::uint32_t>(out[i]), static_cast<std::uint32_t>(v[i]) * 0x01010101u) << i;
 }
 
 }  // namespace

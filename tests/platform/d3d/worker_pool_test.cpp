@@ -1,5 +1,5 @@
-// The device's worker pool: every job once, and a job's error at the caller
-// after the workers are done with the job function.
+// The device's worker pool: every job once, and a job's error, with its text,
+// at the caller after the workers are done with the job function.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -30,31 +30,22 @@ TEST(WorkerPool, AWorkersErrorReachesTheCallerAndThePoolKeepsWorking) {
         // The caller's own job waits until a worker has one, so the error is
         // always thrown on a worker thread. The job function is a temporary:
         // a worker still holding it after run() returns is a use after free.
-        EXPECT_THROW(pool.run(64,
-                              [&, big = std::vector<int>(256, round)](int) {
-                                  if (std::this_thread::get_id() == caller) {
-                                      while (!worker_started.load()) std::this_thread::yield();
-                                      return;
-                                  }
-                                  worker_started = true;
-                                  throw std::runtime_error("job failed " + std::to_string(big[0]));
-                              }),
-                     std::runtime_error);
+        try {
+            pool.run(64, [&, big = std::vector<int>(256, round)](int) {
+                if (std::this_thread::get_id() == caller) {
+                    while (!worker_started.load()) std::this_thread::yield();
+                    return;
+                }
+                worker_started = true;
+                throw std::runtime_error("job failed " + std::to_string(big[0]));
+            });
+            ADD_FAILURE() << "no error in round " << round;
+        } catch (const std::runtime_error& e) {
+            EXPECT_EQ(std::string(e.what()), "job failed " + std::to_string(round));
+        }
         std::atomic<int> done{0};
         pool.run(10, [&](int) { ++done; });
         EXPECT_EQ(done.load(), 10);
-    }
-}
-
-TEST(WorkerPool, TheCallersOwnErrorIsRethrownWithItsText) {
-    WorkerPool pool(2);
-    try {
-        pool.run(8, [](int job) {
-            if (job == 0) throw std::logic_error("first job");
-        });
-        ADD_FAILURE() << "no error";
-    } catch (const std::logic_error& e) {
-        EXPECT_STREQ(e.what(), "first job");
     }
 }
 
