@@ -86,11 +86,6 @@ TEST_F(Sprites, FramesBecomeTexturesAtTheLadderSizeAndAreSharedByFile) {
     a->RenderMesh(engine);
     b.RenderMesh(engine);
     EXPECT_EQ(std::tuple(ra.CurrentSprite, b.record().CurrentSprite), std::tuple(3, 2));  // each runs its own frame
-
-    Mesh c;
-    c.LoadSprite(save(make_sprite(1, 1, 2, {0x808080}), "spark.spr"), engine);
-    EXPECT_EQ(std::tuple(c.record().FirstSprite, m.SpriteCursor), std::tuple(4, 5));
-    EXPECT_EQ(m.SpriteTable[4]->width(), 1);  // 2 and below stay
     EXPECT_TRUE(m.DeveloperTrace.empty());
 }
 
