@@ -86,6 +86,10 @@ TEST_F(Sprites, FramesBecomeTexturesAtTheLadderSizeAndAreSharedByFile) {
     a->RenderMesh(engine);
     b.RenderMesh(engine);
     EXPECT_EQ(std::tuple(ra.CurrentSprite, b.record().CurrentSprite), std::tuple(3, 2));  // each runs its own frame
+
+    Mesh c;  // another file: a run of its own after a's
+    c.LoadSprite(save(make_sprite(1, 1, 2, {0x808080}), "spark.spr"), engine);
+    EXPECT_EQ(std::tuple(c.record().FirstSprite, m.SpriteCursor), std::tuple(4, 5));
     EXPECT_TRUE(m.DeveloperTrace.empty());
 }
 
