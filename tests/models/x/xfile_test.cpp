@@ -217,12 +217,14 @@ TEST_F(XModel, RenderSetsTransformStateMaterialAndDrawsEachGroupInOrder) {
     const auto transforms = platform::trace().matching("Direct3DDevice7.setTransform");
     ASSERT_EQ(transforms.size(), 5u);
     EXPECT_NE(transforms[1], transforms[0]);
-    EXPECT_EQ(std::vector<std::string>(transforms.begin() + 2, transforms.end()), std::vector<std::string>(3, transforms[0]));
+    EXPECT_EQ(std::vector<std::string>(transforms.begin() + 2, transforms.end()),
+              std::vector<std::string>(3, transforms[0]));
     EXPECT_EQ(platform::trace().matching("Direct3DDevice7.setRenderState 137").size(), 1u);   // LIGHTING on
     // Ambient white in the record; diffuse from the face colour: green 0.5 alpha.
     D3DMATERIAL7 mat;
     engine.D3D_DEV->getMaterial(mat);
-    EXPECT_EQ(std::tuple(mat.ambient.r, mat.ambient.a, mat.diffuse.g, mat.emissive.g), std::tuple(1.0f, 1.0f, 1.0f, 0.25f));
+    EXPECT_EQ(std::tuple(mat.ambient.r, mat.ambient.a, mat.diffuse.g, mat.emissive.g),
+              std::tuple(1.0f, 1.0f, 1.0f, 0.25f));
     EXPECT_NEAR(mat.diffuse.a, 0.5, 0.5 / 255 + 1e-6);
     D3DMATRIX world;
     engine.D3D_DEV->getTransform(dx::D3DTRANSFORMSTATE_WORLD, world);
