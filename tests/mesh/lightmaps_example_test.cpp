@@ -36,9 +36,6 @@ TEST_F(LightMapRoom, FloorTexelsNearerALampAreBrighterAndColoursMixBetweenLamps)
     // Under the red lamp (-3, 1, -3): distance 1, a = 6/7: 218 red + 24 ambient
     // (+ 3 and 1 from the others); green 24 + 21 + 33 (green lamp 6.08 away) + 2 = 80.
     EXPECT_EQ(std::tuple(red(floor_at(-3, -3)), green(floor_at(-3, -3))), std::tuple(246, 80));
-    // Walking away from it towards the west wall, red falls at each step.
-    EXPECT_GT(red(floor_at(-3, -3)), red(floor_at(-4, -3)));
-    EXPECT_GT(red(floor_at(-4, -3)), red(floor_at(-5, -3)));
     // Half way between red and green, (0, -3): sqrt(10) from each, a = 0.548:
     // red 24 + 139 + 13 + 6 = 182, green 24 + 13 + 139 + 10 = 186: yellow.
     const std::uint32_t mid = floor_at(0, -3);

@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/engine_test_support.h"
@@ -13,6 +14,7 @@
 #include "models/x/texture_scan.h"
 #include "models/x/x_writer.h"
 #include "platform/constants.h"
+#include "platform/picture_write.h"
 #include "x_samples.h"
 
 using namespace tarko;
@@ -24,35 +26,13 @@ namespace {
 
 // A text X file whose texture block is laid out as exporters of the time
 // wrote it: the quote 22 and the name 23 characters after the keyword's "T".
-std::string texture_block(const std::string& name, const std::string& indent = "    ") {
-    return "TextureFilename {\n" + indent + "\"" + name + "\";\n}\n";
-}
+std::string texture_block(const std::string& name) { return "TextureFilename {\n    \"" + name + "\";\n}\n"; }
 
 Mesh triangle() {
     Mesh m;
     m.positions = {{0, 0, 0}, {0, 1, 0}, {1, 0, 0}};
     face(m, {0, 1, 2});
     return m;
-}
-
-// A 24-bit BMP of w x h pixels given as 0xRRGGBB, top row first.
-Bytes bmp24(int w, int h, const std::vector<std::uint32_t>& rgb) {
-    const int stride = (w * 3 + 3) / 4 * 4;
-    Bytes b(54 + static_cast<std::size_t>(stride * h), 0);
-    auto put32 = [&](std::size_t at, std::uint32_t v) {
-        for (int i = 0; i < 4; ++i) b[at + static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(v >> (8 * i));
-    };
-    b[0] = 'B', b[1] = 'M';
-    put32(2, static_cast<std::uint32_t>(b.size())), put32(10, 54), put32(14, 40);
-    put32(18, static_cast<std::uint32_t>(w)), put32(22, static_cast<std::uint32_t>(h));
-    b[26] = 1, b[28] = 24;
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) {
-            const std::uint32_t c = rgb[static_cast<std::size_t>((h - 1 - y) * w + x)];
-            std::uint8_t* p = &b[54 + static_cast<std::size_t>(y * stride + x * 3)];
-            p[0] = c & 255, p[1] = (c >> 8) & 255, p[2] = (c >> 16) & 255;
-        }
-    return b;
 }
 
 // IScollision's answer on a hit: the Integer 1.
@@ -63,7 +43,6 @@ bool hit(const Variant& v) { return v.type() == Variant::Type::Integer && v == 1
 TEST(ScanTextureNames, TakesTheNameTwentyThreeCharactersAfterTheKeyword) {
     const std::string head = "xof 0302txt 0032\n";
     const std::string n22 = "abcdefghij_0123456.bmp";   // 22 characters from the set
-    ASSERT_EQ(n22.size(), 22u);
     struct Case {
         const char* why;
         std::string text;
@@ -72,8 +51,6 @@ TEST(ScanTextureNames, TakesTheNameTwentyThreeCharactersAfterTheKeyword) {
         {"22 characters are delivered by the closing quote", head + texture_block(n22), {n22}},
         {"23 characters from the set give the empty name", head + texture_block("x" + n22), {""}},
         {"a blank cuts the name", head + texture_block("my tex.bmp"), {"my"}},
-        {"one more blank of indent: the quote comes first", head + texture_block("a.bmp", "     "), {""}},
-        {"one blank less: the first letter is lost", head + texture_block("wall.bmp", "   "), {"all.bmp"}},
         {"any case of the keyword, names in file order",
          head + texture_block("one.bmp") + "texturefilename {\n    \"two.PCX\";\n}\n", {"one.bmp", "two.PCX"}},
         {"no keyword: an empty list", head + "Mesh {}", {}},
@@ -114,11 +91,8 @@ TEST_F(XModel, QuadFansToTwoTrianglesAndGroupZeroAccessorsKeepTheSpareElement) {
     SafeArray<Integer> idx;
     model.GETindex(idx);
     // (0,1,2), (0,2,3), then the spare element 0.
-    ASSERT_EQ(idx.UBound(), 6);
-    const std::vector<Integer> expect{0, 1, 2, 0, 2, 3, 0};
-    EXPECT_EQ(std::vector<Integer>(idx.begin(), idx.end()), expect);
-    EXPECT_EQ(model.INDEX_count(), 6);
-    EXPECT_EQ(model.Vertext_count(), 4);
+    EXPECT_EQ(std::vector<Integer>(idx.begin(), idx.end()), (std::vector<Integer>{0, 1, 2, 0, 2, 3, 0}));
+    EXPECT_EQ(std::tuple(model.INDEX_count(), model.Vertext_count()), std::tuple(6, 4));
 
     model.Load(engine, put("tri.x", file_of(triangle())), false);
     SafeArray<D3DVERTEX> v;
@@ -127,13 +101,10 @@ TEST_F(XModel, QuadFansToTwoTrianglesAndGroupZeroAccessorsKeepTheSpareElement) {
     ASSERT_EQ(v.size(), 4u);   // three vertices and the spare zero
     EXPECT_EQ(v(1).y, 1.0f);
     EXPECT_EQ(v(1).nz, -1.0f);   // (0,1,0) x (1,0,0) = (0,0,-1): the triangle faces -z
-    EXPECT_EQ(v(3).x, 0.0f);
-    EXPECT_EQ(v(3).nz, 0.0f);
     SafeArray<D3DVERTEX> v2;
     SafeArray<Integer> i2;
     model.GET_ObjectVERTICES(v2, i2);
-    EXPECT_EQ(v2.size(), 4u);
-    EXPECT_EQ(i2.UBound(), 3);
+    EXPECT_EQ(std::tuple(v2.size(), i2.UBound()), std::tuple(4u, 3));
     EXPECT_TRUE(services.messages().empty());
 }
 
@@ -144,9 +115,7 @@ TEST_F(XModel, BoxesIncludeTheOriginThroughTheSpareVertex) {
     face(m, {0, 1, 2});
     model.Load(engine, put("box.x", file_of(m)), false);
     const D3DVECTOR size = model.BOX_size();
-    EXPECT_EQ(size.x, 2.0f);
-    EXPECT_EQ(size.y, 3.0f);
-    EXPECT_EQ(size.z, 4.0f);
+    EXPECT_EQ(std::tuple(size.x, size.y, size.z), std::tuple(2.0f, 3.0f, 4.0f));
 
     // A group whose faces lie at x 5..6: its box runs from x = 0 (the spare
     // zero vertex) to 6; the model box does not have the spare vertex.
@@ -159,8 +128,7 @@ TEST_F(XModel, BoxesIncludeTheOriginThroughTheSpareVertex) {
     EXPECT_EQ(a, 0.0f);   // zeros until the first IScollision
     model.IScollision(D3DVECTOR{100, 100, 100});
     model.GetMinExtent(a, b, c);
-    EXPECT_EQ(a, 0.0f);
-    EXPECT_EQ(b, 0.0f);
+    EXPECT_EQ(std::tuple(a, b), std::tuple(0.0f, 0.0f));
     model.GetMaxExtent(a, b, c);
     EXPECT_EQ(a, 6.0f);
     D3DRMBOX box;
@@ -202,14 +170,11 @@ TEST(XModelMatrix, MakeObjectMatrixUsesItsOwnDegreeConstant) {
     EXPECT_NEAR(m.rc13, -0.99999794, 1e-7);
     EXPECT_NEAR(m.rc22, 2.0, 1e-6);                  // sy (s1 s2 s3 + c1 c3) = 2 x 1
     EXPECT_NEAR(m.rc31, 3 * 0.99999794, 1e-6);       // sz c1 s2 c3
-    EXPECT_EQ(m.rc41, 7.0f);
-    EXPECT_EQ(m.rc43, 9.0f);
-    EXPECT_EQ(m.rc44, 1.0f);
+    EXPECT_EQ(std::tuple(m.rc41, m.rc43, m.rc44), std::tuple(7.0f, 9.0f, 1.0f));
     // VerTEX_MatMULTILPY divides by w and leaves w near 0 alone.
     cTarko_Xfile model;
     SafeArray<D3DVERTEX> in(0, 1), out;
     in(0) = {1, 2, 3, 0, 0, 1, 0.25f, 0.5f};
-    in(1) = {1, 0, 0, 0, 0, 0, 0, 0};
     D3DMATRIX half;
     half.rc11 = half.rc22 = half.rc33 = 1;
     half.rc44 = 2;                // w = 2: positions halved
@@ -229,7 +194,8 @@ TEST_F(XModel, RenderSetsTransformStateMaterialAndDrawsEachGroupInOrder) {
     EXPECT_TRUE(platform::trace().entries().empty());   // not loaded: nothing at all
 
     model.Load(engine, put("cube.x", file_of(cube())), false);
-    model.Set_Scale(Variant(1.0), Variant(1.0), Variant(1.0));
+    model.Set_Scale(Variant(2.0), Variant(2.0), Variant(2.0));
+    model.Set_Position(Variant(0.0), Variant(0.0), Variant(5.0));
     platform::trace().clear();
     model.Render(engine);
     const auto calls = device_calls();
@@ -247,34 +213,23 @@ TEST_F(XModel, RenderSetsTransformStateMaterialAndDrawsEachGroupInOrder) {
     }
     EXPECT_EQ(kinds, (std::vector<std::string>{"setTransform", "setMaterial", "drawIndexedPrimitive", "setTransform",
                                                "setMaterial", "drawIndexedPrimitive", "setTransform"}));
+    // Identity, the model's scale 2 and move (0, 0, 5), then identity after each group and once more.
+    const auto transforms = platform::trace().matching("Direct3DDevice7.setTransform");
+    ASSERT_EQ(transforms.size(), 5u);
+    EXPECT_NE(transforms[1], transforms[0]);
+    EXPECT_EQ(std::vector<std::string>(transforms.begin() + 2, transforms.end()),
+              std::vector<std::string>(3, transforms[0]));
     EXPECT_EQ(platform::trace().matching("Direct3DDevice7.setRenderState 137").size(), 1u);   // LIGHTING on
     // Ambient white in the record; diffuse from the face colour: green 0.5 alpha.
     D3DMATERIAL7 mat;
     engine.D3D_DEV->getMaterial(mat);
-    EXPECT_EQ(mat.ambient.r, 1.0f);
-    EXPECT_EQ(mat.ambient.a, 1.0f);
-    EXPECT_EQ(mat.diffuse.g, 1.0f);
+    EXPECT_EQ(std::tuple(mat.ambient.r, mat.ambient.a, mat.diffuse.g, mat.emissive.g),
+              std::tuple(1.0f, 1.0f, 1.0f, 0.25f));
     EXPECT_NEAR(mat.diffuse.a, 0.5, 0.5 / 255 + 1e-6);
-    EXPECT_EQ(mat.emissive.g, 0.25f);
     D3DMATRIX world;
     engine.D3D_DEV->getTransform(dx::D3DTRANSFORMSTATE_WORLD, world);
     EXPECT_EQ(world.rc11, 1.0f);   // left as the identity
-}
 
-TEST_F(XModel, TransformReachesTheFirstGroupOnly) {
-    open();
-    model.Load(engine, put("cube.x", file_of(cube())), false);
-    model.Set_Scale(Variant(2.0), Variant(2.0), Variant(2.0));
-    model.Set_Position(Variant(0.0), Variant(0.0), Variant(5.0));
-    platform::trace().clear();
-    model.Render(engine);
-    const auto transforms = platform::trace().matching("Direct3DDevice7.setTransform");
-    // Identity, the model's scale 2 and move (0, 0, 5), then identity after each group and once more.
-    ASSERT_EQ(transforms.size(), 5u);
-    EXPECT_NE(transforms[1], transforms[0]);
-    EXPECT_EQ(transforms[2], transforms[0]);
-    EXPECT_EQ(transforms[3], transforms[0]);
-    EXPECT_EQ(transforms[4], transforms[0]);
     platform::trace().clear();
     model.Render(engine, false);
     EXPECT_EQ(platform::trace().matching("Direct3DDevice7.setTransform").size(), 3u);   // no model transform
@@ -282,13 +237,10 @@ TEST_F(XModel, TransformReachesTheFirstGroupOnly) {
 
 TEST_F(XModel, HostileOrMissingFilesShowTheMessageAndDrawNothing) {
     open();
-    const Bytes good = x::write(file_of(cube()), Form::Binary32);
+    // Every refusal of the reader takes one path here: one such file, and one with no route.
     const std::vector<std::pair<std::string, Bytes>> cases = {
-        {"text.x", bytes("this is not an X file")},
-        {"cut.x", Bytes(good.begin(), good.begin() + 100)},
         {"index.x", bytes("xof 0302txt 0032\nMesh m { 3; 0;0;0;, 0;1;0;, 1;0;0;; 1; 3;0,1,7;; }")},
         {"nothing.x", bytes("xof 0302txt 0032\nHeader { 1; 0; 1; }\n")},
-        {"zip.x", bytes("xof 0302bzip0032\x01\x02")},
     };
     int expected = 0;
     for (const auto& [name, b] : cases) {
@@ -369,9 +321,8 @@ TEST_F(XModelPicture, TextureColoursSitOnTheirFacesAndLitFacesAreBrighter) {
     // lie inside both (y from -1 to 1 is rows 31..89 at depth 5).
     EngineFixture::open(160, 120);
     engine.device_CLEAR_COLOR = 0x000040;
-    const std::vector<std::uint32_t> tex{0xFF0000, 0xFF0000, 0x00FF00, 0x00FF00,
-                                         0xFF0000, 0xFF0000, 0x00FF00, 0x00FF00};
-    put("chequer.bmp", bmp24(4, 2, tex));
+    platform::write_bmp({4, 2, {0xFF0000, 0xFF0000, 0x00FF00, 0x00FF00, 0xFF0000, 0xFF0000, 0x00FF00, 0x00FF00}},
+                        (dir / "chequer.bmp").string());
     Mesh m;
     m.positions = {{-2, -1, 0}, {-2, 1, 0}, {-0.5f, 1, 0}, {-0.5f, -1, 0},
                    {0.5f, -1, -0.75f}, {0.5f, 1, -0.75f}, {2, 1, 0.75f}, {2, -1, 0.75f}};
