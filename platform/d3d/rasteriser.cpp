@@ -366,8 +366,10 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q) {
     ctx.scissor.y1 = std::min(target_.height(), vp.lY + std::max(0, vp.lHeight));
 
     DepthKind depth = DepthKind::None;
-    const auto zbuffer = target_.zbuffer();
-    if (rs(dx::D3DRENDERSTATE_ZENABLE) != 0 && zbuffer && zbuffer->byte_size()) {
+    q.zbuffer = rs(dx::D3DRENDERSTATE_ZENABLE) != 0 ? target_.zbuffer() : nullptr;
+    const auto& zbuffer = q.zbuffer;
+    if (zbuffer && !zbuffer->byte_size()) q.zbuffer.reset();
+    if (zbuffer) {
         ctx.depth = zbuffer->pixels();
         ctx.depth_pitch = zbuffer->pitch();
         ctx.scissor.x1 = std::min(ctx.scissor.x1, zbuffer->width());
@@ -502,12 +504,14 @@ void Rasteriser::draw(const DeviceState& state, Long primitive_type, Long fvf, s
     keep_first_free();
     if (!drawable) {
         q.held.clear();
+        q.zbuffer.reset();
         return;
     }
     q.params.primitive = primitive_type;
     q.primitives = primitive_count(primitive_type, indices.empty() ? vertex_count : indices.size());
     if (q.primitives == 0) {
         q.held.clear();
+        q.zbuffer.reset();
         return;
     }
     settle_hooks(q);
@@ -571,7 +575,7 @@ void Rasteriser::settle_hooks(QueuedDraw& q) {
     // The target's and z-buffer's generations move now, so a texture cache
     // looks at them again and, reading them, settles the batch.
     target_.touch();
-    const auto zbuffer = q.ctx.depth ? target_.zbuffer() : nullptr;
+    const auto& zbuffer = q.zbuffer;  // the one the draw writes, if any
     if (zbuffer && q.ctx.z_write) zbuffer->touch();
     // The surfaces this batch writes settle it; another device on the same
     // target takes the hook over only after settling this one.
@@ -582,7 +586,6 @@ void Rasteriser::settle_hooks(QueuedDraw& q) {
         zbuffer->set_pending_writer(this, [this] { flush(); });
         hooked_zbuffer_ = zbuffer;
     }
-    q.zbuffer = zbuffer;
 }
 
 // Shares the batch out: large draws alone in parts, the others in runs of
