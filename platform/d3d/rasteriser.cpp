@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <exception>
+#include <thread>
 #if defined(__x86_64__)
 #include <immintrin.h>
 #endif
@@ -491,14 +493,17 @@ void Rasteriser::draw(const DeviceState& state, Long primitive_type, Long fvf, s
                       std::size_t vertex_count, std::span<const Integer> indices) {
     vertex_count = std::min(vertex_count, vertices.size() / 32);
     if (vertex_count == 0) return;
-    if (queued_ == queue_.size()) queue_.push_back(std::make_unique<QueuedDraw>());
+    // Only a flush that settles everything can come on the way, and it keeps
+    // the current batch.
+    Batch& b = batches_[current_];
+    if (b.queued == b.queue.size()) b.queue.push_back(std::make_unique<QueuedDraw>());
     // The draw is made in the first free slot. Reading a texture or letting a
     // z-buffer go may land the batch on the way, freeing the slots before it:
     // then the draw moves down to the first.
-    std::size_t slot = queued_;
-    QueuedDraw& q = *queue_[slot];
+    std::size_t slot = b.queued;
+    QueuedDraw& q = *b.queue[slot];
     auto keep_first_free = [&] {
-        if (slot != queued_) std::swap(queue_[slot], queue_[queued_]), slot = queued_;
+        if (slot != b.queued) std::swap(b.queue[slot], b.queue[b.queued]), slot = b.queued;
     };
     const bool drawable = build_context(state, fvf, q);
     keep_first_free();
@@ -520,12 +525,28 @@ void Rasteriser::draw(const DeviceState& state, Long primitive_type, Long fvf, s
     q.vertices.assign(vertices.begin(), vertices.begin() + static_cast<std::ptrdiff_t>(vertex_count * 32));
     q.vertex_count = vertex_count;
     q.indices.assign(indices.begin(), indices.end());
-    ++queued_;
-    queued_primitives_ += q.primitives;
-    queued_vertices_ += vertex_count;
-    if (!batching_ || queued_primitives_ >= kBatchPrimitives || queued_vertices_ >= kBatchVertices ||
-        queued_ >= kBatchDraws)
+    ++b.queued;
+    b.primitives += q.primitives;
+    b.vertices += vertex_count;
+    if (!batching_) {
         flush();
+    } else if (b.primitives >= kBatchPrimitives || b.vertices >= kBatchVertices || b.queued >= kBatchDraws) {
+        // A full batch goes to the workers while the next one gathers.
+        if (flushing_ || pool_->size() == 1) {
+            flush();
+        } else {
+            flushing_ = true;
+            try {
+                finish_started();
+                start_batch(b);
+            } catch (...) {
+                flushing_ = false;
+                clear_batch(b);
+                throw;
+            }
+            flushing_ = false;
+        }
+    }
 }
 
 // Primitives [from, to) of a draw, from its transformed vertices, in order.
@@ -590,31 +611,33 @@ void Rasteriser::settle_hooks(QueuedDraw& q) {
 
 // Shares the batch out: large draws alone in parts, the others in runs of
 // about equal work, a few runs a thread so that uneven runs even out.
-void Rasteriser::plan_jobs() {
+void Rasteriser::plan_jobs(Batch& b) {
+    tiles_x_ = (target_.width() + kTileSize - 1) / kTileSize;
+    tiles_y_ = (target_.height() + kTileSize - 1) / kTileSize;
     std::size_t work = 0;
-    for (std::size_t d = 0; d < queued_; ++d) {
-        QueuedDraw& q = *queue_[d];
+    for (std::size_t d = 0; d < b.queued; ++d) {
+        QueuedDraw& q = *b.queue[d];
         q.split = q.vertex_count >= 2 * kTransformChunk || q.primitives >= 2 * kSetupPart;
         if (!q.split) work += q.vertex_count + q.primitives;
     }
     const std::size_t per_job = std::max<std::size_t>(512, work / (4 * static_cast<std::size_t>(pool_->size())));
-    job_count_ = 0;
-    transforms_.clear();
-    auto next_job = [this]() -> SetupJob& {
-        if (job_count_ == jobs_.size()) jobs_.emplace_back();
-        SetupJob& job = jobs_[job_count_++];
+    b.job_count = 0;
+    b.transforms.clear();
+    auto next_job = [&b]() -> SetupJob& {
+        if (b.job_count == b.jobs.size()) b.jobs.emplace_back();
+        SetupJob& job = b.jobs[b.job_count++];
         job.tris.clear();
         job.ends.clear();
         return job;
     };
     SetupJob* run = nullptr;
     std::size_t run_work = 0;
-    for (std::size_t d = 0; d < queued_; ++d) {
-        QueuedDraw& q = *queue_[d];
+    for (std::size_t d = 0; d < b.queued; ++d) {
+        QueuedDraw& q = *b.queue[d];
         if (q.split) {
             run = nullptr;
             q.verts.resize(q.vertex_count);
-            for (std::size_t v = 0; v < q.vertex_count; v += kTransformChunk) transforms_.emplace_back(d, v);
+            for (std::size_t v = 0; v < q.vertex_count; v += kTransformChunk) b.transforms.emplace_back(d, v);
             for (std::size_t p = 0; p < q.primitives; p += kSetupPart) {
                 SetupJob& job = next_job();
                 job.first = d, job.last = d + 1, job.part = true;
@@ -632,30 +655,36 @@ void Rasteriser::plan_jobs() {
     }
 }
 
-void Rasteriser::run_job(SetupJob& job) {
+void Rasteriser::transform(Batch& b, std::size_t chunk) {
+    const auto [d, first] = b.transforms[chunk];
+    QueuedDraw& q = *b.queue[d];
+    q.stage.run(q.vertices.data(), first, std::min(kTransformChunk, q.vertex_count - first), q.verts.data() + first);
+}
+
+void Rasteriser::run_job(Batch& b, SetupJob& job) {
     if (job.part) {
-        const QueuedDraw& q = *queue_[job.first];
+        const QueuedDraw& q = *b.queue[job.first];
         assemble(q, q.verts.data(), job.from, job.to, job.tris);
         job.ends.push_back(job.tris.size());
     } else {
         for (std::size_t d = job.first; d < job.last; ++d) {
-            const QueuedDraw& q = *queue_[d];
+            const QueuedDraw& q = *b.queue[d];
             if (job.scratch.size() < q.vertex_count) job.scratch.resize(q.vertex_count);
             q.stage.run(q.vertices.data(), 0, q.vertex_count, job.scratch.data());
             assemble(q, job.scratch.data(), 0, q.primitives, job.tris);
             job.ends.push_back(job.tris.size());
         }
     }
-    bin(job);
+    bin(b, job);
 }
 
-void Rasteriser::bin(SetupJob& job) {
+void Rasteriser::bin(Batch& b, SetupJob& job) {
     const std::size_t tiles = static_cast<std::size_t>(tiles_x_) * static_cast<std::size_t>(tiles_y_);
     if (job.bins.size() < tiles) job.bins.resize(tiles);
     const int shift = 6;  // kTileSize == 64
     std::size_t begin = 0;
     for (std::size_t k = 0; k < job.ends.size(); ++k) {
-        const DrawContext* ctx = &queue_[job.first + (job.part ? 0 : k)]->ctx;
+        const DrawContext* ctx = &b.queue[job.first + (job.part ? 0 : k)]->ctx;
         for (std::size_t i = begin; i < job.ends[k]; ++i) {
             const SetupTriangle& t = job.tris[i];
             for (int ty = t.miny >> shift; ty <= t.maxy >> shift; ++ty)
@@ -669,73 +698,136 @@ void Rasteriser::bin(SetupJob& job) {
     }
 }
 
-void Rasteriser::flush() {
-    if (queued_ == 0 || flushing_) return;
-    flushing_ = true;
-    tiles_x_ = (target_.width() + kTileSize - 1) / kTileSize;
-    tiles_y_ = (target_.height() + kTileSize - 1) / kTileSize;
-    auto done = [&] {
-        for (std::size_t j = 0; j < job_count_; ++j) {
-            SetupJob& job = jobs_[j];
-            for (int t : job.busy) job.bins[static_cast<std::size_t>(t)].clear();
-            job.busy.clear();
-            job.tris.clear();
+// A tile is drawn by one thread, its triangles in submission order.
+void Rasteriser::draw_tile(Batch& b, int tile) {
+    const int tx0 = (tile % tiles_x_) * kTileSize, ty0 = (tile / tiles_x_) * kTileSize;
+    for (std::size_t j = 0; j < b.job_count; ++j) {
+        const auto& bins = b.jobs[j].bins;
+        if (static_cast<std::size_t>(tile) >= bins.size()) continue;
+        for (const BinEntry& e : bins[static_cast<std::size_t>(tile)]) {
+            const int width = std::min(e.tri->maxx, tx0 + kTileSize - 1) - std::max(e.tri->minx, tx0) + 1;
+            const auto raster = width <= 8 ? e.ctx->raster_narrow : e.ctx->raster;
+            raster(*e.ctx, *e.tri, tx0, ty0, tx0 + kTileSize, ty0 + kTileSize);
         }
-        job_count_ = 0;
-        for (int t : busy_tiles_) tile_busy_[static_cast<std::size_t>(t)] = 0;
-        busy_tiles_.clear();
-        for (std::size_t i = 0; i < queued_; ++i) {
-            QueuedDraw& q = *queue_[i];
-            q.held.clear();
-            q.zbuffer.reset();
-        }
-        queued_ = 0;
-        queued_primitives_ = 0;
-        queued_vertices_ = 0;
-        flushing_ = false;
-    };
-    try {
-        plan_jobs();
-        // Little work is not worth waking the workers for.
-        const bool inline_work = queued_vertices_ + queued_primitives_ < 256;
-        auto run = [&](std::size_t jobs, const std::function<void(int)>& fn) {
-            if (inline_work) {
-                for (std::size_t j = 0; j < jobs; ++j) fn(static_cast<int>(j));
-            } else {
-                pool_->run(static_cast<int>(jobs), fn);
-            }
-        };
-        run(transforms_.size(), [&](int c) {
-            const auto [d, first] = transforms_[static_cast<std::size_t>(c)];
-            const QueuedDraw& q = *queue_[d];
-            q.stage.run(q.vertices.data(), first, std::min(kTransformChunk, q.vertex_count - first),
-                        queue_[d]->verts.data() + first);
-        });
-        run(job_count_, [&](int j) { run_job(jobs_[static_cast<std::size_t>(j)]); });
+    }
+}
 
-        tile_busy_.resize(static_cast<std::size_t>(tiles_x_) * static_cast<std::size_t>(tiles_y_));
-        for (std::size_t j = 0; j < job_count_; ++j)
-            for (int t : jobs_[j].busy)
-                if (!tile_busy_[static_cast<std::size_t>(t)]) {
-                    tile_busy_[static_cast<std::size_t>(t)] = 1;
-                    busy_tiles_.push_back(t);
-                }
-        // Each tile is drawn by one thread, its triangles in submission order.
-        run(busy_tiles_.size(), [&](int job) {
-            const int tile = busy_tiles_[static_cast<std::size_t>(job)];
-            const int tx0 = (tile % tiles_x_) * kTileSize, ty0 = (tile / tiles_x_) * kTileSize;
-            for (std::size_t j = 0; j < job_count_; ++j)
-                for (const BinEntry& e : jobs_[j].bins[static_cast<std::size_t>(tile)]) {
-                    const int width = std::min(e.tri->maxx, tx0 + kTileSize - 1) - std::max(e.tri->minx, tx0) + 1;
-                    const auto raster = width <= 8 ? e.ctx->raster_narrow : e.ctx->raster;
-                    raster(*e.ctx, *e.tri, tx0, ty0, tx0 + kTileSize, ty0 + kTileSize);
-                }
-        });
+// The batch drawn now, with the caller working too: transforms, then set-up
+// runs, then the tiles the runs touched.
+void Rasteriser::draw_batch(Batch& b) {
+    plan_jobs(b);
+    // Little work is not worth waking the workers for.
+    const bool inline_work = b.vertices + b.primitives < 256;
+    auto run = [&](std::size_t jobs, const std::function<void(int)>& fn) {
+        if (inline_work) {
+            for (std::size_t j = 0; j < jobs; ++j) fn(static_cast<int>(j));
+        } else {
+            pool_->run(static_cast<int>(jobs), fn);
+        }
+    };
+    run(b.transforms.size(), [&](int c) { transform(b, static_cast<std::size_t>(c)); });
+    run(b.job_count, [&](int j) { run_job(b, b.jobs[static_cast<std::size_t>(j)]); });
+    b.tile_busy.resize(static_cast<std::size_t>(tiles_x_) * static_cast<std::size_t>(tiles_y_));
+    for (std::size_t j = 0; j < b.job_count; ++j)
+        for (int t : b.jobs[j].busy)
+            if (!b.tile_busy[static_cast<std::size_t>(t)]) {
+                b.tile_busy[static_cast<std::size_t>(t)] = 1;
+                b.busy_tiles.push_back(t);
+            }
+    run(b.busy_tiles.size(), [&](int job) { draw_tile(b, b.busy_tiles[static_cast<std::size_t>(job)]); });
+}
+
+// The batch goes to the workers alone as one list of jobs: transforms, set-up
+// runs, then every tile. Jobs are taken in order, so a run waits only for
+// transforms already taken and a tile for runs already taken.
+void Rasteriser::start_batch(Batch& b) {
+    plan_jobs(b);
+    b.transformed.store(0, std::memory_order_relaxed);
+    b.set_up.store(0, std::memory_order_relaxed);
+    const std::size_t transforms = b.transforms.size(), runs = b.job_count;
+    const std::size_t tiles = static_cast<std::size_t>(tiles_x_) * static_cast<std::size_t>(tiles_y_);
+    auto wait_for = [](const std::atomic<std::size_t>& done, std::size_t count) {
+        while (done.load(std::memory_order_acquire) < count) std::this_thread::yield();
+    };
+    // Counted even when a job fails, so that the jobs after it never wait in vain.
+    struct Count {
+        std::atomic<std::size_t>& done;
+        ~Count() { done.fetch_add(1, std::memory_order_release); }
+    };
+    pool_->start(static_cast<int>(transforms + runs + tiles), [this, &b, transforms, runs, wait_for](int job) {
+        auto j = static_cast<std::size_t>(job);
+        if (j < transforms) {
+            const Count count{b.transformed};
+            transform(b, j);
+            return;
+        }
+        j -= transforms;
+        if (j < runs) {
+            const Count count{b.set_up};
+            wait_for(b.transformed, transforms);
+            run_job(b, b.jobs[j]);
+            return;
+        }
+        wait_for(b.set_up, runs);
+        draw_tile(b, static_cast<int>(j - runs));
+    });
+    started_ = true;
+    current_ = 1 - current_;
+}
+
+// The batch with the workers lands, the caller helping.
+void Rasteriser::finish_started() {
+    if (!started_) return;
+    started_ = false;
+    Batch& b = batches_[1 - current_];
+    try {
+        pool_->finish();
     } catch (...) {
-        done();
+        clear_batch(b);
         throw;
     }
-    done();
+    clear_batch(b);
+}
+
+void Rasteriser::clear_batch(Batch& b) {
+    for (std::size_t j = 0; j < b.job_count; ++j) {
+        SetupJob& job = b.jobs[j];
+        for (int t : job.busy) job.bins[static_cast<std::size_t>(t)].clear();
+        job.busy.clear();
+        job.tris.clear();
+    }
+    b.job_count = 0;
+    for (int t : b.busy_tiles) b.tile_busy[static_cast<std::size_t>(t)] = 0;
+    b.busy_tiles.clear();
+    for (std::size_t i = 0; i < b.queued; ++i) {
+        QueuedDraw& q = *b.queue[i];
+        q.held.clear();
+        q.zbuffer.reset();
+    }
+    b.queued = 0;
+    b.primitives = 0;
+    b.vertices = 0;
+}
+
+void Rasteriser::flush() {
+    if (flushing_) return;
+    Batch& b = batches_[current_];
+    if (!started_ && b.queued == 0) return;
+    flushing_ = true;
+    std::exception_ptr error;
+    try {
+        finish_started();
+    } catch (...) {
+        error = std::current_exception();
+    }
+    try {
+        if (b.queued) draw_batch(b);
+    } catch (...) {
+        if (!error) error = std::current_exception();
+    }
+    clear_batch(b);
+    flushing_ = false;
+    if (error) std::rethrow_exception(error);
 }
 
 void Rasteriser::set_batching(bool on) {

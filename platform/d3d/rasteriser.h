@@ -16,6 +16,7 @@
 // order. Pictures are the same as drawing each call at once.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <span>
@@ -98,12 +99,32 @@ private:
         std::vector<int> busy;
     };
     using Tris = std::vector<SetupTriangle>;
+    // The draws gathered between two flushes and the work they are shared
+    // out as. Two take turns: the workers may draw one while draws join the
+    // other.
+    struct Batch {
+        std::vector<std::unique_ptr<QueuedDraw>> queue;  // kept across batches for their capacity
+        std::size_t queued = 0, primitives = 0, vertices = 0;
+        std::vector<std::pair<std::size_t, std::size_t>> transforms;  // (draw, first vertex) chunks of split draws
+        std::vector<SetupJob> jobs;
+        std::size_t job_count = 0;
+        std::vector<int> busy_tiles;
+        std::vector<char> tile_busy;
+        // Jobs done of each kind, while the workers draw the batch alone.
+        std::atomic<std::size_t> transformed{0}, set_up{0};
+    };
 
     bool build_context(const DeviceState& state, Long fvf, QueuedDraw& q);
     void settle_hooks(QueuedDraw& q);
-    void plan_jobs();
-    void run_job(SetupJob& job);
-    void bin(SetupJob& job);
+    void plan_jobs(Batch& b);
+    void transform(Batch& b, std::size_t chunk);
+    void run_job(Batch& b, SetupJob& job);
+    void bin(Batch& b, SetupJob& job);
+    void draw_tile(Batch& b, int tile);
+    void draw_batch(Batch& b);
+    void start_batch(Batch& b);
+    void finish_started();
+    void clear_batch(Batch& b);
     static void assemble(const QueuedDraw& q, const ClipVertex* verts, std::size_t from, std::size_t to, Tris& out);
 
     DirectDrawSurface7& target_;
@@ -111,15 +132,11 @@ private:
     TextureCache textures_;
     bool fast_paths_ = true;
     Routines routines_ = Routines::Best;
-    std::vector<std::unique_ptr<QueuedDraw>> queue_;  // kept across batches for their capacity
-    std::size_t queued_ = 0, queued_primitives_ = 0, queued_vertices_ = 0;
+    Batch batches_[2];
+    int current_ = 0;        // the batch draws join
+    bool started_ = false;   // the other batch is with the workers
     bool batching_ = true, flushing_ = false;
     std::weak_ptr<DirectDrawSurface7> hooked_zbuffer_;
-    std::vector<SetupJob> jobs_;
-    std::size_t job_count_ = 0;
-    std::vector<std::pair<std::size_t, std::size_t>> transforms_;  // (draw, first vertex) chunks of split draws
-    std::vector<int> busy_tiles_;
-    std::vector<char> tile_busy_;
     int tiles_x_ = 0, tiles_y_ = 0;
 };
 

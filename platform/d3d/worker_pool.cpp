@@ -13,6 +13,11 @@ WorkerPool::WorkerPool(int threads) {
 }
 
 WorkerPool::~WorkerPool() {
+    try {
+        finish();
+    } catch (...) {
+        // Started jobs that failed have nobody left to report to.
+    }
     {
         std::lock_guard lock(mutex_);
         stop_ = true;
@@ -56,6 +61,7 @@ void WorkerPool::work_loop() {
 }
 
 void WorkerPool::run(int jobs, const std::function<void(int)>& fn) {
+    finish();
     if (jobs <= 0) return;
     if (workers_.empty() || jobs == 1) {
         for (int j = 0; j < jobs; ++j) fn(j);
@@ -71,6 +77,10 @@ void WorkerPool::run(int jobs, const std::function<void(int)>& fn) {
         ++round_;
     }
     wake_.notify_all();
+    join();
+}
+
+void WorkerPool::join() {
     take_jobs();
     std::exception_ptr error;
     {
@@ -80,6 +90,29 @@ void WorkerPool::run(int jobs, const std::function<void(int)>& fn) {
         error = std::exchange(error_, nullptr);
     }
     if (error) std::rethrow_exception(error);
+}
+
+void WorkerPool::start(int jobs, std::function<void(int)> fn) {
+    finish();
+    if (jobs <= 0) return;
+    started_fn_ = std::move(fn);
+    started_ = true;
+    {
+        std::lock_guard lock(mutex_);
+        fn_ = &started_fn_;
+        jobs_ = jobs;
+        next_.store(0, std::memory_order_relaxed);
+        busy_ = static_cast<int>(workers_.size());
+        error_ = nullptr;
+        if (!workers_.empty()) ++round_;
+    }
+    wake_.notify_all();
+}
+
+void WorkerPool::finish() {
+    if (!started_) return;
+    started_ = false;
+    join();
 }
 
 }  // namespace tarko::platform::d3d

@@ -1,5 +1,6 @@
 // A small pool of worker threads that share out numbered jobs. The calling
-// thread works too; run() returns when every job is done.
+// thread works too; run() returns when every job is done. start() hands jobs
+// to the workers alone and returns at once; finish() joins them.
 #pragma once
 
 #include <atomic>
@@ -25,10 +26,18 @@ public:
     // If a job throws, the jobs not yet started are skipped and the first
     // error is rethrown here, once no worker touches `fn` any more.
     void run(int jobs, const std::function<void(int)>& fn);
+    // Jobs are taken in their order, so a job may wait for jobs before it.
+    // Without workers the jobs wait for finish().
+    void start(int jobs, std::function<void(int)> fn);
+    // The caller takes the jobs left, waits for the rest and rethrows the
+    // first error; nothing when none was started.
+    void finish();
+    bool started() const { return started_; }
 
 private:
     void work_loop();
     void take_jobs() noexcept;
+    void join();
 
     std::vector<std::thread> workers_;
     std::mutex mutex_;
@@ -40,6 +49,8 @@ private:
     std::uint64_t round_ = 0;
     bool stop_ = false;
     std::exception_ptr error_;  // first job error of the current run
+    std::function<void(int)> started_fn_;
+    bool started_ = false;
 };
 
 }  // namespace tarko::platform::d3d

@@ -61,6 +61,14 @@ Drawn draw_sequence(bool batching, int threads) {
             const D3DRECT r{20, 20, 90, 70};
             s.dev->clear(1, std::span<const D3DRECT>(&r, 1), dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, 0x203040, 0.5f, 0);
         }
+        if (i == 100)
+            // More draws than a batch holds: with workers, the full batch is drawn
+            // by them while the next one gathers, reads and all.
+            for (int k = 0; k < 4200; ++k) {
+                const float px = static_cast<float>(k % kW), py = static_cast<float>(k / kW % kH);
+                s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX,
+                       tl_quad(px, py, px + 2, py + 2, 0xFF000000u | static_cast<std::uint32_t>(k * 2654435761u), 0.2f));
+            }
         if (i == 450) s.dev->setTexture(0, s.target);  // drawn from what is drawn so far
         if (i == 500) s.dev->setTexture(0, tex);
     }
@@ -143,6 +151,7 @@ TEST(Batching, WritesOverTheTargetComeAfterTheGatheredDraws) {
         EXPECT_EQ(s.argb(x, y), want) << x << ", " << y;
 }
 
+// On one thread; with workers a full batch goes to them (the sequence test above).
 TEST(Batching, ALargeBatchLandsWithoutBeingAsked) {
     Scene s(kW, kH);
     s.dev->beginScene();
