@@ -13,7 +13,9 @@
 // lock, blit, flip or pixel read). At a flush the workers transform and set
 // up runs of draws (a large draw in parts) side by side, each into bins of
 // its own, then draw the tiles, each tile reading the bins in submission
-// order. Pictures are the same as drawing each call at once.
+// order. A batch that fills up goes to the workers alone while the next one
+// gathers; any other flush lands both. Pictures are the same as drawing each
+// call at once.
 #pragma once
 
 #include <atomic>
