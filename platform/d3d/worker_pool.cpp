@@ -67,17 +67,21 @@ void WorkerPool::run(int jobs, const std::function<void(int)>& fn) {
         for (int j = 0; j < jobs; ++j) fn(j);
         return;
     }
+    hand_out(jobs, &fn);
+    join();
+}
+
+void WorkerPool::hand_out(int jobs, const std::function<void(int)>* fn) {
     {
         std::lock_guard lock(mutex_);
-        fn_ = &fn;
+        fn_ = fn;
         jobs_ = jobs;
         next_.store(0, std::memory_order_relaxed);
         busy_ = static_cast<int>(workers_.size());
         error_ = nullptr;
-        ++round_;
+        if (!workers_.empty()) ++round_;
     }
     wake_.notify_all();
-    join();
 }
 
 void WorkerPool::join() {
@@ -97,16 +101,7 @@ void WorkerPool::start(int jobs, std::function<void(int)> fn) {
     if (jobs <= 0) return;
     started_fn_ = std::move(fn);
     started_ = true;
-    {
-        std::lock_guard lock(mutex_);
-        fn_ = &started_fn_;
-        jobs_ = jobs;
-        next_.store(0, std::memory_order_relaxed);
-        busy_ = static_cast<int>(workers_.size());
-        error_ = nullptr;
-        if (!workers_.empty()) ++round_;
-    }
-    wake_.notify_all();
+    hand_out(jobs, &started_fn_);
 }
 
 void WorkerPool::finish() {

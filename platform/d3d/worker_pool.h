@@ -37,6 +37,7 @@ public:
 private:
     void work_loop();
     void take_jobs() noexcept;
+    void hand_out(int jobs, const std::function<void(int)>* fn);  // wakes the workers
     void join();
 
     std::vector<std::thread> workers_;
