@@ -172,7 +172,7 @@ void VertexStage::light_vertex(const float p[3], const float n[3], const float* 
     float diffuse[3] = {0, 0, 0}, specular[3] = {0, 0, 0};
     const bool has_normal = dot3(n, n) > 0;
     float view[3] = {-p[0], -p[1], -p[2]};
-    normalize3(view);
+    if (has_normal && specular_) normalize3(view);  // only the specular half-vector reads it
     for (const Light& l : lights_) {
         float L[3];
         float att = 1;
@@ -235,8 +235,7 @@ void VertexStage::run(const std::byte* vertices, std::size_t first, std::size_t 
         std::int32_t words[8];
         std::memcpy(words, f, 32);
         ClipVertex& v = out[i];
-        v.a.fill(0);
-        v.a[kFog] = 1;
+        v.a[kFog] = 1;  // every path below sets each other attribute
 
         if (fvf_ == dx::D3DFVF_TLVERTEX) {
             const float rhw = f[3];
@@ -282,6 +281,7 @@ void VertexStage::run(const std::byte* vertices, std::size_t first, std::size_t 
                     light_vertex(cam, n, nullptr, nullptr, v.a.data());
                 } else {
                     v.a[kDiffR] = v.a[kDiffG] = v.a[kDiffB] = v.a[kDiffA] = 1;  // no colour in the vertex: white
+                    v.a[kSpecR] = v.a[kSpecG] = v.a[kSpecB] = 0;
                 }
             } else {  // LVERTEX
                 if (lighting_) {
