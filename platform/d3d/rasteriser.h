@@ -64,8 +64,8 @@ public:
 
     static constexpr int kTileSize = 64;
     // A batch is drawn once it holds this many primitives, vertices or draws.
-    static constexpr std::size_t kBatchPrimitives = 1 << 16;
-    static constexpr std::size_t kBatchVertices = 1 << 17;
+    static constexpr std::size_t kBatchPrimitives = 1 << 14;
+    static constexpr std::size_t kBatchVertices = 1 << 15;
     static constexpr std::size_t kBatchDraws = 4096;
 
 private:
