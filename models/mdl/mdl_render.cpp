@@ -110,7 +110,7 @@ void cTarko_MDLfile::render_studio() {
 
         for (const tarko::mdl::DrawMesh& mesh : model.DrawMeshes) {
             const std::size_t count = mesh.Indices.size();
-            vertices_.resize(count);
+            if (vertices_.size() < count) vertices_.resize(count);  // grown once, never cleared again
             for (std::size_t i = 0; i < count; ++i) {
                 D3DLVERTEX& v = vertices_[i];
                 const auto index = static_cast<std::size_t>(mesh.Indices[i]);
@@ -145,7 +145,7 @@ void cTarko_MDLfile::render_studio() {
                 world_changed = false;
             }
             next([&] {
-                dev.drawPrimitive(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_LVERTEX, std::span(vertices_),
+                dev.drawPrimitive(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_LVERTEX, std::span(vertices_.data(), count),
                                   static_cast<Long>(count), 0);
             });
             next([&] { dev.setTexture(0, {}); });
@@ -154,8 +154,8 @@ void cTarko_MDLfile::render_studio() {
                 next([&] { dev.setTransform(dx::D3DTRANSFORMSTATE_WORLD, shadow); });
                 world_changed = true;
                 next([&] {
-                    dev.drawPrimitive(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_LVERTEX, std::span(vertices_),
-                                      static_cast<Long>(count), 0);
+                    dev.drawPrimitive(dx::D3DPT_TRIANGLELIST, dx::D3DFVF_LVERTEX,
+                                      std::span(vertices_.data(), count), static_cast<Long>(count), 0);
                 });
             }
         }
