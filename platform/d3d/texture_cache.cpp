@@ -37,16 +37,22 @@ std::shared_ptr<const Texture> convert_texture(const DirectDrawSurface7& s, bool
 
 std::shared_ptr<const Texture> TextureCache::get(const std::shared_ptr<DirectDrawSurface7>& surface, bool keyed) {
     if (!surface) return nullptr;
+    // expired() tells a surface gone (and another made at its address) apart.
+    if (surface.get() == last_ && last_entry_->generation == surface->generation() && last_entry_->keyed == keyed &&
+        !last_entry_->surface.expired())
+        return last_entry_->texture;
     auto it = entries_.find(surface.get());
     if (it != entries_.end() && it->second.surface.lock() == surface &&
-        it->second.generation == surface->generation() && it->second.keyed == keyed)
+        it->second.generation == surface->generation() && it->second.keyed == keyed) {
+        last_ = surface.get(), last_entry_ = &it->second;
         return it->second.texture;
+    }
     if (entries_.size() > 512)
         std::erase_if(entries_, [](const auto& kv) { return kv.second.surface.expired(); });
-    Entry e{surface, surface->generation(), keyed, convert_texture(*surface, keyed)};
-    auto tex = e.texture;
-    entries_[surface.get()] = std::move(e);
-    return tex;
+    Entry& e = entries_[surface.get()];
+    e = Entry{surface, surface->generation(), keyed, convert_texture(*surface, keyed)};
+    last_ = surface.get(), last_entry_ = &e;
+    return e.texture;
 }
 
 }  // namespace tarko::platform::d3d

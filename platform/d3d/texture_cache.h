@@ -25,6 +25,9 @@ private:
         std::shared_ptr<const Texture> texture;
     };
     std::unordered_map<const DirectDrawSurface7*, Entry> entries_;
+    // The last surface asked for: draws mostly ask for the one before again.
+    const DirectDrawSurface7* last_ = nullptr;
+    const Entry* last_entry_ = nullptr;
 };
 
 // Conversion of one surface (for the cache and for tests).
