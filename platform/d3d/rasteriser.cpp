@@ -180,6 +180,10 @@ void setup(const SetupParams& sp, const ClipVertex& v0, const ClipVertex& v1, co
     const __m128d D1x = _mm_set1_pd(d1x), D1y = _mm_set1_pd(d1y), D2x = _mm_set1_pd(d2x), D2y = _mm_set1_pd(d2y);
     const __m128d Inv = _mm_set1_pd(inv_area);
     for (int p = 0; p < kPlaneCount; p += 2) {
+        if (p >= kPlaneU && !used[p] && !used[p + 1]) {
+            t.p[p] = t.p[p + 1] = Plane{0, 0, 0};
+            continue;
+        }
         const __m128d f0 = _mm_set_pd(value(0, p + 1), value(0, p));
         const __m128d df1 = _mm_sub_pd(_mm_set_pd(value(1, p + 1), value(1, p)), f0);
         const __m128d df2 = _mm_sub_pd(_mm_set_pd(value(2, p + 1), value(2, p)), f0);
