@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "engine/tarko_dx7.h"
+#include "host_options.h"
 #include "models/md2/md2_writer.h"
 #include "models/mdl/cTarko_MDLfile.h"
 #include "models/mdl/mdl_writer.h"
@@ -86,51 +87,37 @@ void draw_floor(tarko_DX7& engine, float half, float y) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    bool headless = false, frames_given = false;
-    int frames = 60, width = 640, height = 480, count = 49;
-    std::string out;
-    for (int i = 1; i < argc; ++i) {
-        const std::string a = argv[i];
-        const auto value = [&]() -> std::string {
-            if (i + 1 >= argc) {
-                std::fprintf(stderr, "tarko_actors: %s needs a value\n", a.c_str());
-                std::exit(2);
-            }
-            return argv[++i];
-        };
-        if (a == "--headless") headless = true;
-        else if (a == "--frames") frames = std::atoi(value().c_str()), frames_given = true;
-        else if (a == "--out") out = value();
-        else if (a == "--width") width = std::atoi(value().c_str());
-        else if (a == "--height") height = std::atoi(value().c_str());
-        else if (a == "--count") count = std::atoi(value().c_str());
-        else if (a == "--write-sample") {
-            return write_samples(value()) ? 0 : 1;
-        } else {
-            std::fprintf(stderr,
-                         "usage: tarko_actors [--headless] [--frames N] [--out DIR] [--width W] [--height H] [--count N]\n"
-                         "       tarko_actors --write-sample DIR\n");
-            return 2;
-        }
-    }
-    if (width <= 0 || height <= 0 || frames < 0 || count < 1 || count > 4000) {
-        std::fprintf(stderr, "tarko_actors: positive sizes and 1 to 4000 actors are needed\n");
+    examples::HostOptions o;
+    o.frames = 60;
+    int count = 49;
+    examples::parse_host_options(
+        argc, argv, o,
+        "usage: tarko_actors [--headless] [--frames N] [--out DIR] [--width W] [--height H] [--count N]\n"
+        "       tarko_actors --write-sample DIR",
+        [&](const std::string& a, const examples::NextValue& value) {
+            if (a == "--count") count = std::atoi(value().c_str());
+            else if (a == "--write-sample") std::exit(write_samples(value()) ? 0 : 1);
+            else return false;
+            return true;
+        });
+    if (count < 1 || count > 4000) {
+        std::fprintf(stderr, "tarko_actors: 1 to 4000 actors are needed\n");
         return 2;
     }
 
     // The model files the actors load, beside the pictures or in the temporary folder.
     const std::filesystem::path model_dir =
-        out.empty() ? std::filesystem::temp_directory_path() / "tarko_actors" : std::filesystem::path(out);
+        o.out.empty() ? std::filesystem::temp_directory_path() / "tarko_actors" : std::filesystem::path(o.out);
     if (!write_samples(model_dir)) {
         std::fprintf(stderr, "tarko_actors: cannot write into %s\n", model_dir.string().c_str());
         return 1;
     }
     const std::string model = (model_dir / "walker.mdl").string();
 
-    const bool windowed = !headless && platform::display_available();
-    const bool until_closed = windowed && !frames_given;
-    const tarko::Long hwnd = windowed ? platform::create_sdl_window("Tarko actors", width, height)
-                                      : platform::create_headless_window(width, height);
+    const bool windowed = !o.headless && platform::display_available();
+    const bool until_closed = windowed && !o.frames_given;
+    const tarko::Long hwnd = windowed ? platform::create_sdl_window("Tarko actors", o.width, o.height)
+                                      : platform::create_headless_window(o.width, o.height);
     tarko_DX7 engine;
     try {
         engine.Initialize_Windowed(hwnd);
@@ -170,8 +157,8 @@ int main(int argc, char** argv) {
         D3DMATERIAL7 shadow_material;
         shadow_material.ambient = {1, 1, 1, 1};
         const auto window = platform::windows().get(hwnd);
-        if (!out.empty()) std::filesystem::create_directories(out);
-        for (int frame = 0; until_closed || frame < frames; ++frame) {
+        if (!o.out.empty()) std::filesystem::create_directories(o.out);
+        for (int frame = 0; until_closed || frame < o.frames; ++frame) {
             if (!platform::pump_events()) break;
             const float turn = 0.4f + static_cast<float>(frame) * 0.004f;
             const float d = half * 1.6f;
@@ -199,10 +186,10 @@ int main(int argc, char** argv) {
             }
             engine.D3D_DEV->endScene();
             engine.FLIPP(hwnd);
-            if (!out.empty() && (frame % 30 == 0 || (!until_closed && frame + 1 == frames))) {
+            if (!o.out.empty() && (frame % 30 == 0 || (!until_closed && frame + 1 == o.frames))) {
                 char name[32];
                 std::snprintf(name, sizeof name, "/frame_%04d.png", frame);
-                platform::write_png(window->frame(), out + name);
+                platform::write_png(window->frame(), o.out + name);
             }
         }
         actors.clear();

@@ -31,51 +31,6 @@
 
 namespace {
 
-struct Options {
-    bool headless = false;
-    int frames = 120;
-    bool frames_given = false;
-    int width = 640;
-    int height = 480;
-    std::string out;
-    bool dialog = false;
-    std::string dialog_script;
-};
-
-Options parse(int argc, char** argv) {
-    Options o;
-    for (int i = 1; i < argc; ++i) {
-        const std::string a = argv[i];
-        auto value = [&](const char* name) -> std::string {
-            if (i + 1 >= argc) {
-                std::fprintf(stderr, "%s needs a value\n", name);
-                std::exit(2);
-            }
-            return argv[++i];
-        };
-        if (a == "--headless") o.headless = true;
-        else if (a == "--frames") o.frames = std::atoi(value("--frames").c_str()), o.frames_given = true;
-        else if (a == "--out") o.out = value("--out");
-        else if (a == "--width") o.width = std::atoi(value("--width").c_str());
-        else if (a == "--height") o.height = std::atoi(value("--height").c_str());
-        else if (a.rfind("--dialog", 0) == 0 && (a.size() == 8 || a[8] == '='))
-            o.dialog = true, o.dialog_script = a.size() > 8 ? a.substr(9) : "";
-        else if (a == "--help" || a == "-h") {
-            std::printf("usage: tarko_demo [--scene landscape|room] [--headless] [--frames N] [--out DIR] [--width W] [--height H] "
-                        "[--dialog[=SCRIPT]]\n");
-            std::exit(0);
-        } else {
-            std::fprintf(stderr, "unknown argument: %s\n", a.c_str());
-            std::exit(2);
-        }
-    }
-    if (o.width <= 0 || o.height <= 0 || o.frames < 0) {
-        std::fprintf(stderr, "sizes and frame count must be positive\n");
-        std::exit(2);
-    }
-    return o;
-}
-
 // ---- procedural textures
 
 using landscape::noise;
@@ -278,7 +233,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "unknown scene: %s (landscape or room)\n", scene.c_str());
         return 2;
     }
-    const Options options = parse(argc, argv);
+    const landscape::Options options = landscape::parse_options(argc, argv, "tarko_demo");
     namespace platform = tarko::platform;
 
     const bool windowed = !options.headless && platform::display_available();

@@ -16,55 +16,6 @@ namespace landscape {
 
 namespace {
 
-struct Options {
-    bool headless = false;
-    int frames = 120;
-    bool frames_given = false;
-    int width = 640;
-    int height = 480;
-    std::string out;
-    bool dialog = false;
-    std::string dialog_script;
-};
-
-bool parse(int argc, char** argv, const char* program, Options& o) {
-    for (int i = 1; i < argc; ++i) {
-        const std::string a = argv[i];
-        auto value = [&](const char* name, std::string& into) {
-            if (i + 1 >= argc) {
-                std::fprintf(stderr, "%s needs a value\n", name);
-                return false;
-            }
-            into = argv[++i];
-            return true;
-        };
-        std::string v;
-        if (a == "--headless") o.headless = true;
-        else if (a == "--frames" && value("--frames", v)) o.frames = std::atoi(v.c_str()), o.frames_given = true;
-        else if (a == "--out" && value("--out", v)) o.out = v;
-        else if (a == "--width" && value("--width", v)) o.width = std::atoi(v.c_str());
-        else if (a == "--height" && value("--height", v)) o.height = std::atoi(v.c_str());
-        else if (a.rfind("--dialog", 0) == 0 && (a.size() == 8 || a[8] == '='))
-            o.dialog = true, o.dialog_script = a.size() > 8 ? a.substr(9) : "";
-        else if (a == "--help" || a == "-h") {
-            const bool demo = std::strcmp(program, "tarko_demo") == 0;   // the demo also has the room
-            std::printf("usage: %s%s [--headless] [--frames N] [--out DIR] [--width W] [--height H] "
-                        "[--dialog[=SCRIPT]]\n", program, demo ? " [--scene landscape|room]" : "");
-            std::exit(0);
-        } else {
-            if (a != "--frames" && a != "--out" && a != "--width" && a != "--height")
-                std::fprintf(stderr, "unknown argument: %s\n", a.c_str());
-            return false;
-        }
-    }
-    if (o.width <= 0 || o.height <= 0 || o.frames < 0) {
-        std::fprintf(stderr, "sizes and frame count must be positive\n");
-        return false;
-    }
-    return true;
-}
-
-
 void write_frame(const tarko::platform::Window& window, const std::string& dir, int n) {
     char name[64];
     std::snprintf(name, sizeof name, "/frame_%04d.png", n);
@@ -159,9 +110,25 @@ void start_engine(tarko_DX7& engine, tarko::Long hwnd, bool windowed, bool dialo
     engine.INIT_ShowDialog(hwnd);
 }
 
+Options parse_options(int argc, char** argv, const char* program) {
+    const bool demo = std::strcmp(program, "tarko_demo") == 0;  // the demo also has the room
+    const std::string usage = std::string("usage: ") + program + (demo ? " [--scene landscape|room]" : "") +
+                              " [--headless] [--frames N] [--out DIR] [--width W] [--height H] [--dialog[=SCRIPT]]";
+    Options o;
+    examples::parse_host_options(argc, argv, o, usage.c_str(), [&](const std::string& a, const examples::NextValue&) {
+        if (a.rfind("--dialog", 0) == 0 && (a.size() == 8 || a[8] == '=')) {
+            o.dialog = true, o.dialog_script = a.size() > 8 ? a.substr(9) : "";
+            return true;
+        }
+        if (a != "--help" && a != "-h") return false;
+        std::printf("%s\n", usage.c_str());
+        std::exit(0);
+    });
+    return o;
+}
+
 int run(int argc, char** argv, const char* program) {
-    Options options;
-    if (!parse(argc, argv, program, options)) return 2;
+    const Options options = parse_options(argc, argv, program);
     namespace platform = tarko::platform;
 
     const bool windowed = !options.headless && platform::display_available();

@@ -7,7 +7,18 @@
 
 #include <tarko/tarko.h>
 
+#include "host_options.h"
+
 namespace landscape {
+
+// The shared host options and the device dialog's: --dialog[=SCRIPT].
+struct Options : examples::HostOptions {
+    bool dialog = false;
+    std::string dialog_script;
+};
+// Reads them for `program` ("tarko_demo" also names --scene); --help prints
+// the usage and exits with 0, bad arguments exit with 2.
+Options parse_options(int argc, char** argv, const char* program);
 
 // Starts the engine on the window: windowed on the desktop's mode, or, with
 // `dialog`, on what the device dialog picks (`script` picks unattended; with

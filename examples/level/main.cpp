@@ -14,45 +14,10 @@
 
 #include <tarko/tarko.h>
 
+#include "host_options.h"
 #include "level.h"
 
 namespace {
-
-struct Options {
-    bool headless = false;
-    int frames = 120;
-    bool frames_given = false;
-    int width = 640, height = 480;
-    std::string out;
-};
-
-Options parse(int argc, char** argv) {
-    Options o;
-    for (int i = 1; i < argc; ++i) {
-        const std::string a = argv[i];
-        auto value = [&]() -> std::string {
-            if (i + 1 >= argc) {
-                std::fprintf(stderr, "%s needs a value\n", a.c_str());
-                std::exit(2);
-            }
-            return argv[++i];
-        };
-        if (a == "--headless") o.headless = true;
-        else if (a == "--frames") o.frames = std::atoi(value().c_str()), o.frames_given = true;
-        else if (a == "--out") o.out = value();
-        else if (a == "--width") o.width = std::atoi(value().c_str());
-        else if (a == "--height") o.height = std::atoi(value().c_str());
-        else {
-            std::fprintf(stderr, "usage: tarko_level [--headless] [--frames N] [--out DIR] [--width W] [--height H]\n");
-            std::exit(2);
-        }
-    }
-    if (o.width <= 0 || o.height <= 0 || o.frames < 0) {
-        std::fprintf(stderr, "sizes and frame count must be positive\n");
-        std::exit(2);
-    }
-    return o;
-}
 
 // Keys and mouse, the walk held back by the walls as in the scripted run.
 bool steer(tarko_DX7& engine, level::Level& room) {
@@ -71,7 +36,9 @@ bool steer(tarko_DX7& engine, level::Level& room) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const Options options = parse(argc, argv);
+    examples::HostOptions options;
+    examples::parse_host_options(argc, argv, options,
+                                 "usage: tarko_level [--headless] [--frames N] [--out DIR] [--width W] [--height H]");
     namespace platform = tarko::platform;
     const bool windowed = !options.headless && platform::display_available();
     const bool until_escape = windowed && !options.frames_given;

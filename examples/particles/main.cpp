@@ -1,7 +1,7 @@
 // Particles: the six emitter styles side by side over a floor, with rain and
 // a flash, in a window or off screen, writing PNG frames.
 //
-//   tarko_particles_example [--headless] [--frames N] [--out DIR] [--rain] [--flash-at N]
+//   tarko_particles_example [--headless] [--frames N] [--out DIR] [--width W] [--height H] [--rain] [--flash-at N]
 //
 // In a window: R switches the rain, F flashes white, Escape or closing ends.
 // Headless it draws --frames N (default 120) frames; --rain starts with rain
@@ -13,43 +13,31 @@
 #include <string>
 
 #include "engine/tarko_dx7.h"
+#include "host_options.h"
 #include "particle_scene.h"
 #include "platform/window.h"
 #include "runtime/errors.h"
 
 int main(int argc, char** argv) {
     namespace platform = tarko::platform;
-    std::string out;
-    bool headless = false, frames_given = false, rain = false;
-    int frames = 120, flash_at = -1;
-    for (int i = 1; i < argc; ++i) {
-        const std::string a = argv[i];
-        auto value = [&]() -> int {
-            if (i + 1 >= argc) {
-                std::fprintf(stderr, "%s needs a value\n", a.c_str());
-                std::exit(2);
-            }
-            return std::atoi(argv[++i]);
-        };
-        if (a == "--headless") headless = true;
-        else if (a == "--frames") frames = value(), frames_given = true;
-        else if (a == "--flash-at") flash_at = value();
-        else if (a == "--rain") rain = true;
-        else if (a == "--out" && i + 1 < argc) out = argv[++i];
-        else {
-            std::fprintf(stderr, "usage: tarko_particles_example [--headless] [--frames N] [--out DIR] [--rain] [--flash-at N]\n");
-            return 2;
-        }
-    }
-    if (frames < 0) {
-        std::fprintf(stderr, "tarko_particles_example: --frames must not be negative\n");
-        return 2;
-    }
-    const bool windowed = !headless && platform::display_available();
-    const bool until_closed = windowed && !frames_given;
-    const tarko::Long hwnd = windowed ? platform::create_sdl_window("Tarko particles", 640, 480)
-                                      : platform::create_headless_window(640, 480);
-    const std::filesystem::path work = out.empty() ? std::filesystem::temp_directory_path() : std::filesystem::path(out);
+    examples::HostOptions o;
+    bool rain = false;
+    int flash_at = -1;
+    examples::parse_host_options(
+        argc, argv, o,
+        "usage: tarko_particles_example [--headless] [--frames N] [--out DIR] [--width W] [--height H] [--rain] "
+        "[--flash-at N]",
+        [&](const std::string& a, const examples::NextValue& value) {
+            if (a == "--rain") rain = true;
+            else if (a == "--flash-at") flash_at = std::atoi(value().c_str());
+            else return false;
+            return true;
+        });
+    const bool windowed = !o.headless && platform::display_available();
+    const bool until_closed = windowed && !o.frames_given;
+    const tarko::Long hwnd = windowed ? platform::create_sdl_window("Tarko particles", o.width, o.height)
+                                      : platform::create_headless_window(o.width, o.height);
+    const std::filesystem::path work = o.out.empty() ? std::filesystem::temp_directory_path() : std::filesystem::path(o.out);
     std::filesystem::create_directories(work);
     tarko_DX7 engine;
     try {
@@ -63,7 +51,7 @@ int main(int argc, char** argv) {
         scene.start(engine, work);
         const auto window = platform::windows().get(hwnd);
         bool r_was_down = false;
-        for (int frame = 0; until_closed || frame < frames; ++frame) {
+        for (int frame = 0; until_closed || frame < o.frames; ++frame) {
             if (!platform::pump_events()) break;
             bool flash = frame == flash_at;
             if (windowed && engine.Dinput_isINIT) {
@@ -75,10 +63,10 @@ int main(int argc, char** argv) {
             }
             scene.draw(engine, rain, flash ? 0xFFFFFF : 0);
             engine.FLIPP(hwnd);
-            if (!out.empty() && (frame % 30 == 0 || flash || (!until_closed && frame + 1 == frames))) {
+            if (!o.out.empty() && (frame % 30 == 0 || flash || (!until_closed && frame + 1 == o.frames))) {
                 char name[32];
                 std::snprintf(name, sizeof name, "/frame_%04d.png", frame);
-                platform::write_png(window->frame(), out + name);
+                platform::write_png(window->frame(), o.out + name);
             }
         }
         engine.FreeDX(hwnd);
@@ -86,6 +74,6 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "engine error %d: %s\n", e.number(), e.what());
         return 1;
     }
-    if (!out.empty()) std::printf("frames written to %s\n", out.c_str());
+    if (!o.out.empty()) std::printf("frames written to %s\n", o.out.c_str());
     return 0;
 }

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "engine/tarko_dx7.h"
+#include "host_options.h"
 #include "models/x/cTarko_Xfile.h"
 #include "models/x/mesh_builder.h"
 #include "models/x/x_file.h"
@@ -113,33 +114,20 @@ int write_sample(const std::filesystem::path& dir) {
 
 int main(int argc, char** argv) {
     namespace platform = tarko::platform;
-    std::string file, out;
-    bool headless = false, frames_given = false;
-    int frames = 120, width = 640, height = 480;
-    for (int i = 1; i < argc; ++i) {
-        const std::string a = argv[i];
-        auto value = [&]() -> std::string {
-            if (i + 1 >= argc) {
-                std::fprintf(stderr, "%s needs a value\n", a.c_str());
-                std::exit(2);
-            }
-            return argv[++i];
-        };
-        if (a == "--write-sample") return write_sample(value());
-        if (a == "--headless") headless = true;
-        else if (a == "--frames") frames = std::atoi(value().c_str()), frames_given = true;
-        else if (a == "--out") out = value();
-        else if (a == "--width") width = std::atoi(value().c_str());
-        else if (a == "--height") height = std::atoi(value().c_str());
-        else if (!a.empty() && a[0] != '-' && file.empty()) file = a;
-        else {
-            std::fprintf(stderr, "usage: tarko_x_viewer FILE.x [--headless] [--frames N] [--out DIR] [--width W] [--height H]\n"
-                                 "       tarko_x_viewer --write-sample DIR\n");
-            return 2;
-        }
-    }
-    if (file.empty() || width <= 0 || height <= 0 || frames < 0) {
-        std::fprintf(stderr, "tarko_x_viewer: a model file and positive sizes are needed\n");
+    examples::HostOptions o;
+    std::string file;
+    examples::parse_host_options(
+        argc, argv, o,
+        "usage: tarko_x_viewer FILE.x [--headless] [--frames N] [--out DIR] [--width W] [--height H]\n"
+        "       tarko_x_viewer --write-sample DIR",
+        [&](const std::string& a, const examples::NextValue& value) {
+            if (a == "--write-sample") std::exit(write_sample(value()));
+            if (a.empty() || a[0] == '-' || !file.empty()) return false;
+            file = a;
+            return true;
+        });
+    if (file.empty()) {
+        std::fprintf(stderr, "tarko_x_viewer: a model file is needed\n");
         return 2;
     }
 
@@ -153,11 +141,11 @@ int main(int argc, char** argv) {
         return 1;
     }
 
-    const bool windowed = !headless && platform::display_available();
-    const bool until_closed = windowed && !frames_given;
-    const tarko::Long hwnd = windowed ? platform::create_sdl_window("Tarko X viewer", width, height)
-                                      : platform::create_headless_window(width, height);
-    if (!out.empty()) std::filesystem::create_directories(out);
+    const bool windowed = !o.headless && platform::display_available();
+    const bool until_closed = windowed && !o.frames_given;
+    const tarko::Long hwnd = windowed ? platform::create_sdl_window("Tarko X viewer", o.width, o.height)
+                                      : platform::create_headless_window(o.width, o.height);
+    if (!o.out.empty()) std::filesystem::create_directories(o.out);
     tarko_DX7 engine;
     try {
         engine.Initialize_Windowed(hwnd);
@@ -178,7 +166,7 @@ int main(int argc, char** argv) {
                          D3DVECTOR{0.3f, -0.8f, 0.5f});
         engine.device_CLEAR_COLOR = 0x202030;
         const auto window = platform::windows().get(hwnd);
-        for (int frame = 0; until_closed || frame < frames; ++frame) {
+        for (int frame = 0; until_closed || frame < o.frames; ++frame) {
             if (!platform::pump_events()) break;
             const float turn = static_cast<float>(frame) * 0.05f;
             engine.SET_camera_DirectioN(D3DVECTOR{c.x + d * std::sin(turn) * 0.9f, c.y + d * 0.42f, c.z - d * std::cos(turn) * 0.9f}, c);
@@ -189,10 +177,10 @@ int main(int argc, char** argv) {
             model.Render(engine);
             engine.D3D_DEV->endScene();
             engine.FLIPP(hwnd);
-            if (!out.empty() && (frame % 30 == 0 || (!until_closed && frame + 1 == frames))) {
+            if (!o.out.empty() && (frame % 30 == 0 || (!until_closed && frame + 1 == o.frames))) {
                 char name[32];
                 std::snprintf(name, sizeof name, "/frame_%04d.png", frame);
-                platform::write_png(window->frame(), out + name);
+                platform::write_png(window->frame(), o.out + name);
             }
         }
         engine.FreeDX(hwnd);
@@ -200,6 +188,6 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "engine error %d: %s\n", e.number(), e.what());
         return 1;
     }
-    if (!out.empty()) std::printf("frames written to %s\n", out.c_str());
+    if (!o.out.empty()) std::printf("frames written to %s\n", o.out.c_str());
     return 0;
 }
