@@ -27,6 +27,7 @@
 
 #include <tarko/tarko.h>
 
+#include "host_textures.h"
 #include "landscape/landscape_app.h"
 
 namespace {
@@ -35,31 +36,8 @@ namespace {
 
 using landscape::noise;
 
-std::uint32_t rgb(float r, float g, float b) {
-    auto c = [](float v) { return static_cast<std::uint32_t>(std::clamp(v, 0.0f, 255.0f)); };
-    return 0xFF000000u | (c(r) << 16) | (c(g) << 8) | c(b);
-}
-
-using Pattern = std::function<std::uint32_t(int x, int y)>;
-
-// A texture surface in the device's first texture format, filled texel by texel.
-tarko::Ref<DirectDrawSurface7> make_texture(tarko_DX7& engine, int size, const Pattern& pattern) {
-    DDPIXELFORMAT pf;
-    engine.D3D_DEV->getTextureFormatsEnum()->getItem(1, pf);
-    DDSURFACEDESC2 desc;
-    desc.lFlags = dx::DDSD_CAPS | dx::DDSD_WIDTH | dx::DDSD_HEIGHT | dx::DDSD_PIXELFORMAT;
-    desc.ddsCaps.lCaps = dx::DDSCAPS_TEXTURE;
-    desc.lWidth = desc.lHeight = size;
-    desc.ddpfPixelFormat = pf;
-    auto texture = engine.ddraw->createSurface(desc);
-    const tarko::platform::PixelFormat format(pf);
-    texture->lock(RECT{}, desc, 0, 0);
-    for (int y = 0; y < size; ++y)
-        for (int x = 0; x < size; ++x)
-            texture->setLockedPixel(x, y, static_cast<tarko::Long>(format.from_argb(pattern(x, y))));
-    texture->unlock(RECT{});
-    return texture;
-}
+using examples::make_texture;
+using examples::rgb;
 
 // Bricks 32 x 16 texels, every other row shifted by half a brick, in mortar.
 std::uint32_t brick(int x, int y) {

@@ -2,6 +2,7 @@
 // them, and the camera kept on the ground by the altitude queries.
 #include "landscape_scene.h"
 
+#include "host_textures.h"
 #include "landscape_app.h"
 
 #include <algorithm>
@@ -36,10 +37,7 @@ float smooth_noise(float x, float y, float cell, int seed) {
     return top + (bottom - top) * sy;
 }
 
-std::uint32_t rgb(float r, float g, float b) {
-    auto c = [](float v) { return static_cast<std::uint32_t>(std::clamp(v, 0.0f, 255.0f)); };
-    return (c(r) << 16) | (c(g) << 8) | c(b);
-}
+using examples::rgb;
 
 float mix(float a, float b, float t) { return a + (b - a) * std::clamp(t, 0.0f, 1.0f); }
 
@@ -96,37 +94,16 @@ std::uint32_t sky_colour(int x, int y) {
 // A 64 x 64 tree with alpha in the device's first texture format that has
 // alpha (the billboard alpha test drops alpha below 8).
 tarko::Ref<DirectDrawSurface7> make_tree(tarko_DX7& engine) {
-    auto formats = engine.D3D_DEV->getTextureFormatsEnum();
-    DDPIXELFORMAT pf, chosen;
-    for (tarko::Long i = 1; i <= formats->getCount(); ++i) {
-        formats->getItem(i, pf);
-        if ((pf.lFlags & dx::DDPF_ALPHAPIXELS) && pf.lRGBBitCount == 32) {
-            chosen = pf;
-            break;
+    const DDPIXELFORMAT format = examples::alpha_texture_format(engine);
+    return examples::make_texture(engine, 64, [](int x, int y) -> std::uint32_t {
+        const float cx = std::fabs(x - 31.5f);
+        if (y >= 52 && cx < 3.5f) return rgb(95, 65, 35);  // trunk
+        if (y < 54 && cx < (y + 2) * 0.52f) {                // canopy
+            const float n = 0.75f + 0.35f * noise(x / 3, y / 3) - 0.2f * (x > 32 ? 1 : 0);
+            return rgb(35 * n, 105 * n, 40 * n);
         }
-        if (i == 1) chosen = pf;
-    }
-    DDSURFACEDESC2 desc;
-    desc.lFlags = dx::DDSD_CAPS | dx::DDSD_WIDTH | dx::DDSD_HEIGHT | dx::DDSD_PIXELFORMAT;
-    desc.ddsCaps.lCaps = dx::DDSCAPS_TEXTURE;
-    desc.lWidth = desc.lHeight = 64;
-    desc.ddpfPixelFormat = chosen;
-    auto texture = engine.ddraw->createSurface(desc);
-    const tarko::platform::PixelFormat format(chosen);
-    texture->lock(RECT{}, desc, 0, 0);
-    for (int y = 0; y < 64; ++y)
-        for (int x = 0; x < 64; ++x) {
-            std::uint32_t argb = 0;
-            const float cx = std::fabs(x - 31.5f);
-            if (y >= 52 && cx < 3.5f) argb = 0xFF000000u | rgb(95, 65, 35);              // trunk
-            else if (y < 54 && cx < (y + 2) * 0.52f) {                                    // canopy
-                const float n = 0.75f + 0.35f * noise(x / 3, y / 3) - 0.2f * (x > 32 ? 1 : 0);
-                argb = 0xFF000000u | rgb(35 * n, 105 * n, 40 * n);
-            }
-            texture->setLockedPixel(x, y, static_cast<tarko::Long>(format.from_argb(argb)));
-        }
-    texture->unlock(RECT{});
-    return texture;
+        return 0;
+    }, &format);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 
 #include "engine/tarko_dx7.h"
 #include "geometry/geometry_enums.h"
+#include "host_textures.h"
 #include "platform/constants.h"
 #include "platform/pixel_format.h"
 
@@ -27,29 +28,8 @@ inline constexpr double kWallReach = 10;   // how near the eye may come to a wal
 inline constexpr int kWalkFrames = 90;     // scripted: walk north this long, then look round
 inline constexpr std::uint32_t kClearColour = 0x203040;
 
-inline std::uint32_t rgb(double r, double g, double b) {
-    auto c = [](double v) { return static_cast<std::uint32_t>(v < 0 ? 0 : (v > 255 ? 255 : v)); };
-    return 0xFF000000u | (c(r) << 16) | (c(g) << 8) | c(b);
-}
-
-// A 64 x 64 texture in the device's first texture format, texel by texel.
-inline tarko::Ref<DirectDrawSurface7> make_texture(tarko_DX7& engine,
-                                                   const std::function<std::uint32_t(int, int)>& texel) {
-    DDPIXELFORMAT pf;
-    engine.D3D_DEV->getTextureFormatsEnum()->getItem(1, pf);
-    DDSURFACEDESC2 desc;
-    desc.lFlags = dx::DDSD_CAPS | dx::DDSD_WIDTH | dx::DDSD_HEIGHT | dx::DDSD_PIXELFORMAT;
-    desc.ddsCaps.lCaps = dx::DDSCAPS_TEXTURE;
-    desc.lWidth = desc.lHeight = 64;
-    desc.ddpfPixelFormat = pf;
-    auto texture = engine.ddraw->createSurface(desc);
-    const tarko::platform::PixelFormat format(pf);
-    texture->lock(RECT{}, desc, 0, 0);
-    for (int y = 0; y < 64; ++y)
-        for (int x = 0; x < 64; ++x) texture->setLockedPixel(x, y, static_cast<tarko::Long>(format.from_argb(texel(x, y))));
-    texture->unlock(RECT{});
-    return texture;
-}
+using examples::make_texture;
+using examples::rgb;
 
 // Red bricks in pale mortar (walls), grey flags (floor), plaster, wood.
 inline std::uint32_t brick(int x, int y) {
@@ -81,10 +61,10 @@ public:
         engine.CreateSphere(ball_, ball_vertices_, ball_indices_, ball_index_count_, 30, 12);
         engine.Make_PlaneSURF(rug_, D3DVECTOR{60, 0.5f, 40}, D3DVECTOR{240, 0.5f, 110}, 60, 90, 200, 1, 1);
 
-        brick_ = make_texture(engine, brick);
-        flags_ = make_texture(engine, flags);
-        plaster_ = make_texture(engine, plaster);
-        wood_ = make_texture(engine, wood);
+        brick_ = make_texture(engine, 64, brick);
+        flags_ = make_texture(engine, 64, flags);
+        plaster_ = make_texture(engine, 64, plaster);
+        wood_ = make_texture(engine, 64, wood);
         engine.ADD_light(D3DLIGHT_DIRECTIONAL, D3DVECTOR{0, 0, 0}, D3DCOLORVALUE{0, 0, 0, 0},
                          D3DCOLORVALUE{0.9f, 0.85f, 0.8f, 1}, 0, D3DVECTOR{0.3f, -1, 0.5f});
     }
