@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <functional>
 
-#include <tarko/tarko.h>
+#include "engine/tarko_dx7.h"
+#include "platform/constants.h"
+#include "platform/pixel_format.h"
 
 namespace examples {
 

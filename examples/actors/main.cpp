@@ -24,7 +24,7 @@
 #include <vector>
 
 #include "engine/tarko_dx7.h"
-#include "host_options.h"
+#include "examples/host_options.h"
 #include "models/md2/md2_writer.h"
 #include "models/mdl/cTarko_MDLfile.h"
 #include "models/mdl/mdl_writer.h"

@@ -27,7 +27,7 @@
 
 #include <tarko/tarko.h>
 
-#include "host_textures.h"
+#include "examples/host_textures.h"
 #include "landscape/landscape_app.h"
 
 namespace {

@@ -2,7 +2,7 @@
 // them, and the camera kept on the ground by the altitude queries.
 #include "landscape_scene.h"
 
-#include "host_textures.h"
+#include "examples/host_textures.h"
 #include "landscape_app.h"
 
 #include <algorithm>

@@ -11,7 +11,7 @@
 
 #include "engine/tarko_dx7.h"
 #include "geometry/geometry_enums.h"
-#include "host_textures.h"
+#include "examples/host_textures.h"
 #include "platform/constants.h"
 #include "platform/pixel_format.h"
 

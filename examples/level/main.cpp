@@ -14,7 +14,7 @@
 
 #include <tarko/tarko.h>
 
-#include "host_options.h"
+#include "examples/host_options.h"
 #include "level.h"
 
 namespace {

@@ -13,7 +13,7 @@
 #include <string>
 
 #include "engine/tarko_dx7.h"
-#include "host_options.h"
+#include "examples/host_options.h"
 #include "particle_scene.h"
 #include "platform/window.h"
 #include "runtime/errors.h"

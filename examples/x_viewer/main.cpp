@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "engine/tarko_dx7.h"
-#include "host_options.h"
+#include "examples/host_options.h"
 #include "models/x/cTarko_Xfile.h"
 #include "models/x/mesh_builder.h"
 #include "models/x/x_file.h"
