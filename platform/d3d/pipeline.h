@@ -139,10 +139,6 @@ struct DrawContext {
     using RasterFn = void (*)(const DrawContext&, const SetupTriangle&, int tile_x0, int tile_y0, int tile_x1,
                               int tile_y1);
     RasterFn raster = nullptr;
-    // For a triangle at most 8 pixels wide within its tile: where `raster`
-    // runs sixteen lanes, the eight-lane routine, which wastes fewer lanes on
-    // it; else `raster`. Both draw the same pixels.
-    RasterFn raster_narrow = nullptr;
 };
 
 // Plane equation of an interpolated value: v(x, y) = c + dx (x - ref_x) +

@@ -1,11 +1,14 @@
 // The pixel routines, compiled once per instruction set: the including file
 // defines TARKO_D3D_ISA (see simd.h) and gets select_raster in the namespace
-// of that name. Four pixels of a row (eight with AVX2) go through together;
-// the routine is instantiated per target format, depth format and texture
-// cascade, the rest are branches that stay the same for a whole draw. Block
+// of that name. A group of lanes (four, eight or sixteen) goes through
+// together: a run of a row, or for a small triangle a block of four columns
+// by two or four rows. The routine is instantiated per target format, depth
+// format and texture cascade, the rest are branches that stay the same for a
+// whole draw. Group
 // stages: coverage, early depth, texture stages, specular, fog, alpha test,
 // blend and write.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -347,129 +350,183 @@ inline Iv compare(int func, Iv a, Iv b) {  // a func b, as signed whole numbers
 inline Fv plane_at(const Plane& p, Fv dx, Fv dy) { return Fv(p.c) + Fv(p.dx) * dx + Fv(p.dy) * dy; }
 
 
-// Four target pixels as packed A8R8G8B8 (alpha 255 where the target has none).
-template <TargetKind T>
-TARKO_D3D_INLINE Iv read_target(const DrawContext& ctx, int x, int y, int mask, bool inside) {
-    const std::uint8_t* row = ctx.colour + static_cast<std::ptrdiff_t>(y) * ctx.colour_pitch;
-    std::int32_t px[kLanes] = {};
-    if constexpr (T == TargetKind::X8R8G8B8) {
-        Iv c;
-        if (inside) {
-            c = Iv::load(row + x * 4);
-        } else {
-            for (int i = 0; i < kLanes; ++i)
-                if (mask & (1 << i)) std::memcpy(&px[i], row + (x + i) * 4, 4);
-            c = Iv::load(px);
+// Small triangles go in blocks of four columns by kLanes / 4 rows (lane i is
+// column i % 4 of row i / 4); the rest in groups of kLanes pixels of one row.
+constexpr int kBlockCols = 4;
+constexpr int kBlockRows = kLanes / kBlockCols;
+constexpr bool kHasBlocks = kBlockRows > 1;
+
+template <bool Block> constexpr int lane_column(int i) { return Block ? i % kBlockCols : i; }
+template <bool Block> constexpr int lane_row(int i) { return Block ? i / kBlockCols : 0; }
+
+// Whole-lane masks of the lanes whose bits are set.
+inline Iv lanes_in(int mask) {
+    static constexpr auto kBits = [] {
+        std::array<std::int32_t, kLanes> b{};
+        for (int i = 0; i < kLanes; ++i) b[static_cast<std::size_t>(i)] = 1 << i;
+        return b;
+    }();
+    const Iv b = Iv::load(kBits.data());
+    return cmpeq(Iv(mask) & b, b);
+}
+
+// A group's pixels, Bpp bytes each, copied out of (or into) the surface at
+// (x, y): one run of a row, or a block's rows. Rows of a block with no lane
+// in `mask` are left alone (they may lie below the surface).
+template <bool Block, int Bpp>
+TARKO_D3D_INLINE void load_pixels(const std::uint8_t* base, int pitch, int x, int y, int mask, void* out) {
+    auto* o = static_cast<std::uint8_t*>(out);
+    if constexpr (!Block) {
+        std::memcpy(o, base + static_cast<std::ptrdiff_t>(y) * pitch + x * Bpp, kLanes * Bpp);
+    } else {
+        for (int r = 0; r < kBlockRows; ++r) {
+            std::uint8_t* dst = o + r * kBlockCols * Bpp;
+            if ((mask >> (r * kBlockCols)) & ((1 << kBlockCols) - 1))
+                std::memcpy(dst, base + static_cast<std::ptrdiff_t>(y + r) * pitch + x * Bpp, kBlockCols * Bpp);
+            else
+                std::memset(dst, 0, kBlockCols * Bpp);
         }
+    }
+}
+
+template <bool Block, int Bpp>
+TARKO_D3D_INLINE void store_pixels(std::uint8_t* base, int pitch, int x, int y, int mask, const void* in) {
+    const auto* src = static_cast<const std::uint8_t*>(in);
+    if constexpr (!Block) {
+        std::memcpy(base + static_cast<std::ptrdiff_t>(y) * pitch + x * Bpp, src, kLanes * Bpp);
+    } else {
+        for (int r = 0; r < kBlockRows; ++r)
+            if ((mask >> (r * kBlockCols)) & ((1 << kBlockCols) - 1))
+                std::memcpy(base + static_cast<std::ptrdiff_t>(y + r) * pitch + x * Bpp, src + r * kBlockCols * Bpp,
+                            kBlockCols * Bpp);
+    }
+}
+
+// The address of lane i's pixel.
+template <bool Block>
+inline std::uint8_t* lane_pixel(std::uint8_t* base, int pitch, int bpp, int x, int y, int i) {
+    return base + static_cast<std::ptrdiff_t>(y + lane_row<Block>(i)) * pitch + (x + lane_column<Block>(i)) * bpp;
+}
+
+// 32-bit and 16-bit pixels of the lanes in `mask`; the other lanes read 0.
+// `inside`: the whole group lies within the scissor and the tile, so it may be
+// read (and written back) whole.
+template <bool Block>
+TARKO_D3D_INLINE Iv read32(std::uint8_t* base, int pitch, int x, int y, int mask, bool inside) {
+    alignas(64) std::int32_t px[kLanes] = {};
+    if (inside) {
+        load_pixels<Block, 4>(base, pitch, x, y, mask, px);
+    } else {
+        for (int i = 0; i < kLanes; ++i)
+            if (mask & (1 << i)) std::memcpy(&px[i], lane_pixel<Block>(base, pitch, 4, x, y, i), 4);
+    }
+    return Iv::load(px);
+}
+
+template <bool Block>
+TARKO_D3D_INLINE Iv read16(std::uint8_t* base, int pitch, int x, int y, int mask, bool inside) {
+    alignas(64) std::uint16_t px[kLanes] = {};
+    if (inside) {
+        load_pixels<Block, 2>(base, pitch, x, y, mask, px);
+    } else {
+        for (int i = 0; i < kLanes; ++i)
+            if (mask & (1 << i)) std::memcpy(&px[i], lane_pixel<Block>(base, pitch, 2, x, y, i), 2);
+    }
+    return load_u16(px);
+}
+
+// Writes the lanes in `mask`. Inside, a part-covered group is merged with
+// what the surface holds and written whole: the group is this thread's alone.
+template <bool Block>
+TARKO_D3D_INLINE void write32(std::uint8_t* base, int pitch, int x, int y, int mask, bool inside, Iv v) {
+    alignas(64) std::int32_t out[kLanes];
+    if (inside) {
+        if (mask != kAllLanes) v = select(lanes_in(mask), v, read32<Block>(base, pitch, x, y, mask, true));
+        v.store(out);
+        store_pixels<Block, 4>(base, pitch, x, y, mask, out);
+        return;
+    }
+    v.store(out);
+    for (int i = 0; i < kLanes; ++i)
+        if (mask & (1 << i)) std::memcpy(lane_pixel<Block>(base, pitch, 4, x, y, i), &out[i], 4);
+}
+
+template <bool Block>
+TARKO_D3D_INLINE void write16(std::uint8_t* base, int pitch, int x, int y, int mask, bool inside, Iv v) {
+    alignas(64) std::uint16_t out[kLanes];
+    if (inside) {
+        if (mask != kAllLanes) v = select(lanes_in(mask), v, read16<Block>(base, pitch, x, y, mask, true));
+        store_u16(out, v);
+        store_pixels<Block, 2>(base, pitch, x, y, mask, out);
+        return;
+    }
+    store_u16(out, v);
+    for (int i = 0; i < kLanes; ++i)
+        if (mask & (1 << i)) std::memcpy(lane_pixel<Block>(base, pitch, 2, x, y, i), &out[i], 2);
+}
+
+// Target pixels as packed A8R8G8B8 (alpha 255 where the target has none).
+template <TargetKind T, bool Block>
+TARKO_D3D_INLINE Iv read_target(const DrawContext& ctx, int x, int y, int mask, bool inside) {
+    if constexpr (T == TargetKind::X8R8G8B8) {
+        const Iv c = read32<Block>(ctx.colour, ctx.colour_pitch, x, y, mask, inside);
         return ctx.colour_has_alpha ? c : c | Iv(kAlphaMask);
     } else if constexpr (T == TargetKind::R5G6B5) {
-        for (int i = 0; i < kLanes; ++i)
-            if (mask & (1 << i)) {
-                std::uint16_t v;
-                std::memcpy(&v, row + (x + i) * 2, 2);
-                px[i] = v;
-            }
-        const Iv v = Iv::load(px);
+        const Iv v = read16<Block>(ctx.colour, ctx.colour_pitch, x, y, mask, inside);
         // Widening replicates the top bits, as the surface's own reads do.
         const Iv r5 = shr<11>(v) & Iv(31), g6 = shr<5>(v) & Iv(63), b5 = v & Iv(31);
         return pack_argb(shl<3>(r5) | shr<2>(r5), shl<2>(g6) | shr<4>(g6), shl<3>(b5) | shr<2>(b5), Iv(255));
     } else {
+        alignas(64) std::int32_t px[kLanes] = {};
         const int bpp = ctx.colour_format->bytes_per_pixel();
         for (int i = 0; i < kLanes; ++i)
             if (mask & (1 << i)) {
                 std::uint32_t raw = 0;
-                std::memcpy(&raw, row + (x + i) * bpp, static_cast<std::size_t>(bpp));
+                std::memcpy(&raw, lane_pixel<Block>(ctx.colour, ctx.colour_pitch, bpp, x, y, i),
+                            static_cast<std::size_t>(bpp));
                 px[i] = static_cast<std::int32_t>(ctx.colour_format->to_argb(raw));
             }
         return Iv::load(px);
     }
 }
 
-template <TargetKind T>
+template <TargetKind T, bool Block>
 TARKO_D3D_INLINE void write_target(const DrawContext& ctx, int x, int y, int mask, bool inside, Iv c) {
-    std::uint8_t* row = ctx.colour + static_cast<std::ptrdiff_t>(y) * ctx.colour_pitch;
-    alignas(32) std::int32_t out[kLanes];
     if constexpr (T == TargetKind::X8R8G8B8) {
-        const Iv v = ctx.colour_has_alpha ? c : c & Iv(0x00FFFFFF);
-        if (inside && mask == kAllLanes) {
-            v.store(row + x * 4);
-            return;
-        }
-        v.store(out);
-        for (int i = 0; i < kLanes; ++i)
-            if (mask & (1 << i)) std::memcpy(row + (x + i) * 4, &out[i], 4);
+        write32<Block>(ctx.colour, ctx.colour_pitch, x, y, mask, inside, ctx.colour_has_alpha ? c : c & Iv(0x00FFFFFF));
     } else if constexpr (T == TargetKind::R5G6B5) {
         // Narrowing drops the low bits.
         const Iv v = (shr<8>(c) & Iv(0xF800)) | (shr<5>(c) & Iv(0x07E0)) | (shr<3>(c) & Iv(0x001F));
-        v.store(out);
-        for (int i = 0; i < kLanes; ++i)
-            if (mask & (1 << i)) {
-                const auto p = static_cast<std::uint16_t>(out[i]);
-                std::memcpy(row + (x + i) * 2, &p, 2);
-            }
+        write16<Block>(ctx.colour, ctx.colour_pitch, x, y, mask, inside, v);
     } else {
+        alignas(64) std::int32_t out[kLanes];
         c.store(out);
         const int bpp = ctx.colour_format->bytes_per_pixel();
         for (int i = 0; i < kLanes; ++i)
             if (mask & (1 << i)) {
                 const std::uint32_t raw = ctx.colour_format->from_argb(static_cast<std::uint32_t>(out[i]));
-                std::memcpy(row + (x + i) * bpp, &raw, static_cast<std::size_t>(bpp));
+                std::memcpy(lane_pixel<Block>(ctx.colour, ctx.colour_pitch, bpp, x, y, i), &raw,
+                            static_cast<std::size_t>(bpp));
             }
     }
 }
 
-template <DepthKind D>
-inline Iv read_depth(const DrawContext& ctx, int x, int y, int mask, bool inside) {
-    const std::uint8_t* row = ctx.depth + static_cast<std::ptrdiff_t>(y) * ctx.depth_pitch;
+template <DepthKind D, bool Block>
+TARKO_D3D_INLINE Iv read_depth(const DrawContext& ctx, int x, int y, int mask, bool inside) {
     if constexpr (D == DepthKind::Z16) {
-        if (inside) return load_u16(row + x * 2);
-        std::int32_t v[kLanes] = {};
-        for (int i = 0; i < kLanes; ++i)
-            if (mask & (1 << i)) {
-                std::uint16_t p;
-                std::memcpy(&p, row + (x + i) * 2, 2);
-                v[i] = p;
-            }
-        return Iv::load(v);
+        return read16<Block>(ctx.depth, ctx.depth_pitch, x, y, mask, inside);
     } else {
-        Iv v;
-        if (inside) {
-            v = Iv::load(row + x * 4);
-        } else {
-            std::int32_t p[kLanes] = {};
-            for (int i = 0; i < kLanes; ++i)
-                if (mask & (1 << i)) std::memcpy(&p[i], row + (x + i) * 4, 4);
-            v = Iv::load(p);
-        }
+        const Iv v = read32<Block>(ctx.depth, ctx.depth_pitch, x, y, mask, inside);
         return ctx.depth_shift ? shr<8>(v) : v;
     }
 }
 
-template <DepthKind D>
-inline void write_depth(const DrawContext& ctx, int x, int y, int mask, bool inside, Iv z) {
-    std::uint8_t* row = ctx.depth + static_cast<std::ptrdiff_t>(y) * ctx.depth_pitch;
-    alignas(32) std::int32_t out[kLanes];
-    if constexpr (D == DepthKind::Z16) {
-        if (inside && mask == kAllLanes) {
-            store_u16(row + x * 2, z);
-            return;
-        }
-        z.store(out);
-        for (int i = 0; i < kLanes; ++i)
-            if (mask & (1 << i)) {
-                const auto p = static_cast<std::uint16_t>(out[i]);
-                std::memcpy(row + (x + i) * 2, &p, 2);
-            }
-    } else {
-        const Iv raw = ctx.depth_shift ? shl<8>(z) : z;
-        if (inside && mask == kAllLanes) {
-            raw.store(row + x * 4);
-            return;
-        }
-        raw.store(out);
-        for (int i = 0; i < kLanes; ++i)
-            if (mask & (1 << i)) std::memcpy(row + (x + i) * 4, &out[i], 4);
-    }
+template <DepthKind D, bool Block>
+TARKO_D3D_INLINE void write_depth(const DrawContext& ctx, int x, int y, int mask, bool inside, Iv z) {
+    if constexpr (D == DepthKind::Z16)
+        write16<Block>(ctx.depth, ctx.depth_pitch, x, y, mask, inside, z);
+    else
+        write32<Block>(ctx.depth, ctx.depth_pitch, x, y, mask, inside, ctx.depth_shift ? shl<8>(z) : z);
 }
 
 // What stays the same over a triangle: the perspective divide when all three
@@ -483,21 +540,28 @@ struct TriangleConsts {
     Wv alpha_lanes{0};     // 255 in each pixel's alpha lane, 0 elsewhere
 };
 
-template <TargetKind T, DepthKind D, CascadeKind K>
+// One group of pixels at (x, y): a run of a row, or a block. `inside`: the
+// group lies within the scissor and the tile.
+template <TargetKind T, DepthKind D, CascadeKind K, bool Block>
 TARKO_D3D_INLINE void shade_group(const DrawContext& ctx, const SetupTriangle& t, const TriangleConsts& k, int x,
-                                  int y, Iv cover) {
-    const int xs = ctx.scissor.x0, xe = ctx.scissor.x1;
-    const bool inside = x >= xs && x + kLanes - 1 < xe;
+                                  int y, Iv cover, bool inside) {
     int mask = movemask(cover);
-    const Fv dx = lane_offsets() + Fv(static_cast<float>(x) - t.ref_x);
-    const Fv dy = Fv(static_cast<float>(y) - t.ref_y);
+    // Offsets from the triangle's reference point, exact in float.
+    Fv dx, dy;
+    if constexpr (Block) {
+        dx = to_float(lane_numbers() & Iv(kBlockCols - 1)) + Fv(static_cast<float>(x) - t.ref_x);
+        dy = to_float(shr<2>(lane_numbers())) + Fv(static_cast<float>(y) - t.ref_y);
+    } else {
+        dx = lane_offsets() + Fv(static_cast<float>(x) - t.ref_x);
+        dy = Fv(static_cast<float>(y) - t.ref_y);
+    }
 
     Iv zq;
     if constexpr (D != DepthKind::None) {
         const Fv z = clamp01(plane_at(t.p[kPlaneZ], dx, dy));
         zq = to_int_round(z * Fv(ctx.depth_scale));
         if (ctx.z_test) {
-            const Iv pass = compare(ctx.z_func, zq, read_depth<D>(ctx, x, y, mask, inside));
+            const Iv pass = compare(ctx.z_func, zq, read_depth<D, Block>(ctx, x, y, mask, inside));
             mask &= movemask(pass);
             if (!mask) return;
         }
@@ -580,7 +644,7 @@ TARKO_D3D_INLINE void shade_group(const DrawContext& ctx, const SetupTriangle& t
         if (!mask) return;
     }
     if (ctx.blend) {
-        const Iv d = read_target<T>(ctx, x, y, mask, inside);
+        const Iv d = read_target<T, Block>(ctx, x, y, mask, inside);
         if (ctx.blend_over) {
             const Wv s = widen(colour);
             colour = narrow(lerp255(s, widen(d), alpha_of(s)));
@@ -588,13 +652,47 @@ TARKO_D3D_INLINE void shade_group(const DrawContext& ctx, const SetupTriangle& t
             colour = blend_general(ctx, colour, d);
         }
     }
-    write_target<T>(ctx, x, y, mask, inside, colour);
+    write_target<T, Block>(ctx, x, y, mask, inside, colour);
     if constexpr (D != DepthKind::None) {
-        if (ctx.z_write) write_depth<D>(ctx, x, y, mask, inside, zq);
+        if (ctx.z_write) write_depth<D, Block>(ctx, x, y, mask, inside, zq);
     }
 }
 
+// Edge values in 1/16 pixel are kept within this while a group steps on.
 constexpr std::int64_t kClampEdge = std::int64_t{1} << 30;
+
+// A triangle's edge functions at a group's first pixel, stepping along its
+// row of groups (exact in 64 bits), and the largest and smallest offsets from
+// there to the group's other pixels.
+struct EdgeWalk {
+    std::int64_t edge[3], step[3], hi_off[3], lo_off[3];
+    EdgeWalk(const SetupTriangle& t, const std::int32_t a16[3], const std::int32_t b16[3], int x, int y, int cols,
+             int rows) {
+        for (int k = 0; k < 3; ++k) {
+            edge[k] = static_cast<std::int64_t>(t.a[k]) * (x * 16) + static_cast<std::int64_t>(t.b[k]) * (y * 16) +
+                      t.c[k];
+            step[k] = static_cast<std::int64_t>(a16[k]) * cols;
+            const std::int64_t ax = static_cast<std::int64_t>(a16[k]) * (cols - 1);
+            const std::int64_t byy = static_cast<std::int64_t>(b16[k]) * (rows - 1);
+            hi_off[k] = std::max<std::int64_t>(ax, 0) + std::max<std::int64_t>(byy, 0);
+            lo_off[k] = std::min<std::int64_t>(ax, 0) + std::min<std::int64_t>(byy, 0);
+        }
+    }
+    // The edge values at the next group's first pixel, clamped; false when the
+    // group lies wholly outside an edge. `full`: wholly inside all three.
+    bool next(std::int32_t e[3], bool& full) {
+        bool reject = false;
+        full = true;
+        for (int k = 0; k < 3; ++k) {
+            const std::int64_t e0 = edge[k];
+            edge[k] += step[k];
+            if (e0 + hi_off[k] < 0) reject = true;
+            if (e0 + lo_off[k] < 0) full = false;
+            e[k] = static_cast<std::int32_t>(std::clamp(e0, -kClampEdge, kClampEdge));
+        }
+        return !reject;
+    }
+};
 
 template <TargetKind T, DepthKind D, CascadeKind K>
 void raster_triangle(const DrawContext& ctx, const SetupTriangle& t, int tx0, int ty0, int tx1,
@@ -602,10 +700,6 @@ void raster_triangle(const DrawContext& ctx, const SetupTriangle& t, int tx0, in
     const int xs = std::max(t.minx, tx0), xe = std::min(t.maxx, tx1 - 1);
     const int ys = std::max(t.miny, ty0), ye = std::min(t.maxy, ty1 - 1);
     if (xs > xe || ys > ye) return;
-    // A triangle no wider than a group takes one group a row, starting at its
-    // left column but kept within the tile; a wider one steps in groups
-    // aligned to their width (tiles start on multiples of 16).
-    const int gx0 = xe - xs < kLanes ? std::min(xs, tx1 - kLanes) : xs & ~(kLanes - 1);
     // Screen-space triangles often have one rhw for all three vertices: then
     // c + 0 dx + 0 dy is c exactly (c non-zero) and its reciprocal is taken once.
     const Plane& rhw = t.p[kPlaneRhw];
@@ -625,54 +719,73 @@ void raster_triangle(const DrawContext& ctx, const SetupTriangle& t, int tx0, in
         k.white = movemask(cmpeq(ctx.modulate_alpha ? k.diffuse : k.diffuse | Iv(kAlphaMask), Iv(-1))) == kAllLanes;
     }
     std::int32_t a16[3], b16[3];
-    for (int k = 0; k < 3; ++k) a16[k] = t.a[k] * 16, b16[k] = t.b[k] * 16;
+    for (int i = 0; i < 3; ++i) a16[i] = t.a[i] * 16, b16[i] = t.b[i] * 16;
     const Iv lane = lane_numbers();
 
+    if constexpr (kHasBlocks) {
+        // A triangle no wider than a group goes in blocks from its top-left
+        // pixel; a block reaching past the tile or the scissor is written
+        // lane by lane.
+        static_assert(kBlockCols == 4);
+        if (xe - xs < kLanes) {
+            const Iv col = lane & Iv(kBlockCols - 1), row = shr<2>(lane);
+            const Iv e_lane[3] = {mul_lo(col, Iv(a16[0])) + mul_lo(row, Iv(b16[0])),
+                                  mul_lo(col, Iv(a16[1])) + mul_lo(row, Iv(b16[1])),
+                                  mul_lo(col, Iv(a16[2])) + mul_lo(row, Iv(b16[2]))};
+            const int right = std::min(tx1, ctx.scissor.x1);
+            for (int by = ys; by <= ye; by += kBlockRows) {
+                const int rows = std::min(kBlockRows, ye - by + 1);
+                const Iv rows_in = cmplt(row, Iv(rows));
+                EdgeWalk walk(t, a16, b16, xs, by, kBlockCols, rows);
+                for (int bx = xs; bx <= xe; bx += kBlockCols) {
+                    std::int32_t e[3];
+                    bool full;
+                    if (!walk.next(e, full)) continue;
+                    const Iv in = andnot(cmpgt(Iv(bx) + col, Iv(xe)), rows_in);
+                    const Iv cover = full ? in
+                                          : andnot(sar<31>((Iv(e[0]) + e_lane[0]) | (Iv(e[1]) + e_lane[1]) |
+                                                           (Iv(e[2]) + e_lane[2])),
+                                                   in);
+                    if (movemask(cover))
+                        shade_group<T, D, K, true>(ctx, t, k, bx, by, cover, bx + kBlockCols <= right);
+                }
+            }
+            return;
+        }
+    }
+
+    // Wider ones step in groups of a row aligned to their width (tiles start
+    // on multiples of 16); one narrower than a group (four lanes) takes one
+    // group a row from its left column, kept within the tile.
+    const int gx0 = xe - xs < kLanes ? std::min(xs, tx1 - kLanes) : xs & ~(kLanes - 1);
     for (int by = ys; by <= ye; by += 4) {
         const int rows = std::min(4, ye - by + 1);
         // The next block row's target (and depth) lines are asked for ahead.
         for (int r = by + 4; r < std::min(by + 8, ye + 1); ++r) {
-            const std::uint8_t* row = ctx.colour + static_cast<std::ptrdiff_t>(r) * ctx.colour_pitch;
+            const std::uint8_t* line = ctx.colour + static_cast<std::ptrdiff_t>(r) * ctx.colour_pitch;
             const int bpp = T == TargetKind::R5G6B5 ? 2 : 4;
-            for (int x = xs * bpp; x <= xe * bpp + bpp - 1; x += 64) __builtin_prefetch(row + x, 1);
+            for (int x = xs * bpp; x <= xe * bpp + bpp - 1; x += 64) __builtin_prefetch(line + x, 1);
             if constexpr (D != DepthKind::None) {
-                const std::uint8_t* zrow = ctx.depth + static_cast<std::ptrdiff_t>(r) * ctx.depth_pitch;
+                const std::uint8_t* zline = ctx.depth + static_cast<std::ptrdiff_t>(r) * ctx.depth_pitch;
                 const int zbpp = D == DepthKind::Z16 ? 2 : 4;
-                for (int x = xs * zbpp; x <= xe * zbpp + zbpp - 1; x += 64) __builtin_prefetch(zrow + x, 1);
+                for (int x = xs * zbpp; x <= xe * zbpp + zbpp - 1; x += 64) __builtin_prefetch(zline + x, 1);
             }
         }
-        // Edge values at each block's top-left pixel step along the row (exact
-        // in 64 bits); the block's extremes are fixed offsets from them.
-        std::int64_t edge[3], step[3], hi_off[3], lo_off[3];
-        for (int k = 0; k < 3; ++k) {
-            edge[k] = static_cast<std::int64_t>(t.a[k]) * (gx0 * 16) + static_cast<std::int64_t>(t.b[k]) * (by * 16) +
-                      t.c[k];
-            step[k] = static_cast<std::int64_t>(a16[k]) * kLanes;
-            const std::int64_t ax = static_cast<std::int64_t>(a16[k]) * (kLanes - 1);
-            const std::int64_t byy = static_cast<std::int64_t>(b16[k]) * (rows - 1);
-            hi_off[k] = std::max<std::int64_t>(ax, 0) + std::max<std::int64_t>(byy, 0);
-            lo_off[k] = std::min<std::int64_t>(ax, 0) + std::min<std::int64_t>(byy, 0);
-        }
+        EdgeWalk walk(t, a16, b16, gx0, by, kLanes, rows);
         for (int bx = gx0; bx <= xe; bx += kLanes) {
             std::int32_t e[3];
-            bool full = true, reject = false;
-            for (int k = 0; k < 3; ++k) {
-                const std::int64_t e0 = edge[k];
-                edge[k] += step[k];
-                if (e0 + hi_off[k] < 0) reject = true;
-                if (e0 + lo_off[k] < 0) full = false;
-                e[k] = static_cast<std::int32_t>(std::clamp(e0, -kClampEdge, kClampEdge));
-            }
-            if (reject) continue;
+            bool full;
+            if (!walk.next(e, full)) continue;
             // Lanes outside this triangle's columns (scissor, tile) stay off.
             const Iv xv = Iv(bx) + lane;
             const Iv cols = andnot(cmplt(xv, Iv(xs)) | cmpgt(xv, Iv(xe)), Iv(-1));
+            const bool inside = bx >= ctx.scissor.x0 && bx + kLanes <= ctx.scissor.x1;
             Iv e0 = Iv(e[0]) + mul_lo(lane, Iv(a16[0]));
             Iv e1 = Iv(e[1]) + mul_lo(lane, Iv(a16[1]));
             Iv e2 = Iv(e[2]) + mul_lo(lane, Iv(a16[2]));
             for (int j = 0; j < rows; ++j) {
                 const Iv cover = full ? cols : andnot(sar<31>(e0 | e1 | e2), cols);
-                if (movemask(cover)) shade_group<T, D, K>(ctx, t, k, bx, by + j, cover);
+                if (movemask(cover)) shade_group<T, D, K, false>(ctx, t, k, bx, by + j, cover, inside);
                 e0 = e0 + Iv(b16[0]);
                 e1 = e1 + Iv(b16[1]);
                 e2 = e2 + Iv(b16[2]);

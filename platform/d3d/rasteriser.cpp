@@ -447,8 +447,6 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q) {
     ctx.tfactor = static_cast<std::uint32_t>(rs(dx::D3DRENDERSTATE_TEXTUREFACTOR));
     ctx.modulate_alpha = ctx.stage_count > 0 && ctx.stages[0].alpha_op == dx::D3DTOP_MODULATE;
     ctx.raster = select_raster(target, depth, cascade, routines_);
-    ctx.raster_narrow = lanes_of(routines_) == 16 ? select_raster(target, depth, cascade, Routines::EightLanes)
-                                                  : ctx.raster;
 
     SetupParams& sp = q.params;
     sp.flat = rs(dx::D3DRENDERSTATE_SHADEMODE) == dx::D3DSHADE_FLAT;
@@ -708,11 +706,8 @@ void Rasteriser::draw_tile(Batch& b, int tile) {
     for (std::size_t j = 0; j < b.job_count; ++j) {
         const auto& bins = b.jobs[j].bins;
         if (static_cast<std::size_t>(tile) >= bins.size()) continue;
-        for (const BinEntry& e : bins[static_cast<std::size_t>(tile)]) {
-            const int width = std::min(e.tri->maxx, tx0 + kTileSize - 1) - std::max(e.tri->minx, tx0) + 1;
-            const auto raster = width <= 8 ? e.ctx->raster_narrow : e.ctx->raster;
-            raster(*e.ctx, *e.tri, tx0, ty0, tx0 + kTileSize, ty0 + kTileSize);
-        }
+        for (const BinEntry& e : bins[static_cast<std::size_t>(tile)])
+            e.ctx->raster(*e.ctx, *e.tri, tx0, ty0, tx0 + kTileSize, ty0 + kTileSize);
     }
 }
 
