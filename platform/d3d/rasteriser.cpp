@@ -160,33 +160,28 @@ void setup(const SetupParams& sp, const ClipVertex& v0, const ClipVertex& v1, co
     // pixels never read stay zero: texture coordinates without a texture,
     // colours of a one-coloured triangle, specular and fog while those are off.
     const double r[3] = {v[0]->rhw, v[1]->rhw, v[2]->rhw};
-    static constexpr int kSource[kPlaneCount] = {-1, -1, kTexU, kTexV, kDiffR, kDiffG,
-                                                 kDiffB, kDiffA, kSpecR, kSpecG, kSpecB, kFog};
     bool used[kPlaneCount];
     for (int p = kPlaneU; p < kPlaneCount; ++p)
         used[p] = p <= kPlaneV    ? sp.textured
                   : p <= kPlaneA  ? !t.is_flat
                   : p <= kPlaneSB ? sp.specular && !t.is_flat
                                   : sp.fog;
-    auto value = [&](int k, int p) -> double {
-        if (p == kPlaneRhw) return r[k];
-        if (p == kPlaneZ) return v[k]->sz;
-        return used[p] ? v[k]->a[static_cast<std::size_t>(kSource[p])] * r[k] : 0.0;
-    };
     // c = f0, dx and dy from the differences across the two edges from
     // vertex 0; a plane of zeros comes out as zeros.
 #if defined(__SSE2__)
     static_assert(kPlaneCount % 2 == 0 && sizeof(Plane) == 12);
+    static_assert(kDiffR == 0 && kDiffG == 1 && kDiffB == 2 && kDiffA == 3 && kSpecR == 4 && kSpecG == 5 &&
+                  kSpecB == 6 && kFog == 7 && kTexU == 8 && kTexV == 9);
     const __m128d D1x = _mm_set1_pd(d1x), D1y = _mm_set1_pd(d1y), D2x = _mm_set1_pd(d2x), D2y = _mm_set1_pd(d2y);
     const __m128d Inv = _mm_set1_pd(inv_area);
-    for (int p = 0; p < kPlaneCount; p += 2) {
-        if (p >= kPlaneU && !used[p] && !used[p + 1]) {
-            t.p[p] = t.p[p + 1] = Plane{0, 0, 0};
-            continue;
-        }
-        const __m128d f0 = _mm_set_pd(value(0, p + 1), value(0, p));
-        const __m128d df1 = _mm_sub_pd(_mm_set_pd(value(1, p + 1), value(1, p)), f0);
-        const __m128d df2 = _mm_sub_pd(_mm_set_pd(value(2, p + 1), value(2, p)), f0);
+    const __m128d R[3] = {_mm_set1_pd(r[0]), _mm_set1_pd(r[1]), _mm_set1_pd(r[2])};
+    // The pair of plane values that starts at attribute `attr` of vertex k.
+    const auto values = [&](int k, int attr) {
+        const float* a = v[k]->a.data() + attr;
+        return _mm_mul_pd(_mm_cvtps_pd(_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(a)))), R[k]);
+    };
+    const auto pair = [&](int p, __m128d f0, __m128d f1, __m128d f2) {
+        const __m128d df1 = _mm_sub_pd(f1, f0), df2 = _mm_sub_pd(f2, f0);
         const __m128d dx = _mm_mul_pd(_mm_sub_pd(_mm_mul_pd(df1, D2y), _mm_mul_pd(df2, D1y)), Inv);
         const __m128d dy = _mm_mul_pd(_mm_sub_pd(_mm_mul_pd(df2, D1x), _mm_mul_pd(df1, D2x)), Inv);
         const __m128 c = _mm_cvtpd_ps(f0), x = _mm_cvtpd_ps(dx), y = _mm_cvtpd_ps(dy);
@@ -195,8 +190,35 @@ void setup(const SetupParams& sp, const ClipVertex& v0, const ClipVertex& v1, co
         _mm_storeu_ps(&t.p[p].c, _mm_shuffle_ps(cx, _mm_unpacklo_ps(y, c), _MM_SHUFFLE(3, 0, 1, 0)));
         const __m128 xy = _mm_unpacklo_ps(x, y);  // x0 y0 x1 y1
         _mm_storel_pi(reinterpret_cast<__m64*>(&t.p[p + 1].dx), _mm_movehl_ps(xy, xy));
+    };
+    const auto zero_pair = [&t](int p) { t.p[p] = t.p[p + 1] = Plane{0, 0, 0}; };
+    pair(kPlaneRhw, _mm_set_pd(v[0]->sz, r[0]), _mm_set_pd(v[1]->sz, r[1]), _mm_set_pd(v[2]->sz, r[2]));
+    if (sp.textured) pair(kPlaneU, values(0, kTexU), values(1, kTexU), values(2, kTexU));
+    else zero_pair(kPlaneU);
+    if (!t.is_flat) {
+        pair(kPlaneR, values(0, kDiffR), values(1, kDiffR), values(2, kDiffR));
+        pair(kPlaneB, values(0, kDiffB), values(1, kDiffB), values(2, kDiffB));
+    } else {
+        zero_pair(kPlaneR), zero_pair(kPlaneB);
+    }
+    if (used[kPlaneSR]) pair(kPlaneSR, values(0, kSpecR), values(1, kSpecR), values(2, kSpecR));
+    else zero_pair(kPlaneSR);
+    if (used[kPlaneSB] || used[kPlaneFog]) {
+        // Either half of the last pair may be unread: its values go in as zero.
+        const __m128d keep = _mm_castsi128_pd(_mm_set_epi64x(used[kPlaneFog] ? -1 : 0, used[kPlaneSB] ? -1 : 0));
+        pair(kPlaneSB, _mm_and_pd(values(0, kSpecB), keep), _mm_and_pd(values(1, kSpecB), keep),
+             _mm_and_pd(values(2, kSpecB), keep));
+    } else {
+        zero_pair(kPlaneSB);
     }
 #else
+    static constexpr int kSource[kPlaneCount] = {-1, -1, kTexU, kTexV, kDiffR, kDiffG,
+                                                 kDiffB, kDiffA, kSpecR, kSpecG, kSpecB, kFog};
+    auto value = [&](int k, int p) -> double {
+        if (p == kPlaneRhw) return r[k];
+        if (p == kPlaneZ) return v[k]->sz;
+        return used[p] ? v[k]->a[static_cast<std::size_t>(kSource[p])] * r[k] : 0.0;
+    };
     for (int p = 0; p < kPlaneCount; ++p) {
         const double f0 = value(0, p), df1 = value(1, p) - f0, df2 = value(2, p) - f0;
         t.p[p] = Plane{static_cast<float>(f0), static_cast<float>((df1 * d2y - df2 * d1y) * inv_area),
