@@ -413,6 +413,10 @@ inline std::uint8_t* lane_pixel(std::uint8_t* base, int pitch, int bpp, int x, i
 // read (and written back) whole.
 template <bool Block>
 TARKO_D3D_INLINE Iv read32(std::uint8_t* base, int pitch, int x, int y, int mask, bool inside) {
+    if constexpr (kMaskedMemory) {
+        const std::uint8_t* p = base + static_cast<std::ptrdiff_t>(y) * pitch + x * 4;
+        return Block ? load32_block(p, pitch, mask) : load32_masked(p, mask);
+    }
     alignas(64) std::int32_t px[kLanes] = {};
     if (inside) {
         load_pixels<Block, 4>(base, pitch, x, y, mask, px);
@@ -425,6 +429,10 @@ TARKO_D3D_INLINE Iv read32(std::uint8_t* base, int pitch, int x, int y, int mask
 
 template <bool Block>
 TARKO_D3D_INLINE Iv read16(std::uint8_t* base, int pitch, int x, int y, int mask, bool inside) {
+    if constexpr (kMaskedMemory16) {
+        const std::uint8_t* p = base + static_cast<std::ptrdiff_t>(y) * pitch + x * 2;
+        return Block ? load16_block(p, pitch, mask) : load16_masked(p, mask);
+    }
     alignas(64) std::uint16_t px[kLanes] = {};
     if (inside) {
         load_pixels<Block, 2>(base, pitch, x, y, mask, px);
@@ -439,6 +447,12 @@ TARKO_D3D_INLINE Iv read16(std::uint8_t* base, int pitch, int x, int y, int mask
 // what the surface holds and written whole: the group is this thread's alone.
 template <bool Block>
 TARKO_D3D_INLINE void write32(std::uint8_t* base, int pitch, int x, int y, int mask, bool inside, Iv v) {
+    if constexpr (kMaskedMemory) {
+        std::uint8_t* p = base + static_cast<std::ptrdiff_t>(y) * pitch + x * 4;
+        if (Block) store32_block(p, pitch, mask, v);
+        else store32_masked(p, mask, v);
+        return;
+    }
     alignas(64) std::int32_t out[kLanes];
     if (inside) {
         if (mask != kAllLanes) v = select(lanes_in(mask), v, read32<Block>(base, pitch, x, y, mask, true));
@@ -453,6 +467,12 @@ TARKO_D3D_INLINE void write32(std::uint8_t* base, int pitch, int x, int y, int m
 
 template <bool Block>
 TARKO_D3D_INLINE void write16(std::uint8_t* base, int pitch, int x, int y, int mask, bool inside, Iv v) {
+    if constexpr (kMaskedMemory16) {
+        std::uint8_t* p = base + static_cast<std::ptrdiff_t>(y) * pitch + x * 2;
+        if (Block) store16_block(p, pitch, mask, v);
+        else store16_masked(p, mask, v);
+        return;
+    }
     alignas(64) std::uint16_t out[kLanes];
     if (inside) {
         if (mask != kAllLanes) v = select(lanes_in(mask), v, read16<Block>(base, pitch, x, y, mask, true));
