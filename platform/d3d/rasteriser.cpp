@@ -369,11 +369,10 @@ void Rasteriser::clear(const DeviceState& state, std::span<const D3DRECT> rects,
     }
 }
 
-bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q) {
+bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q, Batch& b) {
     auto rs = [&s](int i) { return s.render[static_cast<std::size_t>(i)]; };
     DrawContext& ctx = q.ctx;
     ctx = DrawContext{};
-    q.held.clear();
     if (!target_.byte_size() || target_.width() <= 0 || target_.height() <= 0) return false;
 
     const PixelFormat& fmt = target_.format();
@@ -433,9 +432,11 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q) {
         for (int k = 0; k < 4; ++k) out.bump[k] = static_cast<float>(st[static_cast<std::size_t>(dx::D3DTSS_BUMPENVMAT00 + k)]);
         const auto& surface = s.textures[static_cast<std::size_t>(i)];
         if (surface) {
-            auto tex = textures_.get(surface.shared(), ctx.colour_key);
+            // Reading the surface may land the batch; the texture joins it after.
+            const auto& tex = textures_.get(surface.shared(), ctx.colour_key);
             out.texture = tex.get();
-            if (tex) q.held.push_back(std::move(tex));
+            const auto recent = b.held.end() - std::min<std::ptrdiff_t>(4, std::ssize(b.held));
+            if (tex && std::find(recent, b.held.end(), tex) == b.held.end()) b.held.push_back(tex);
             if (i == 0 && surface->has_color_key()) any_key = true;
         }
         auto reads_texture = [](int arg) { return (arg & 0xF) == dx::D3DTA_TEXTURE; };
@@ -455,11 +456,13 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q) {
     ctx.alpha_test = rs(dx::D3DRENDERSTATE_ALPHATESTENABLE) != 0;
     ctx.alpha_func = rs(dx::D3DRENDERSTATE_ALPHAFUNC);
     ctx.alpha_ref = std::clamp<Long>(rs(dx::D3DRENDERSTATE_ALPHAREF), 0, 255);
-    ctx.blend = rs(dx::D3DRENDERSTATE_ALPHABLENDENABLE) != 0;
-    ctx.src_blend = rs(dx::D3DRENDERSTATE_SRCBLEND);
-    ctx.dest_blend = rs(dx::D3DRENDERSTATE_DESTBLEND);
-    if (ctx.blend && ctx.src_blend == dx::D3DBLEND_ONE && ctx.dest_blend == dx::D3DBLEND_ZERO) ctx.blend = false;
-    ctx.blend_over = fast_paths_ && ctx.src_blend == dx::D3DBLEND_SRCALPHA && ctx.dest_blend == dx::D3DBLEND_INVSRCALPHA;
+    // Worked out from the states, not read back from the context just written.
+    const int src_blend = rs(dx::D3DRENDERSTATE_SRCBLEND), dest_blend = rs(dx::D3DRENDERSTATE_DESTBLEND);
+    ctx.blend = rs(dx::D3DRENDERSTATE_ALPHABLENDENABLE) != 0 &&
+                !(src_blend == dx::D3DBLEND_ONE && dest_blend == dx::D3DBLEND_ZERO);
+    ctx.src_blend = src_blend;
+    ctx.dest_blend = dest_blend;
+    ctx.blend_over = fast_paths_ && src_blend == dx::D3DBLEND_SRCALPHA && dest_blend == dx::D3DBLEND_INVSRCALPHA;
     const int fog_mode = rs(dx::D3DRENDERSTATE_FOGTABLEMODE) != 0 ? rs(dx::D3DRENDERSTATE_FOGTABLEMODE)
                                                                 : rs(dx::D3DRENDERSTATE_FOGVERTEXMODE);
     ctx.fog = rs(dx::D3DRENDERSTATE_FOGENABLE) != 0 && fvf != dx::D3DFVF_TLVERTEX && fog_mode >= dx::D3DFOG_EXP &&
@@ -529,17 +532,15 @@ void Rasteriser::draw(const DeviceState& state, Long primitive_type, Long fvf, s
     auto keep_first_free = [&] {
         if (slot != b.queued) std::swap(b.queue[slot], b.queue[b.queued]), slot = b.queued;
     };
-    const bool drawable = build_context(state, fvf, q);
+    const bool drawable = build_context(state, fvf, q, b);
     keep_first_free();
     if (!drawable) {
-        q.held.clear();
         q.zbuffer.reset();
         return;
     }
     q.params.primitive = primitive_type;
     q.primitives = primitive_count(primitive_type, indices.empty() ? vertex_count : indices.size());
     if (q.primitives == 0) {
-        q.held.clear();
         q.zbuffer.reset();
         return;
     }
@@ -820,11 +821,8 @@ void Rasteriser::clear_batch(Batch& b) {
     b.job_count = 0;
     for (int t : b.busy_tiles) b.tile_busy[static_cast<std::size_t>(t)] = 0;
     b.busy_tiles.clear();
-    for (std::size_t i = 0; i < b.queued; ++i) {
-        QueuedDraw& q = *b.queue[i];
-        q.held.clear();
-        q.zbuffer.reset();
-    }
+    for (std::size_t i = 0; i < b.queued; ++i) b.queue[i]->zbuffer.reset();
+    b.held.clear();
     b.queued = 0;
     b.primitives = 0;
     b.vertices = 0;

@@ -69,13 +69,13 @@ public:
     static constexpr std::size_t kBatchDraws = 4096;
 
 private:
-    // A gathered draw: its context, the textures the context points into and
-    // the z-buffer it writes, and what its vertices need to reach set-up.
+    // A gathered draw: its context, the z-buffer it writes, and what its
+    // vertices need to reach set-up. (Its batch holds the textures the
+    // context points into.)
     struct QueuedDraw {
         DrawContext ctx;
         SetupParams params;
         VertexStage stage;
-        std::vector<std::shared_ptr<const Texture>> held;
         std::shared_ptr<DirectDrawSurface7> zbuffer;
         std::vector<std::byte> vertices;  // vertex_count records of 32 bytes
         std::size_t vertex_count = 0;
@@ -106,6 +106,10 @@ private:
     // other.
     struct Batch {
         std::vector<std::unique_ptr<QueuedDraw>> queue;  // kept across batches for their capacity
+        // The textures its draws read, each kept once while draws repeat it
+        // (a count taken per draw is a write that the workers reading the
+        // texture beside it would feel).
+        std::vector<std::shared_ptr<const Texture>> held;
         std::size_t queued = 0, primitives = 0, vertices = 0;
         std::vector<std::pair<std::size_t, std::size_t>> transforms;  // (draw, first vertex) chunks of split draws
         std::vector<SetupJob> jobs;
@@ -116,7 +120,7 @@ private:
         std::atomic<std::size_t> transformed{0}, set_up{0};
     };
 
-    bool build_context(const DeviceState& state, Long fvf, QueuedDraw& q);
+    bool build_context(const DeviceState& state, Long fvf, QueuedDraw& q, Batch& b);
     void settle_hooks(QueuedDraw& q);
     void plan_jobs(Batch& b);
     void transform(Batch& b, std::size_t chunk);

@@ -35,8 +35,8 @@ std::shared_ptr<const Texture> convert_texture(const DirectDrawSurface7& s, bool
     return t;
 }
 
-std::shared_ptr<const Texture> TextureCache::get(const std::shared_ptr<DirectDrawSurface7>& surface, bool keyed) {
-    if (!surface) return nullptr;
+const std::shared_ptr<const Texture>& TextureCache::get(const std::shared_ptr<DirectDrawSurface7>& surface, bool keyed) {
+    if (!surface) return none_;
     // expired() tells a surface gone (and another made at its address) apart.
     if (surface.get() == last_ && last_entry_->generation == surface->generation() && last_entry_->keyed == keyed &&
         !last_entry_->surface.expired())

@@ -14,8 +14,10 @@ namespace tarko::platform::d3d {
 class TextureCache {
 public:
     // The converted texture; `keyed` asks for colour-keyed texels as
-    // transparent black. Empty surfaces give nullptr (read as white).
-    std::shared_ptr<const Texture> get(const std::shared_ptr<DirectDrawSurface7>& surface, bool keyed);
+    // transparent black. Empty surfaces give nullptr (read as white). The
+    // reference holds until the next call: a caller that keeps the texture
+    // copies it.
+    const std::shared_ptr<const Texture>& get(const std::shared_ptr<DirectDrawSurface7>& surface, bool keyed);
 
 private:
     struct Entry {
@@ -24,6 +26,7 @@ private:
         bool keyed = false;
         std::shared_ptr<const Texture> texture;
     };
+    const std::shared_ptr<const Texture> none_;
     std::unordered_map<const DirectDrawSurface7*, Entry> entries_;
     // The last surface asked for: draws mostly ask for the one before again.
     const DirectDrawSurface7* last_ = nullptr;
