@@ -387,10 +387,12 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q, Ba
     ctx.colour_has_alpha = fmt.has_alpha();
 
     const D3DVIEWPORT7& vp = s.viewport;
-    ctx.scissor.x0 = std::max(0, vp.lX);
-    ctx.scissor.y0 = std::max(0, vp.lY);
-    ctx.scissor.x1 = std::min(target_.width(), vp.lX + std::max(0, vp.lWidth));
-    ctx.scissor.y1 = std::min(target_.height(), vp.lY + std::max(0, vp.lHeight));
+    // Kept in a local until done, so nothing reads back the context's words as it writes them.
+    Scissor scissor;
+    scissor.x0 = std::max(0, vp.lX);
+    scissor.y0 = std::max(0, vp.lY);
+    scissor.x1 = std::min(target_.width(), vp.lX + std::max(0, vp.lWidth));
+    scissor.y1 = std::min(target_.height(), vp.lY + std::max(0, vp.lHeight));
 
     DepthKind depth = DepthKind::None;
     q.zbuffer = rs(dx::D3DRENDERSTATE_ZENABLE) != 0 ? target_.zbuffer() : nullptr;
@@ -399,8 +401,8 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q, Ba
     if (zbuffer) {
         ctx.depth = zbuffer->pixels();
         ctx.depth_pitch = zbuffer->pitch();
-        ctx.scissor.x1 = std::min(ctx.scissor.x1, zbuffer->width());
-        ctx.scissor.y1 = std::min(ctx.scissor.y1, zbuffer->height());
+        scissor.x1 = std::min(scissor.x1, zbuffer->width());
+        scissor.y1 = std::min(scissor.y1, zbuffer->height());
         if (zbuffer->format().bits() <= 16) {
             depth = DepthKind::Z16;
             ctx.depth_scale = 65535.0f;
@@ -413,7 +415,8 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q, Ba
         ctx.z_func = rs(dx::D3DRENDERSTATE_ZFUNC);
         ctx.z_write = rs(dx::D3DRENDERSTATE_ZWRITEENABLE) != 0;
     }
-    if (ctx.scissor.x0 >= ctx.scissor.x1 || ctx.scissor.y0 >= ctx.scissor.y1) return false;
+    if (scissor.x0 >= scissor.x1 || scissor.y0 >= scissor.y1) return false;
+    ctx.scissor = scissor;
 
     ctx.colour_key = rs(dx::D3DRENDERSTATE_COLORKEYENABLE) != 0;
     bool any_key = false;
@@ -479,7 +482,7 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q, Ba
     if (sp.fill != dx::D3DFILL_POINT && sp.fill != dx::D3DFILL_WIREFRAME) sp.fill = dx::D3DFILL_SOLID;
     const Long cull_mode = rs(dx::D3DRENDERSTATE_CULLMODE);
     sp.cull = (cull_mode == dx::D3DCULL_CW || cull_mode == dx::D3DCULL_CCW) ? cull_mode : dx::D3DCULL_NONE;
-    sp.scissor = ctx.scissor;
+    sp.scissor = scissor;
     sp.specular = ctx.specular;
     sp.fog = ctx.fog;
     sp.textured = ctx.textured;
@@ -490,8 +493,8 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q, Ba
     sp.guard.minz = vp.minz;
     sp.guard.maxz = vp.maxz;
     sp.guard.clip_z = fvf != dx::D3DFVF_TLVERTEX;
-    sp.vp_right = ctx.scissor.x1 - 1;
-    sp.vp_bottom = ctx.scissor.y1 - 1;
+    sp.vp_right = scissor.x1 - 1;
+    sp.vp_bottom = scissor.y1 - 1;
     return true;
 }
 
