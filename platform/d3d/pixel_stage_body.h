@@ -11,6 +11,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 #include "platform/constants.h"
 #include "platform/d3d/pipeline.h"
@@ -408,91 +409,60 @@ inline std::uint8_t* lane_pixel(std::uint8_t* base, int pitch, int bpp, int x, i
     return base + static_cast<std::ptrdiff_t>(y + lane_row<Block>(i)) * pitch + (x + lane_column<Block>(i)) * bpp;
 }
 
-// 32-bit and 16-bit pixels of the lanes in `mask`; the other lanes read 0.
+// 32-bit or 16-bit pixels of the lanes in `mask`; the other lanes read 0.
 // `inside`: the whole group lies within the scissor and the tile, so it may be
 // read (and written back) whole.
-template <bool Block>
-TARKO_D3D_INLINE Iv read32(std::uint8_t* base, int pitch, int x, int y, int mask, bool inside) {
-    if constexpr (kMaskedMemory) {
-        const std::uint8_t* p = base + static_cast<std::ptrdiff_t>(y) * pitch + x * 4;
-        return Block ? load32_block(p, pitch, mask) : load32_masked(p, mask);
-    }
-    alignas(64) std::int32_t px[kLanes] = {};
-    if (inside) {
-        load_pixels<Block, 4>(base, pitch, x, y, mask, px);
+template <bool Block, int Bpp>
+TARKO_D3D_INLINE Iv read_pixels(std::uint8_t* base, int pitch, int x, int y, int mask, bool inside) {
+    static_assert(Bpp == 2 || Bpp == 4);
+    if constexpr (Bpp == 4 ? kMaskedMemory : kMaskedMemory16) {
+        const std::uint8_t* p = base + static_cast<std::ptrdiff_t>(y) * pitch + x * Bpp;
+        return Block ? load_block<Bpp>(p, pitch, mask) : load_masked<Bpp>(p, mask);
     } else {
-        for (int i = 0; i < kLanes; ++i)
-            if (mask & (1 << i)) std::memcpy(&px[i], lane_pixel<Block>(base, pitch, 4, x, y, i), 4);
+        alignas(64) std::conditional_t<Bpp == 4, std::int32_t, std::uint16_t> px[kLanes] = {};
+        if (inside) {
+            load_pixels<Block, Bpp>(base, pitch, x, y, mask, px);
+        } else {
+            for (int i = 0; i < kLanes; ++i)
+                if (mask & (1 << i)) std::memcpy(&px[i], lane_pixel<Block>(base, pitch, Bpp, x, y, i), Bpp);
+        }
+        if constexpr (Bpp == 4) return Iv::load(px);
+        else return load_u16(px);
     }
-    return Iv::load(px);
-}
-
-template <bool Block>
-TARKO_D3D_INLINE Iv read16(std::uint8_t* base, int pitch, int x, int y, int mask, bool inside) {
-    if constexpr (kMaskedMemory16) {
-        const std::uint8_t* p = base + static_cast<std::ptrdiff_t>(y) * pitch + x * 2;
-        return Block ? load16_block(p, pitch, mask) : load16_masked(p, mask);
-    }
-    alignas(64) std::uint16_t px[kLanes] = {};
-    if (inside) {
-        load_pixels<Block, 2>(base, pitch, x, y, mask, px);
-    } else {
-        for (int i = 0; i < kLanes; ++i)
-            if (mask & (1 << i)) std::memcpy(&px[i], lane_pixel<Block>(base, pitch, 2, x, y, i), 2);
-    }
-    return load_u16(px);
 }
 
 // Writes the lanes in `mask`. Inside, a part-covered group is merged with
 // what the surface holds and written whole: the group is this thread's alone.
-template <bool Block>
-TARKO_D3D_INLINE void write32(std::uint8_t* base, int pitch, int x, int y, int mask, bool inside, Iv v) {
-    if constexpr (kMaskedMemory) {
-        std::uint8_t* p = base + static_cast<std::ptrdiff_t>(y) * pitch + x * 4;
-        if (Block) store32_block(p, pitch, mask, v);
-        else store32_masked(p, mask, v);
-        return;
+template <bool Block, int Bpp>
+TARKO_D3D_INLINE void write_pixels(std::uint8_t* base, int pitch, int x, int y, int mask, bool inside, Iv v) {
+    static_assert(Bpp == 2 || Bpp == 4);
+    if constexpr (Bpp == 4 ? kMaskedMemory : kMaskedMemory16) {
+        std::uint8_t* p = base + static_cast<std::ptrdiff_t>(y) * pitch + x * Bpp;
+        if (Block) store_block<Bpp>(p, pitch, mask, v);
+        else store_masked<Bpp>(p, mask, v);
+    } else {
+        alignas(64) std::conditional_t<Bpp == 4, std::int32_t, std::uint16_t> out[kLanes];
+        if (inside && mask != kAllLanes)
+            v = select(lanes_in(mask), v, read_pixels<Block, Bpp>(base, pitch, x, y, mask, true));
+        if constexpr (Bpp == 4) v.store(out);
+        else store_u16(out, v);
+        if (inside) {
+            store_pixels<Block, Bpp>(base, pitch, x, y, mask, out);
+            return;
+        }
+        for (int i = 0; i < kLanes; ++i)
+            if (mask & (1 << i)) std::memcpy(lane_pixel<Block>(base, pitch, Bpp, x, y, i), &out[i], Bpp);
     }
-    alignas(64) std::int32_t out[kLanes];
-    if (inside) {
-        if (mask != kAllLanes) v = select(lanes_in(mask), v, read32<Block>(base, pitch, x, y, mask, true));
-        v.store(out);
-        store_pixels<Block, 4>(base, pitch, x, y, mask, out);
-        return;
-    }
-    v.store(out);
-    for (int i = 0; i < kLanes; ++i)
-        if (mask & (1 << i)) std::memcpy(lane_pixel<Block>(base, pitch, 4, x, y, i), &out[i], 4);
-}
-
-template <bool Block>
-TARKO_D3D_INLINE void write16(std::uint8_t* base, int pitch, int x, int y, int mask, bool inside, Iv v) {
-    if constexpr (kMaskedMemory16) {
-        std::uint8_t* p = base + static_cast<std::ptrdiff_t>(y) * pitch + x * 2;
-        if (Block) store16_block(p, pitch, mask, v);
-        else store16_masked(p, mask, v);
-        return;
-    }
-    alignas(64) std::uint16_t out[kLanes];
-    if (inside) {
-        if (mask != kAllLanes) v = select(lanes_in(mask), v, read16<Block>(base, pitch, x, y, mask, true));
-        store_u16(out, v);
-        store_pixels<Block, 2>(base, pitch, x, y, mask, out);
-        return;
-    }
-    store_u16(out, v);
-    for (int i = 0; i < kLanes; ++i)
-        if (mask & (1 << i)) std::memcpy(lane_pixel<Block>(base, pitch, 2, x, y, i), &out[i], 2);
 }
 
 // Target pixels as packed A8R8G8B8 (alpha 255 where the target has none).
 template <TargetKind T, bool Block>
 TARKO_D3D_INLINE Iv read_target(const DrawContext& ctx, int x, int y, int mask, bool inside) {
     if constexpr (T == TargetKind::X8R8G8B8) {
-        const Iv c = read32<Block>(ctx.colour, ctx.colour_pitch, x, y, mask, inside);
+        const Iv c = read_pixels<Block, 4>(ctx.colour, ctx.colour_pitch, x, y, mask, inside);
         return ctx.colour_has_alpha ? c : c | Iv(kAlphaMask);
     } else if constexpr (T == TargetKind::R5G6B5) {
-        const Iv v = read16<Block>(ctx.colour, ctx.colour_pitch, x, y, mask, inside);
+        const Iv v = read_pixels<Block, 2>(ctx.colour, ctx.colour_pitch, x, y, mask, inside);
         // Widening replicates the top bits, as the surface's own reads do.
         const Iv r5 = shr<11>(v) & Iv(31), g6 = shr<5>(v) & Iv(63), b5 = v & Iv(31);
         return pack_argb(shl<3>(r5) | shr<2>(r5), shl<2>(g6) | shr<4>(g6), shl<3>(b5) | shr<2>(b5), Iv(255));
@@ -513,11 +483,12 @@ TARKO_D3D_INLINE Iv read_target(const DrawContext& ctx, int x, int y, int mask, 
 template <TargetKind T, bool Block>
 TARKO_D3D_INLINE void write_target(const DrawContext& ctx, int x, int y, int mask, bool inside, Iv c) {
     if constexpr (T == TargetKind::X8R8G8B8) {
-        write32<Block>(ctx.colour, ctx.colour_pitch, x, y, mask, inside, ctx.colour_has_alpha ? c : c & Iv(0x00FFFFFF));
+        const Iv v = ctx.colour_has_alpha ? c : c & Iv(0x00FFFFFF);
+        write_pixels<Block, 4>(ctx.colour, ctx.colour_pitch, x, y, mask, inside, v);
     } else if constexpr (T == TargetKind::R5G6B5) {
         // Narrowing drops the low bits.
         const Iv v = (shr<8>(c) & Iv(0xF800)) | (shr<5>(c) & Iv(0x07E0)) | (shr<3>(c) & Iv(0x001F));
-        write16<Block>(ctx.colour, ctx.colour_pitch, x, y, mask, inside, v);
+        write_pixels<Block, 2>(ctx.colour, ctx.colour_pitch, x, y, mask, inside, v);
     } else {
         alignas(64) std::int32_t out[kLanes];
         c.store(out);
@@ -534,9 +505,9 @@ TARKO_D3D_INLINE void write_target(const DrawContext& ctx, int x, int y, int mas
 template <DepthKind D, bool Block>
 TARKO_D3D_INLINE Iv read_depth(const DrawContext& ctx, int x, int y, int mask, bool inside) {
     if constexpr (D == DepthKind::Z16) {
-        return read16<Block>(ctx.depth, ctx.depth_pitch, x, y, mask, inside);
+        return read_pixels<Block, 2>(ctx.depth, ctx.depth_pitch, x, y, mask, inside);
     } else {
-        const Iv v = read32<Block>(ctx.depth, ctx.depth_pitch, x, y, mask, inside);
+        const Iv v = read_pixels<Block, 4>(ctx.depth, ctx.depth_pitch, x, y, mask, inside);
         return ctx.depth_shift ? shr<8>(v) : v;
     }
 }
@@ -544,9 +515,9 @@ TARKO_D3D_INLINE Iv read_depth(const DrawContext& ctx, int x, int y, int mask, b
 template <DepthKind D, bool Block>
 TARKO_D3D_INLINE void write_depth(const DrawContext& ctx, int x, int y, int mask, bool inside, Iv z) {
     if constexpr (D == DepthKind::Z16)
-        write16<Block>(ctx.depth, ctx.depth_pitch, x, y, mask, inside, z);
+        write_pixels<Block, 2>(ctx.depth, ctx.depth_pitch, x, y, mask, inside, z);
     else
-        write32<Block>(ctx.depth, ctx.depth_pitch, x, y, mask, inside, ctx.depth_shift ? shl<8>(z) : z);
+        write_pixels<Block, 4>(ctx.depth, ctx.depth_pitch, x, y, mask, inside, ctx.depth_shift ? shl<8>(z) : z);
 }
 
 // What stays the same over a triangle: the perspective divide when all three

@@ -110,17 +110,17 @@ inline void store_u16(void* p, Iv a) {  // lanes within 0..65535
 // rows of four, `pitch` bytes apart (a row without lanes is not touched).
 constexpr bool kMaskedMemory = true;
 constexpr bool kMaskedMemory16 = true;
-inline Iv load32_masked(const std::uint8_t* p, int mask) {
-    return Iv(_mm512_maskz_loadu_epi32(static_cast<__mmask16>(mask), p));
+template <int Bpp>
+inline Iv load_masked(const std::uint8_t* p, int mask) {
+    const auto m = static_cast<__mmask16>(mask);
+    if constexpr (Bpp == 4) return Iv(_mm512_maskz_loadu_epi32(m, p));
+    else return Iv(_mm512_cvtepu16_epi32(_mm256_maskz_loadu_epi16(m, p)));
 }
-inline void store32_masked(std::uint8_t* p, int mask, Iv v) {
-    _mm512_mask_storeu_epi32(p, static_cast<__mmask16>(mask), v.v);
-}
-inline Iv load16_masked(const std::uint8_t* p, int mask) {
-    return Iv(_mm512_cvtepu16_epi32(_mm256_maskz_loadu_epi16(static_cast<__mmask16>(mask), p)));
-}
-inline void store16_masked(std::uint8_t* p, int mask, Iv v) {
-    _mm256_mask_storeu_epi16(p, static_cast<__mmask16>(mask), _mm512_cvtepi32_epi16(v.v));
+template <int Bpp>
+inline void store_masked(std::uint8_t* p, int mask, Iv v) {
+    const auto m = static_cast<__mmask16>(mask);
+    if constexpr (Bpp == 4) _mm512_mask_storeu_epi32(p, m, v.v);
+    else _mm256_mask_storeu_epi16(p, m, _mm512_cvtepi32_epi16(v.v));
 }
 inline __mmask8 row_mask(int mask, int r) { return static_cast<__mmask8>((mask >> (4 * r)) & 15); }
 inline const std::uint8_t* row_at(const std::uint8_t* p, std::ptrdiff_t pitch, int mask, int r) {
@@ -129,30 +129,34 @@ inline const std::uint8_t* row_at(const std::uint8_t* p, std::ptrdiff_t pitch, i
 inline std::uint8_t* row_at(std::uint8_t* p, std::ptrdiff_t pitch, int mask, int r) {
     return row_mask(mask, r) ? p + r * pitch : p;
 }
-inline Iv load32_block(const std::uint8_t* p, std::ptrdiff_t pitch, int mask) {
-    __m512i v = _mm512_castsi128_si512(_mm_maskz_loadu_epi32(row_mask(mask, 0), p));
-    v = _mm512_inserti32x4(v, _mm_maskz_loadu_epi32(row_mask(mask, 1), row_at(p, pitch, mask, 1)), 1);
-    v = _mm512_inserti32x4(v, _mm_maskz_loadu_epi32(row_mask(mask, 2), row_at(p, pitch, mask, 2)), 2);
-    return Iv(_mm512_inserti32x4(v, _mm_maskz_loadu_epi32(row_mask(mask, 3), row_at(p, pitch, mask, 3)), 3));
+template <int Bpp>
+inline Iv load_block(const std::uint8_t* p, std::ptrdiff_t pitch, int mask) {
+    if constexpr (Bpp == 4) {
+        __m512i v = _mm512_castsi128_si512(_mm_maskz_loadu_epi32(row_mask(mask, 0), p));
+        v = _mm512_inserti32x4(v, _mm_maskz_loadu_epi32(row_mask(mask, 1), row_at(p, pitch, mask, 1)), 1);
+        v = _mm512_inserti32x4(v, _mm_maskz_loadu_epi32(row_mask(mask, 2), row_at(p, pitch, mask, 2)), 2);
+        return Iv(_mm512_inserti32x4(v, _mm_maskz_loadu_epi32(row_mask(mask, 3), row_at(p, pitch, mask, 3)), 3));
+    } else {
+        const auto row = [&](int r) { return _mm_maskz_loadu_epi16(row_mask(mask, r), row_at(p, pitch, mask, r)); };
+        const __m128i lo = _mm_unpacklo_epi64(row(0), row(1)), hi = _mm_unpacklo_epi64(row(2), row(3));
+        return Iv(_mm512_cvtepu16_epi32(_mm256_set_m128i(hi, lo)));
+    }
 }
-inline void store32_block(std::uint8_t* p, std::ptrdiff_t pitch, int mask, Iv v) {
-    _mm_mask_storeu_epi32(p, row_mask(mask, 0), _mm512_castsi512_si128(v.v));
-    _mm_mask_storeu_epi32(row_at(p, pitch, mask, 1), row_mask(mask, 1), _mm512_extracti32x4_epi32(v.v, 1));
-    _mm_mask_storeu_epi32(row_at(p, pitch, mask, 2), row_mask(mask, 2), _mm512_extracti32x4_epi32(v.v, 2));
-    _mm_mask_storeu_epi32(row_at(p, pitch, mask, 3), row_mask(mask, 3), _mm512_extracti32x4_epi32(v.v, 3));
-}
-inline Iv load16_block(const std::uint8_t* p, std::ptrdiff_t pitch, int mask) {
-    const auto row = [&](int r) { return _mm_maskz_loadu_epi16(row_mask(mask, r), row_at(p, pitch, mask, r)); };
-    const __m128i lo = _mm_unpacklo_epi64(row(0), row(1)), hi = _mm_unpacklo_epi64(row(2), row(3));
-    return Iv(_mm512_cvtepu16_epi32(_mm256_set_m128i(hi, lo)));
-}
-inline void store16_block(std::uint8_t* p, std::ptrdiff_t pitch, int mask, Iv v) {
-    const __m256i w = _mm512_cvtepi32_epi16(v.v);
-    const __m128i lo = _mm256_castsi256_si128(w), hi = _mm256_extracti128_si256(w, 1);
-    _mm_mask_storeu_epi16(p, row_mask(mask, 0), lo);
-    _mm_mask_storeu_epi16(row_at(p, pitch, mask, 1), row_mask(mask, 1), _mm_srli_si128(lo, 8));
-    _mm_mask_storeu_epi16(row_at(p, pitch, mask, 2), row_mask(mask, 2), hi);
-    _mm_mask_storeu_epi16(row_at(p, pitch, mask, 3), row_mask(mask, 3), _mm_srli_si128(hi, 8));
+template <int Bpp>
+inline void store_block(std::uint8_t* p, std::ptrdiff_t pitch, int mask, Iv v) {
+    if constexpr (Bpp == 4) {
+        _mm_mask_storeu_epi32(p, row_mask(mask, 0), _mm512_castsi512_si128(v.v));
+        _mm_mask_storeu_epi32(row_at(p, pitch, mask, 1), row_mask(mask, 1), _mm512_extracti32x4_epi32(v.v, 1));
+        _mm_mask_storeu_epi32(row_at(p, pitch, mask, 2), row_mask(mask, 2), _mm512_extracti32x4_epi32(v.v, 2));
+        _mm_mask_storeu_epi32(row_at(p, pitch, mask, 3), row_mask(mask, 3), _mm512_extracti32x4_epi32(v.v, 3));
+    } else {
+        const __m256i w = _mm512_cvtepi32_epi16(v.v);
+        const __m128i lo = _mm256_castsi256_si128(w), hi = _mm256_extracti128_si256(w, 1);
+        _mm_mask_storeu_epi16(p, row_mask(mask, 0), lo);
+        _mm_mask_storeu_epi16(row_at(p, pitch, mask, 1), row_mask(mask, 1), _mm_srli_si128(lo, 8));
+        _mm_mask_storeu_epi16(row_at(p, pitch, mask, 2), row_mask(mask, 2), hi);
+        _mm_mask_storeu_epi16(row_at(p, pitch, mask, 3), row_mask(mask, 3), _mm_srli_si128(hi, 8));
+    }
 }
 
 struct Wv {
@@ -269,20 +273,24 @@ inline __m256i mask_lanes(int mask) {
     const __m256i bits = _mm256_setr_epi32(1, 2, 4, 8, 16, 32, 64, 128);
     return _mm256_cmpeq_epi32(_mm256_and_si256(_mm256_set1_epi32(mask), bits), bits);
 }
-inline Iv load32_masked(const std::uint8_t* p, int mask) {
+template <int Bpp>  // 4 only
+inline Iv load_masked(const std::uint8_t* p, int mask) {
     return Iv(_mm256_maskload_epi32(reinterpret_cast<const int*>(p), mask_lanes(mask)));
 }
-inline void store32_masked(std::uint8_t* p, int mask, Iv v) {
+template <int Bpp>
+inline void store_masked(std::uint8_t* p, int mask, Iv v) {
     _mm256_maskstore_epi32(reinterpret_cast<int*>(p), mask_lanes(mask), v.v);
 }
-inline Iv load32_block(const std::uint8_t* p, std::ptrdiff_t pitch, int mask) {
+template <int Bpp>
+inline Iv load_block(const std::uint8_t* p, std::ptrdiff_t pitch, int mask) {
     const __m256i m = mask_lanes(mask);
     const std::uint8_t* p1 = (mask & 0xF0) ? p + pitch : p;
     const __m128i lo = _mm_maskload_epi32(reinterpret_cast<const int*>(p), _mm256_castsi256_si128(m));
     const __m128i hi = _mm_maskload_epi32(reinterpret_cast<const int*>(p1), _mm256_extracti128_si256(m, 1));
     return Iv(_mm256_set_m128i(hi, lo));
 }
-inline void store32_block(std::uint8_t* p, std::ptrdiff_t pitch, int mask, Iv v) {
+template <int Bpp>
+inline void store_block(std::uint8_t* p, std::ptrdiff_t pitch, int mask, Iv v) {
     const __m256i m = mask_lanes(mask);
     std::uint8_t* p1 = (mask & 0xF0) ? p + pitch : p;
     _mm_maskstore_epi32(reinterpret_cast<int*>(p), _mm256_castsi256_si128(m), _mm256_castsi256_si128(v.v));
@@ -571,36 +579,14 @@ inline Wv spread(Iv v) { TARKO_D3D_W_OP(v.v[i / 4]); }
 constexpr int kAllLanes = (1 << kLanes) - 1;  // movemask of a full vector
 
 // Where a set has no masked form, the pixel stage reads and writes lane by
-// lane itself; these plain versions only give the names a meaning.
-#if !TARKO_D3D_ISA_IS(avx512)
-#if !TARKO_D3D_ISA_IS(avx2)
+// lane itself and never calls these.
+#if !TARKO_D3D_ISA_IS(avx512) && !TARKO_D3D_ISA_IS(avx2)
 constexpr bool kMaskedMemory = false;
 constexpr bool kMaskedMemory16 = false;
-#endif
-template <int Bpp, int Cols>
-inline Iv plain_load(const std::uint8_t* p, std::ptrdiff_t pitch, int mask) {
-    std::int32_t v[kLanes] = {};
-    for (int i = 0; i < kLanes; ++i)
-        if (mask & (1 << i)) std::memcpy(&v[i], p + (i / Cols) * pitch + (i % Cols) * Bpp, Bpp);
-    return Iv::load(v);
-}
-template <int Bpp, int Cols>
-inline void plain_store(std::uint8_t* p, std::ptrdiff_t pitch, int mask, Iv a) {
-    std::int32_t v[kLanes];
-    a.store(v);
-    for (int i = 0; i < kLanes; ++i)
-        if (mask & (1 << i)) std::memcpy(p + (i / Cols) * pitch + (i % Cols) * Bpp, &v[i], Bpp);
-}
-#if !TARKO_D3D_ISA_IS(avx2)
-inline Iv load32_masked(const std::uint8_t* p, int mask) { return plain_load<4, kLanes>(p, 0, mask); }
-inline void store32_masked(std::uint8_t* p, int mask, Iv v) { plain_store<4, kLanes>(p, 0, mask, v); }
-inline Iv load32_block(const std::uint8_t* p, std::ptrdiff_t pitch, int mask) { return plain_load<4, 4>(p, pitch, mask); }
-inline void store32_block(std::uint8_t* p, std::ptrdiff_t pitch, int mask, Iv v) { plain_store<4, 4>(p, pitch, mask, v); }
-#endif
-inline Iv load16_masked(const std::uint8_t* p, int mask) { return plain_load<2, kLanes>(p, 0, mask); }
-inline void store16_masked(std::uint8_t* p, int mask, Iv v) { plain_store<2, kLanes>(p, 0, mask, v); }
-inline Iv load16_block(const std::uint8_t* p, std::ptrdiff_t pitch, int mask) { return plain_load<2, 4>(p, pitch, mask); }
-inline void store16_block(std::uint8_t* p, std::ptrdiff_t pitch, int mask, Iv v) { plain_store<2, 4>(p, pitch, mask, v); }
+template <int Bpp> Iv load_masked(const std::uint8_t* p, int mask);
+template <int Bpp> void store_masked(std::uint8_t* p, int mask, Iv v);
+template <int Bpp> Iv load_block(const std::uint8_t* p, std::ptrdiff_t pitch, int mask);
+template <int Bpp> void store_block(std::uint8_t* p, std::ptrdiff_t pitch, int mask, Iv v);
 #endif
 
 // Largest whole number not above each lane (inputs within the int32 range).
