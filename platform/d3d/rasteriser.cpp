@@ -369,7 +369,7 @@ void Rasteriser::clear(const DeviceState& state, std::span<const D3DRECT> rects,
     }
 }
 
-bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q, Batch& b) {
+bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q) {
     auto rs = [&s](int i) { return s.render[static_cast<std::size_t>(i)]; };
     DrawContext& ctx = q.ctx;
     ctx = DrawContext{};
@@ -435,11 +435,7 @@ bool Rasteriser::build_context(const DeviceState& s, Long fvf, QueuedDraw& q, Ba
         for (int k = 0; k < 4; ++k) out.bump[k] = static_cast<float>(st[static_cast<std::size_t>(dx::D3DTSS_BUMPENVMAT00 + k)]);
         const auto& surface = s.textures[static_cast<std::size_t>(i)];
         if (surface) {
-            // Reading the surface may land the batch; the texture joins it after.
-            const auto& tex = textures_.get(surface.shared(), ctx.colour_key);
-            out.texture = tex.get();
-            const auto recent = b.held.end() - std::min<std::ptrdiff_t>(4, std::ssize(b.held));
-            if (tex && std::find(recent, b.held.end(), tex) == b.held.end()) b.held.push_back(tex);
+            out.texture = textures_.get(surface.shared(), ctx.colour_key).get();
             if (i == 0 && surface->has_color_key()) any_key = true;
         }
         auto reads_texture = [](int arg) { return (arg & 0xF) == dx::D3DTA_TEXTURE; };
@@ -535,7 +531,7 @@ void Rasteriser::draw(const DeviceState& state, Long primitive_type, Long fvf, s
     auto keep_first_free = [&] {
         if (slot != b.queued) std::swap(b.queue[slot], b.queue[b.queued]), slot = b.queued;
     };
-    const bool drawable = build_context(state, fvf, q, b);
+    const bool drawable = build_context(state, fvf, q);
     keep_first_free();
     if (!drawable) {
         q.zbuffer.reset();
@@ -825,7 +821,6 @@ void Rasteriser::clear_batch(Batch& b) {
     for (int t : b.busy_tiles) b.tile_busy[static_cast<std::size_t>(t)] = 0;
     b.busy_tiles.clear();
     for (std::size_t i = 0; i < b.queued; ++i) b.queue[i]->zbuffer.reset();
-    b.held.clear();
     b.queued = 0;
     b.primitives = 0;
     b.vertices = 0;
@@ -848,6 +843,7 @@ void Rasteriser::flush() {
         if (!error) error = std::current_exception();
     }
     clear_batch(b);
+    textures_.release_retired();  // no batch is left
     flushing_ = false;
     if (error) std::rethrow_exception(error);
 }

@@ -70,8 +70,9 @@ public:
 
 private:
     // A gathered draw: its context, the z-buffer it writes, and what its
-    // vertices need to reach set-up. (Its batch holds the textures the
-    // context points into.)
+    // vertices need to reach set-up. The textures its context points into
+    // live in the texture cache until no batch is left (a count taken per
+    // draw would be a write beside the texels the workers read).
     struct QueuedDraw {
         DrawContext ctx;
         SetupParams params;
@@ -106,10 +107,6 @@ private:
     // other.
     struct Batch {
         std::vector<std::unique_ptr<QueuedDraw>> queue;  // kept across batches for their capacity
-        // The textures its draws read, each kept once while draws repeat it
-        // (a count taken per draw is a write that the workers reading the
-        // texture beside it would feel).
-        std::vector<std::shared_ptr<const Texture>> held;
         std::size_t queued = 0, primitives = 0, vertices = 0;
         std::vector<std::pair<std::size_t, std::size_t>> transforms;  // (draw, first vertex) chunks of split draws
         std::vector<SetupJob> jobs;
@@ -120,7 +117,7 @@ private:
         std::atomic<std::size_t> transformed{0}, set_up{0};
     };
 
-    bool build_context(const DeviceState& state, Long fvf, QueuedDraw& q, Batch& b);
+    bool build_context(const DeviceState& state, Long fvf, QueuedDraw& q);
     void settle_hooks(QueuedDraw& q);
     void plan_jobs(Batch& b);
     void transform(Batch& b, std::size_t chunk);

@@ -48,8 +48,13 @@ const std::shared_ptr<const Texture>& TextureCache::get(const std::shared_ptr<Di
         return it->second.texture;
     }
     if (entries_.size() > 512)
-        std::erase_if(entries_, [](const auto& kv) { return kv.second.surface.expired(); });
+        std::erase_if(entries_, [this](auto& kv) {
+            if (!kv.second.surface.expired()) return false;
+            retired_.push_back(std::move(kv.second.texture));
+            return true;
+        });
     Entry& e = entries_[surface.get()];
+    if (e.texture) retired_.push_back(std::move(e.texture));
     e = Entry{surface, surface->generation(), keyed, convert_texture(*surface, keyed)};
     last_ = surface.get(), last_entry_ = &e;
     return e.texture;

@@ -15,9 +15,12 @@ class TextureCache {
 public:
     // The converted texture; `keyed` asks for colour-keyed texels as
     // transparent black. Empty surfaces give nullptr (read as white). The
-    // reference holds until the next call: a caller that keeps the texture
-    // copies it.
+    // texture lives at least until release_retired(), even when its surface
+    // changes or goes away: gathered draws point into it without a count.
     const std::shared_ptr<const Texture>& get(const std::shared_ptr<DirectDrawSurface7>& surface, bool keyed);
+    // Lets go of the textures that were replaced or whose surfaces went away;
+    // the caller has no draw left that reads them.
+    void release_retired() { retired_.clear(); }
 
 private:
     struct Entry {
@@ -27,6 +30,7 @@ private:
         std::shared_ptr<const Texture> texture;
     };
     const std::shared_ptr<const Texture> none_;
+    std::vector<std::shared_ptr<const Texture>> retired_;
     std::unordered_map<const DirectDrawSurface7*, Entry> entries_;
     // The last surface asked for: draws mostly ask for the one before again.
     const DirectDrawSurface7* last_ = nullptr;
