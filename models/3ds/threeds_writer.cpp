@@ -1,36 +1,25 @@
 // 3DS writing: chunks with their lengths, materials, meshes, the sample grid.
 #include "models/3ds/threeds_writer.h"
 
-#include <cstring>
+#include "runtime/byte_writer.h"
 
 namespace tarko::threeds {
 
-void put16(Bytes& b, std::uint16_t v) {
-    b.push_back(static_cast<std::uint8_t>(v));
-    b.push_back(static_cast<std::uint8_t>(v >> 8));
-}
-void put32(Bytes& b, std::uint32_t v) {
-    put16(b, static_cast<std::uint16_t>(v));
-    put16(b, static_cast<std::uint16_t>(v >> 16));
-}
-void putf(Bytes& b, float f) {
-    std::uint32_t u;
-    std::memcpy(&u, &f, 4);
-    put32(b, u);
-}
+using io::put_f32, io::put_u16, io::put_u32;
+
 Bytes u16(std::uint16_t v) {
     Bytes b;
-    put16(b, v);
+    put_u16(b, v);
     return b;
 }
 Bytes u32(std::uint32_t v) {
     Bytes b;
-    put32(b, v);
+    put_u32(b, v);
     return b;
 }
 Bytes f32(float f) {
     Bytes b;
-    putf(b, f);
+    put_f32(b, f);
     return b;
 }
 Bytes str(const std::string& s) {
@@ -43,15 +32,15 @@ Bytes chunk_of(std::uint16_t id, std::initializer_list<Bytes> parts) {
     Bytes body;
     for (const Bytes& p : parts) body.insert(body.end(), p.begin(), p.end());
     Bytes b;
-    put16(b, id);
-    put32(b, static_cast<std::uint32_t>(body.size() + 6));
+    put_u16(b, id);
+    put_u32(b, static_cast<std::uint32_t>(body.size() + 6));
     b.insert(b.end(), body.begin(), body.end());
     return b;
 }
 Bytes chunk_len(std::uint16_t id, std::uint32_t length, const Bytes& body) {
     Bytes b;
-    put16(b, id);
-    put32(b, length);
+    put_u16(b, id);
+    put_u32(b, length);
     b.insert(b.end(), body.begin(), body.end());
     return b;
 }
@@ -70,18 +59,18 @@ Bytes percent(std::uint16_t parent, std::int16_t p) {
 Bytes vertex_list(const std::vector<Vec3>& v) {
     Bytes body = u16(static_cast<std::uint16_t>(v.size()));
     for (const Vec3& p : v)
-        for (float c : p) putf(body, c);
+        for (float c : p) put_f32(body, c);
     return chunk_of(0x4110, {body});
 }
 Bytes material_group(const std::string& name, const std::vector<std::uint16_t>& faces) {
     Bytes body = cat({str(name), u16(static_cast<std::uint16_t>(faces.size()))});
-    for (std::uint16_t f : faces) put16(body, f);
+    for (std::uint16_t f : faces) put_u16(body, f);
     return chunk_of(0x4130, {body});
 }
 Bytes face_list(const std::vector<Face>& faces, const Bytes& children) {
     Bytes body = u16(static_cast<std::uint16_t>(faces.size()));
     for (const Face& f : faces)
-        for (std::uint16_t x : f) put16(body, x);
+        for (std::uint16_t x : f) put_u16(body, x);
     return chunk_of(0x4120, {body, children});
 }
 Bytes object(const std::string& name, const Bytes& vertices, const Bytes& faces) {

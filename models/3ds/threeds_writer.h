@@ -13,9 +13,6 @@ namespace tarko::threeds {
 
 using Bytes = std::vector<std::uint8_t>;
 
-void put16(Bytes& b, std::uint16_t v);
-void put32(Bytes& b, std::uint32_t v);
-void putf(Bytes& b, float f);
 Bytes u16(std::uint16_t v);
 Bytes u32(std::uint32_t v);
 Bytes f32(float f);

@@ -6,19 +6,15 @@
 #include <cstring>
 #include <utility>
 
+#include "runtime/byte_writer.h"
+
 namespace tarko::md2 {
 
-void put16(Bytes& b, std::int16_t v) {
-    b.push_back(static_cast<std::uint8_t>(v));
-    b.push_back(static_cast<std::uint8_t>(static_cast<std::uint16_t>(v) >> 8));
-}
-void put32(Bytes& b, std::int32_t v) {
-    for (int i = 0; i < 4; ++i) b.push_back(static_cast<std::uint8_t>(static_cast<std::uint32_t>(v) >> (8 * i)));
-}
-void putf(Bytes& b, float f) {
-    std::int32_t u;
-    put32(b, (std::memcpy(&u, &f, 4), u));
-}
+namespace {
+void put16(Bytes& b, std::int16_t v) { io::put_u16(b, static_cast<std::uint16_t>(v)); }
+void put32(Bytes& b, std::int32_t v) { io::put_u32(b, static_cast<std::uint32_t>(v)); }
+}  // namespace
+
 void put_name(Bytes& b, const std::string& s, std::size_t size) {
     const std::size_t start = b.size();
     b.resize(start + size, 0);
@@ -45,8 +41,8 @@ Bytes write_md2(const Model& m) {
     for (const auto& t : m.triangles)
         for (std::int16_t v : t) put16(b, v);
     for (const Frame& f : m.frames) {
-        for (float v : f.scale) putf(b, v);
-        for (float v : f.translate) putf(b, v);
+        for (float v : f.scale) io::put_f32(b, v);
+        for (float v : f.translate) io::put_f32(b, v);
         put_name(b, f.name, 16);
         for (const auto& p : f.points) b.insert(b.end(), {p[0], p[1], p[2], 0});
     }

@@ -15,9 +15,6 @@ namespace tarko::md2 {
 
 using Bytes = std::vector<std::uint8_t>;
 
-void put16(Bytes& b, std::int16_t v);
-void put32(Bytes& b, std::int32_t v);
-void putf(Bytes& b, float f);
 // A name in a zero-filled field of `size` bytes (cut to it, without a zero, when as long).
 void put_name(Bytes& b, const std::string& s, std::size_t size);
 // Overwrites the Long at `offset` (a header field, for damaged files).

@@ -4,15 +4,11 @@
 #include <cmath>
 #include <numbers>
 
+#include "runtime/byte_writer.h"
+
 namespace tarko::platform::sound {
 namespace {
-void put32(std::vector<std::uint8_t>& out, std::uint32_t v) {
-    for (int i = 0; i < 4; ++i) out.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
-}
-void put16(std::vector<std::uint8_t>& out, std::uint16_t v) {
-    out.push_back(static_cast<std::uint8_t>(v & 0xFF));
-    out.push_back(static_cast<std::uint8_t>(v >> 8));
-}
+using io::put_u16, io::put_u32;
 void tag(std::vector<std::uint8_t>& out, const char* t) {
     for (int i = 0; i < 4; ++i) out.push_back(static_cast<std::uint8_t>(t[i]));
 }
@@ -24,18 +20,18 @@ std::vector<std::uint8_t> make_wav(int channels, int sample_rate, int bits, cons
     const std::uint32_t pad = data_size & 1;
     out.reserve(44 + samples.size() + pad);
     tag(out, "RIFF");
-    put32(out, 4 + 8 + 16 + 8 + data_size + pad);
+    put_u32(out, 4 + 8 + 16 + 8 + data_size + pad);
     tag(out, "WAVE");
     tag(out, "fmt ");
-    put32(out, 16);
-    put16(out, 1);
-    put16(out, static_cast<std::uint16_t>(channels));
-    put32(out, static_cast<std::uint32_t>(sample_rate));
-    put32(out, static_cast<std::uint32_t>(sample_rate * channels * bits / 8));
-    put16(out, static_cast<std::uint16_t>(channels * bits / 8));
-    put16(out, static_cast<std::uint16_t>(bits));
+    put_u32(out, 16);
+    put_u16(out, 1);
+    put_u16(out, static_cast<std::uint16_t>(channels));
+    put_u32(out, static_cast<std::uint32_t>(sample_rate));
+    put_u32(out, static_cast<std::uint32_t>(sample_rate * channels * bits / 8));
+    put_u16(out, static_cast<std::uint16_t>(channels * bits / 8));
+    put_u16(out, static_cast<std::uint16_t>(bits));
     tag(out, "data");
-    put32(out, data_size);
+    put_u32(out, data_size);
     for (std::uint8_t b : samples) out.push_back(b);
     if (pad) out.push_back(0);
     return out;
