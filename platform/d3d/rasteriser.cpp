@@ -792,14 +792,12 @@ void Rasteriser::start_batch(Batch& b) {
         wait_for(b.set_up, runs);
         draw_tile(b, static_cast<int>(j - runs));
     });
-    started_ = true;
     current_ = 1 - current_;
 }
 
 // The batch with the workers lands, the caller helping.
 void Rasteriser::finish_started() {
-    if (!started_) return;
-    started_ = false;
+    if (!pool_->started()) return;
     Batch& b = batches_[1 - current_];
     try {
         pool_->finish();
@@ -829,7 +827,7 @@ void Rasteriser::clear_batch(Batch& b) {
 void Rasteriser::flush() {
     if (flushing_) return;
     Batch& b = batches_[current_];
-    if (!started_ && b.queued == 0) return;
+    if (!pool_->started() && b.queued == 0) return;
     flushing_ = true;
     std::exception_ptr error;
     try {

@@ -136,8 +136,7 @@ private:
     bool fast_paths_ = true;
     Routines routines_ = Routines::Best;
     Batch batches_[2];
-    int current_ = 0;        // the batch draws join
-    bool started_ = false;   // the other batch is with the workers
+    int current_ = 0;        // the batch draws join; while the pool has started jobs, the other is with it
     bool batching_ = true, flushing_ = false;
     std::weak_ptr<DirectDrawSurface7> hooked_zbuffer_;
     int tiles_x_ = 0, tiles_y_ = 0;
