@@ -62,9 +62,10 @@ Drawn draw_sequence(bool batching, int threads) {
             s.dev->clear(1, std::span<const D3DRECT>(&r, 1), dx::D3DCLEAR_TARGET | dx::D3DCLEAR_ZBUFFER, 0x203040, 0.5f, 0);
         }
         if (i == 100)
-            // More draws than a batch holds: with workers, the full batch is drawn
-            // by them while the next one gathers, reads and all.
-            for (int k = 0; k < 4200; ++k) {
+            // More draws than two batches hold: with workers, each full batch is
+            // drawn by them while the next one gathers, and must be let go of
+            // before draws join it again.
+            for (int k = 0; k < 9000; ++k) {
                 const float px = static_cast<float>(k % kW), py = static_cast<float>(k / kW % kH);
                 s.draw(dx::D3DPT_TRIANGLESTRIP, dx::D3DFVF_TLVERTEX,
                        tl_quad(px, py, px + 2, py + 2, 0xFF000000u | static_cast<std::uint32_t>(k * 2654435761u), 0.2f));
